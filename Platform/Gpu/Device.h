@@ -1,0 +1,57 @@
+#pragma once
+// The GPU device. Made once; every method is safe from any thread.
+//
+// Choice of device: HALVANE_GPU_DEVICE = "discrete", "integrated", "cpu" or a device
+// index forces it; otherwise a discrete GPU is preferred, then an integrated one,
+// then a CPU implementation (lavapipe). Tests force "cpu".
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "Platform/Gpu/CommandBuffer.h"
+#include "Platform/Gpu/Library.h"
+#include "Platform/Gpu/Pipelines.h"
+#include "Platform/Gpu/Texture.h"
+#include "Platform/Gpu/Types.h"
+
+namespace platform::gpu {
+
+struct DeviceOptions {
+  // "discrete", "integrated", "cpu", a decimal index, or empty for the default rule
+  // (the HALVANE_GPU_DEVICE variable, then discrete > integrated > cpu).
+  std::string preferredDevice;
+  // Turns on the Khronos validation layer; each message goes to onValidationMessage.
+  bool enableValidation = false;
+  std::function<void(const std::string&)> onValidationMessage;
+  // Textures whose total size would pass this many bytes are refused (0: the device's
+  // own heap size), so that running out of memory is a none, never a crash.
+  uint64_t memoryBudgetBytes = 0;
+  // A pipeline cache file; a second start then compiles no kernel again. Empty: none.
+  std::string pipelineCachePath;
+};
+
+class Device {
+ public:
+  virtual ~Device() = default;
+
+  // None when no Vulkan device can be found.
+  static std::shared_ptr<Device> createSystemDefault(const DeviceOptions& options = {});
+
+  virtual std::string name() const = 0;
+  virtual const DeviceCapabilities& capabilities() const = 0;
+
+  virtual std::shared_ptr<CommandQueue> newCommandQueue() = 0;
+  // None when the size is beyond the device's limits or memory runs out.
+  virtual std::shared_ptr<Texture> newTexture(const TextureDescriptor& descriptor) = 0;
+  // Loads every <name>.spv in the folder. None with a message when it cannot.
+  virtual std::shared_ptr<Library> newLibrary(const std::string& bundlePath, std::string* error = nullptr) = 0;
+  virtual std::shared_ptr<ComputePipelineState> newComputePipelineState(
+      const std::shared_ptr<Library>& library, const std::string& functionName, std::string* error = nullptr) = 0;
+  virtual std::shared_ptr<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor,
+                                                                      std::string* error = nullptr) = 0;
+  // Bytes currently held by textures of this device.
+  virtual uint64_t allocatedTextureBytes() const = 0;
+};
+
+}  // namespace platform::gpu
