@@ -1,0 +1,81 @@
+#include "Halvane/Rendering/PhotoOutput.h"
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <random>
+
+#include "Platform/Media/ImageEncoder.h"
+#include "Platform/Media/ImageScale.h"
+
+namespace halvane {
+
+using platform::media::Image;
+
+namespace {
+
+constexpr uint32_t kCompressedLongestSide = 2048;
+
+std::string freshFileName() {
+  // A random version-4 UUID, so that concurrent exports never share a file.
+  std::random_device device;
+  std::mt19937_64 generator((uint64_t(device()) << 32) ^ device());
+  uint64_t high = generator(), low = generator();
+  high = (high & ~0xF000ull) | 0x4000ull;
+  low = (low & ~(0xC0ull << 56)) | (0x80ull << 56);
+  char text[37];
+  std::snprintf(text, sizeof text, "%08X-%04X-%04X-%04X-%012llX", unsigned(high >> 32), unsigned((high >> 16) & 0xFFFF),
+                unsigned(high & 0xFFFF), unsigned(low >> 48), static_cast<unsigned long long>(low & 0xFFFFFFFFFFFFull));
+  return text;
+}
+
+}  // namespace
+
+PhotoPresetSettings photoPresetSettings(PhotoExportPreset preset) {
+  switch (preset) {
+    case PhotoExportPreset::compressed: return {kCompressedLongestSide, 0.65};
+    case PhotoExportPreset::balanced: return {0, 0.85};
+    case PhotoExportPreset::maxQuality: return {0, 0.95};
+  }
+  return {0, 0.95};
+}
+
+Image limitedImage(const Image& image, platform::media::ImageOrientation orientation, PhotoExportPreset preset) {
+  const uint32_t limit = photoPresetSettings(preset).longestSide;
+  const int longest = std::max(image.width, image.height);
+  if (limit == 0 || longest <= int(limit)) {
+    Image wrapped = image;
+    wrapped.orientation = orientation;
+    return wrapped;
+  }
+  const double scale = double(limit) / double(longest);
+  const int width = std::max(1, int(std::lround(double(image.width) * scale)));
+  const int height = std::max(1, int(std::lround(double(image.height) * scale)));
+  Image scaled = platform::media::scaleImage(image, width, height);
+  if (scaled.isEmpty()) {
+    Image wrapped = image;
+    wrapped.orientation = orientation;
+    return wrapped;
+  }
+  scaled.orientation = orientation;
+  scaled.iccProfile = image.iccProfile;
+  return scaled;
+}
+
+std::optional<std::string> writeJPEGFile(const Image& image, PhotoExportPreset preset, const std::string& path) {
+  if (image.isEmpty()) return std::string("there is no picture to write");
+  auto written = platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality);
+  if (!written) return written.error().message;
+  return std::nullopt;
+}
+
+std::optional<std::string> writeJPEG(const Image& image, PhotoExportPreset preset) {
+  std::error_code error;
+  const auto folder = std::filesystem::temp_directory_path(error);
+  if (error) return std::nullopt;
+  const auto path = (folder / (freshFileName() + ".jpg")).string();
+  if (writeJPEGFile(image, preset, path)) return std::nullopt;
+  return path;
+}
+
+}  // namespace halvane

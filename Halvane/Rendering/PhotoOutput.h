@@ -1,0 +1,34 @@
+#pragma once
+// The last steps of a photo export: the preset's size limit and the JPEG file.
+// Pure functions, called from a global queue (writeJPEG) or the main thread.
+#include <optional>
+#include <string>
+
+#include "Halvane/Model/ExportPresets.h"
+#include "Platform/Media/Image.h"
+
+namespace halvane {
+
+struct PhotoPresetSettings {
+  uint32_t longestSide;  // 0: as rendered
+  double jpegQuality;
+};
+
+PhotoPresetSettings photoPresetSettings(PhotoExportPreset preset);
+
+// `compressed` brings the longest side down to 2048; an image is never enlarged and
+// the other presets keep it as it is. The result carries `orientation`.
+platform::media::Image limitedImage(const platform::media::Image& image, platform::media::ImageOrientation orientation,
+                                    PhotoExportPreset preset);
+
+// Writes the image as a JPEG with the preset's quality and the image's orientation as
+// its EXIF tag, to a fresh file in the temporary folder. None when writing failed;
+// nothing is left behind then.
+std::optional<std::string> writeJPEG(const platform::media::Image& image, PhotoExportPreset preset);
+
+// The same to a chosen path (the file appears only once complete). Returns an error
+// message, or none on success.
+std::optional<std::string> writeJPEGFile(const platform::media::Image& image, PhotoExportPreset preset,
+                                         const std::string& path);
+
+}  // namespace halvane

@@ -1,0 +1,243 @@
+#include "Halvane/Rendering/RenderingEngine.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+
+#include "Halvane/Rendering/BundleLocator.h"
+#include "Halvane/Rendering/RenderUniforms.h"
+#include "Platform/Base/Fatal.h"
+
+namespace halvane {
+
+using namespace platform::gpu;
+using platform::fatalError;
+
+namespace {
+
+constexpr uint32_t kGroupSide = 16;
+constexpr size_t kColorTileBytes = 18 * 18 * 16;
+constexpr uint32_t kIntermediateUsage = TextureUsage::shaderRead | TextureUsage::shaderWrite;
+
+std::string defaultPipelineCachePath() {
+  namespace fs = std::filesystem;
+  fs::path folder;
+  if (const char* xdg = std::getenv("XDG_CACHE_HOME"); xdg && *xdg) {
+    folder = fs::path(xdg) / "halvane";
+  } else if (const char* home = std::getenv("HOME"); home && *home) {
+    folder = fs::path(home) / ".cache" / "halvane";
+  } else {
+    return {};
+  }
+  std::error_code error;
+  fs::create_directories(folder, error);
+  return error ? std::string() : (folder / "pipeline-cache.bin").string();
+}
+
+}  // namespace
+
+std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions options) {
+  std::shared_ptr<RenderingEngine> engine(new RenderingEngine());
+  engine->start(std::move(options));
+  return engine;
+}
+
+RenderingEngine::~RenderingEngine() = default;
+
+void RenderingEngine::start(RenderingEngineOptions options) {
+  auto deviceOptions = options.device;
+  deviceOptions.pipelineCachePath =
+      options.pipelineCachePath.empty() ? defaultPipelineCachePath() : options.pipelineCachePath;
+  metalDevice_ = Device::createSystemDefault(deviceOptions);
+  if (!metalDevice_) fatalError("no GPU device could be created");
+  commandQueue_ = metalDevice_->newCommandQueue();
+  if (!commandQueue_) fatalError("no GPU command queue could be created");
+  texturePool_ = options.textureAllocator ? std::make_shared<TexturePool>(options.textureAllocator)
+                                          : std::make_shared<TexturePool>(metalDevice_);
+  supportsNonUniformThreadgroups_ = metalDevice_->capabilities().supportsNonUniformThreadgroups;
+
+  const auto bundle = findBundle();
+  if (!bundle) fatalError("unable to find bundle named Halvane_Halvane");
+  std::string error;
+  auto library = metalDevice_->newLibrary(*bundle, &error);
+  if (!library) fatalError("unable to load the kernel library: " + error);
+  for (const char* name : {"geometryKernel", "colorKernel", "focusKernel"}) {
+    if (!library->hasFunction(name)) fatalError(std::string("missing kernel ") + name);
+  }
+  auto makePipeline = [&](const char* name) {
+    auto pipeline = metalDevice_->newComputePipelineState(library, name, &error);
+    if (!pipeline) fatalError(std::string("unable to make the pipeline of ") + name + ": " + error);
+    return pipeline;
+  };
+  geometryPipeline_ = makePipeline("geometryKernel");
+  colorPipeline_ = makePipeline("colorKernel");
+  focusPipeline_ = makePipeline("focusKernel");
+
+  RenderPipelineDescriptor display;
+  display.library = library;
+  display.vertexFunction = "displayVertex";
+  display.fragmentFunction = "displayFragment";
+  display.colorPixelFormat = PixelFormat::bgra8Unorm;
+  displayPipeline_ = metalDevice_->newRenderPipelineState(display, &error);
+  if (!displayPipeline_) fatalError("unable to make the display pipeline: " + error);
+}
+
+std::shared_ptr<Texture> RenderingEngine::makeTexture(const platform::media::Image& image) {
+  if (image.isEmpty() || image.pixels.size() < image.bytesPerRow() * size_t(image.height)) return nullptr;
+  return makeTexture(image.pixels.data(), uint32_t(image.width), uint32_t(image.height), image.bytesPerRow());
+}
+
+std::shared_ptr<Texture> RenderingEngine::makeTexture(const uint8_t* bgra, uint32_t width, uint32_t height,
+                                                      size_t bytesPerRow) {
+  if (!bgra || width == 0 || height == 0) return nullptr;
+  TextureDescriptor descriptor;
+  descriptor.width = width;
+  descriptor.height = height;
+  descriptor.storageMode = StorageMode::privateStorage;
+  descriptor.usage = TextureUsage::shaderRead;
+  auto texture = metalDevice_->newTexture(descriptor);
+  if (!texture) return nullptr;
+  texture->replaceRegion(Region{{0, 0}, width, height}, bgra, bytesPerRow);
+  return texture;
+}
+
+void RenderingEngine::dispatch(ComputeCommandEncoder& encoder, uint32_t width, uint32_t height) const {
+  // Vulkan has no non-uniform dispatch: the edge groups overrun and kernels test
+  // their position against the output size.
+  encoder.dispatchThreadgroups(Size{(width + kGroupSide - 1) / kGroupSide, (height + kGroupSide - 1) / kGroupSide, 1},
+                               Size{kGroupSide, kGroupSide, 1});
+}
+
+std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<Texture>& source,
+                                                         const EditState& state, CommandBuffer& commandBuffer,
+                                                         bool finalOutput) {
+  if (!source || state.isDefault()) return source;
+
+  const RenderUniforms uniforms = makeUniforms(source->width(), source->height(), state, finalOutput);
+  const bool wantsFocus = state.focusMode >= 1 && state.focusStrength > 0;
+  const uint32_t width = uniforms.outputWidth;
+  const uint32_t height = uniforms.outputHeight;
+  auto pool = texturePool_;
+  auto releaseWhenDone = [&commandBuffer, pool](std::vector<std::shared_ptr<Texture>> textures) {
+    commandBuffer.addCompletedHandler([pool, textures = std::move(textures)](CommandBuffer&) {
+      for (const auto& texture : textures) pool->release(texture);
+    });
+  };
+
+  auto first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+  if (!first) return source;
+  auto second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+  if (!second) {
+    pool->release(first);
+    return source;
+  }
+
+  auto geometry = commandBuffer.computeCommandEncoder();
+  if (!geometry) {
+    pool->release(first);
+    pool->release(second);
+    return source;
+  }
+  geometry->setComputePipelineState(geometryPipeline_);
+  geometry->setTexture(source, 0);
+  geometry->setTexture(first, 1);
+  geometry->setBytes(&uniforms, sizeof uniforms, 0);
+  dispatch(*geometry, width, height);
+  geometry->endEncoding();
+
+  auto color = commandBuffer.computeCommandEncoder();
+  if (!color) {
+    // The geometry pass is encoded and still reads the source into `first`.
+    releaseWhenDone({first});
+    pool->release(second);
+    return source;
+  }
+  color->setComputePipelineState(colorPipeline_);
+  color->setTexture(first, 0);
+  color->setTexture(second, 1);
+  color->setBytes(&uniforms, sizeof uniforms, 0);
+  color->setThreadgroupMemoryLength(kColorTileBytes, 0);
+  dispatch(*color, width, height);
+  color->endEncoding();
+
+  if (!wantsFocus) {
+    releaseWhenDone({first});
+    return second;
+  }
+  auto third = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+  if (!third) {
+    releaseWhenDone({first});
+    return second;
+  }
+  auto focus = commandBuffer.computeCommandEncoder();
+  if (!focus) {
+    pool->release(third);
+    releaseWhenDone({first});
+    return second;
+  }
+  focus->setComputePipelineState(focusPipeline_);
+  focus->setTexture(second, 0);
+  focus->setTexture(third, 1);
+  focus->setBytes(&uniforms, sizeof uniforms, 0);
+  dispatch(*focus, width, height);
+  focus->endEncoding();
+  releaseWhenDone({first, second});
+  return third;
+}
+
+std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::shared_ptr<Texture>& source,
+                                                                     const EditState& state,
+                                                                     const std::vector<uint8_t>& colorSpace) {
+  if (!source) return std::nullopt;
+  auto commandBuffer = commandQueue_->commandBuffer();
+  if (!commandBuffer) return std::nullopt;
+  const bool isDefault = state.isDefault();
+  auto result = isDefault ? source : processTexture(source, state, *commandBuffer, true);
+  const bool resultIsIntermediate = !isDefault && result != source;
+  auto finishWithoutImage = [&]() -> std::optional<platform::media::Image> {
+    commandBuffer->commit();
+    commandBuffer->waitUntilCompleted();
+    if (resultIsIntermediate) texturePool_->release(result);
+    return std::nullopt;
+  };
+
+  TextureDescriptor descriptor;
+  descriptor.width = result->width();
+  descriptor.height = result->height();
+  descriptor.storageMode = StorageMode::shared;
+  descriptor.usage = TextureUsage::shaderRead;
+  auto readable = metalDevice_->newTexture(descriptor);
+  if (!readable) return finishWithoutImage();
+  auto blit = commandBuffer->blitCommandEncoder();
+  if (!blit) return finishWithoutImage();
+  const uint32_t width = std::min(result->width(), readable->width());
+  const uint32_t height = std::min(result->height(), readable->height());
+  blit->copyFromTexture(result, Origin{}, Size{width, height, 1}, readable, Origin{});
+  blit->endEncoding();
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  if (resultIsIntermediate) texturePool_->release(result);
+  if (commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
+
+  const uint64_t rowBytes = uint64_t(readable->width()) * 4;
+  if (readable->height() != 0 && rowBytes > std::numeric_limits<size_t>::max() / readable->height()) {
+    fatalError("bitmap size overflows");
+  }
+  platform::media::Image image;
+  image.width = int(readable->width());
+  image.height = int(readable->height());
+  image.pixels.assign(size_t(rowBytes) * readable->height(), 0);
+  readable->getBytes(image.pixels.data(), size_t(rowBytes), Region{{0, 0}, readable->width(), readable->height()});
+  image.iccProfile = colorSpace;
+  return image;
+}
+
+PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state) {
+  const auto size = halvane::outputSize(sourceWidth, sourceHeight, state);
+  return PixelSize{size.width, size.height};
+}
+
+void RenderingEngine::purgeCaches() { texturePool_->purge(); }
+
+}  // namespace halvane

@@ -1,0 +1,85 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "Halvane/Rendering/PhotoOutput.h"
+#include "Platform/Media/ImageDecoder.h"
+
+namespace halvane {
+namespace {
+
+using platform::media::Image;
+using platform::media::ImageOrientation;
+namespace fs = std::filesystem;
+
+Image grey(int width, int height) {
+  Image image;
+  image.width = width;
+  image.height = height;
+  image.pixels.assign(size_t(width) * height * 4, 128);
+  for (size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 255;
+  return image;
+}
+
+TEST(LimitedImage, OnlyCompressedScalesAndNeverEnlarges) {
+  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::balanced).width, 4000);
+  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::maxQuality).width, 4000);
+  const Image scaled = limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::compressed);
+  EXPECT_EQ(scaled.width, 2048);
+  EXPECT_EQ(scaled.height, 1536);
+  const Image exact = limitedImage(grey(2048, 100), ImageOrientation::up, PhotoExportPreset::compressed);
+  EXPECT_EQ(exact.width, 2048);
+  EXPECT_EQ(exact.height, 100);
+  const Image small = limitedImage(grey(300, 200), ImageOrientation::up, PhotoExportPreset::compressed);
+  EXPECT_EQ(small.width, 300);
+  // Portrait, and a side that rounds: 3000 x 4001 -> 1536 x 2048 (1535.6 rounds up).
+  const Image portrait = limitedImage(grey(3000, 4001), ImageOrientation::up, PhotoExportPreset::compressed);
+  EXPECT_EQ(portrait.height, 2048);
+  EXPECT_EQ(portrait.width, 1536);
+}
+
+TEST(LimitedImage, CarriesOrientationAndColourSpace) {
+  Image source = grey(5000, 10);
+  source.iccProfile = {9, 8, 7};
+  const Image scaled = limitedImage(source, ImageOrientation::leftMirrored, PhotoExportPreset::compressed);
+  EXPECT_EQ(scaled.orientation, ImageOrientation::leftMirrored);
+  EXPECT_EQ(scaled.iccProfile, source.iccProfile);
+  EXPECT_EQ(scaled.height, 4);  // 10 x 2048 / 5000 = 4.096
+}
+
+TEST(WriteJPEG, WritesAFreshTemporaryFileWithTheOrientationTag) {
+  for (auto orientation : {ImageOrientation::up, ImageOrientation::right, ImageOrientation::downMirrored}) {
+    Image image = grey(64, 32);
+    image.orientation = orientation;
+    const auto path = writeJPEG(image, PhotoExportPreset::balanced);
+    ASSERT_TRUE(path);
+    EXPECT_EQ(fs::path(*path).extension(), ".jpg");
+    EXPECT_EQ(fs::path(*path).parent_path(), fs::temp_directory_path());
+    auto decoded = platform::media::decodeImageFile(*path);
+    ASSERT_TRUE(decoded);
+    EXPECT_EQ(decoded->orientation, orientation);
+    EXPECT_EQ(decoded->width, 64);
+    fs::remove(*path);
+  }
+  Image image = grey(8, 8);
+  const auto first = writeJPEG(image, PhotoExportPreset::compressed);
+  const auto second = writeJPEG(image, PhotoExportPreset::compressed);
+  ASSERT_TRUE(first && second);
+  EXPECT_NE(*first, *second);
+  fs::remove(*first);
+  fs::remove(*second);
+}
+
+TEST(WriteJPEG, AFailedWriteLeavesNothing) {
+  const auto folder = fs::temp_directory_path() / "halvane-photo-output-missing";
+  fs::remove_all(folder);
+  const auto error = writeJPEGFile(grey(8, 8), PhotoExportPreset::balanced, (folder / "out.jpg").string());
+  ASSERT_TRUE(error);
+  EXPECT_FALSE(error->empty());
+  EXPECT_FALSE(fs::exists(folder));
+  EXPECT_TRUE(writeJPEGFile(Image{}, PhotoExportPreset::balanced, (fs::temp_directory_path() / "x.jpg").string()));
+  EXPECT_FALSE(fs::exists(fs::temp_directory_path() / "x.jpg"));
+}
+
+}  // namespace
+}  // namespace halvane

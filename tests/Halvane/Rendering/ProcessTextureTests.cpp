@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "EngineTestSupport.h"
+#include "Halvane/Rendering/SourceOrientation.h"
+
+namespace halvane {
+namespace {
+
+using namespace platform::gpu;
+using platform::media::Image;
+using testing::allocatorControl;
+using testing::EngineTest;
+
+// A real command buffer whose compute encoders can be refused from the n-th on, as a
+// driver out of memory would.
+class RefusingCommandBuffer : public CommandBuffer {
+ public:
+  RefusingCommandBuffer(std::shared_ptr<CommandBuffer> inner, int encodersAllowed)
+      : inner_(std::move(inner)), encodersAllowed_(encodersAllowed) {}
+  std::shared_ptr<ComputeCommandEncoder> computeCommandEncoder() override {
+    if (encodersAllowed_-- <= 0) return nullptr;
+    return inner_->computeCommandEncoder();
+  }
+  std::shared_ptr<BlitCommandEncoder> blitCommandEncoder() override { return inner_->blitCommandEncoder(); }
+  std::shared_ptr<RenderCommandEncoder> renderCommandEncoder(const RenderPassDescriptor& pass) override {
+    return inner_->renderCommandEncoder(pass);
+  }
+  void addCompletedHandler(std::function<void(CommandBuffer&)> handler) override {
+    inner_->addCompletedHandler(std::move(handler));
+  }
+  void commit() override { inner_->commit(); }
+  void waitUntilCompleted() override { inner_->waitUntilCompleted(); }
+  CommandBufferStatus status() const override { return inner_->status(); }
+  std::string errorMessage() const override { return inner_->errorMessage(); }
+
+ private:
+  std::shared_ptr<CommandBuffer> inner_;
+  int encodersAllowed_;
+};
+
+EditState colourEdit() {
+  EditState state;
+  state.exposure = 0.5f;
+  return state;
+}
+
+EditState focusEdit() {
+  EditState state = colourEdit();
+  state.focusMode = 4;
+  state.focusStrength = 1;
+  return state;
+}
+
+class ProcessTexture : public EngineTest {
+ protected:
+  void SetUp() override {
+    EngineTest::SetUp();
+    source = engine->makeTexture(testing::makeDistinctImage(40, 30));
+    ASSERT_TRUE(source);
+    allocatorControl().allocations = 0;
+  }
+  // Runs one processTexture on its own command buffer and returns the result after
+  // the GPU finished, with the number of pooled textures of the output size.
+  std::shared_ptr<Texture> run(const EditState& state, int encodersAllowed = 99, int texturesAllowed = -1) {
+    allocatorControl().remaining = texturesAllowed;
+    auto buffer = std::make_shared<RefusingCommandBuffer>(engine->commandQueue()->commandBuffer(), encodersAllowed);
+    auto result = engine->processTexture(source, state, *buffer, false);
+    buffer->commit();
+    buffer->waitUntilCompleted();
+    allocatorControl().remaining = -1;
+    return result;
+  }
+  size_t pooled() const { return engine->texturePool()->pooledCount("40x30_80_2"); }
+  std::shared_ptr<Texture> source;
+};
+
+TEST_F(ProcessTexture, DefaultStateIsTheSourceWithoutIntermediates) {
+  EditState state;
+  state.version = 7;  // the version alone is no edit
+  EXPECT_EQ(run(state), source);
+  EXPECT_EQ(allocatorControl().allocations, 0);
+  EXPECT_EQ(pooled(), 0u);
+}
+
+TEST_F(ProcessTexture, TrimOnlyStateRunsTheChainAndLooksTheSame) {
+  EditState state;
+  state.trimEnd = 3;
+  auto result = run(state);
+  ASSERT_NE(result, source);
+  EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, source).pixels);
+  engine->texturePool()->release(result);
+  EXPECT_EQ(pooled(), 2u);
+}
+
+TEST_F(ProcessTexture, FocusPassRunsOnlyWithModeAndStrength) {
+  EditState modeOnly = colourEdit();
+  modeOnly.focusMode = 3;
+  run(modeOnly);
+  EXPECT_EQ(allocatorControl().allocations, 2);
+  EditState strengthOnly = colourEdit();
+  strengthOnly.focusStrength = 1;
+  engine->purgeCaches();
+  allocatorControl().allocations = 0;
+  run(strengthOnly);
+  EXPECT_EQ(allocatorControl().allocations, 2);
+  engine->purgeCaches();
+  allocatorControl().allocations = 0;
+  auto result = run(focusEdit());
+  EXPECT_EQ(allocatorControl().allocations, 3);
+  // The first two stages went back to the pool once the GPU was done.
+  EXPECT_EQ(pooled(), 2u);
+  engine->texturePool()->release(result);
+}
+
+TEST_F(ProcessTexture, ExhaustedPoolGivesTheSource) {
+  EXPECT_EQ(run(colourEdit(), 99, 0), source);
+  EXPECT_EQ(pooled(), 0u);
+  // The second texture refused: the first goes back at once.
+  EXPECT_EQ(run(colourEdit(), 99, 1), source);
+  EXPECT_EQ(pooled(), 1u);
+}
+
+TEST_F(ProcessTexture, MissingThirdTextureGivesTheColourStage) {
+  auto result = run(focusEdit(), 99, 2);
+  ASSERT_NE(result, source);
+  EXPECT_EQ(pooled(), 1u);  // the geometry stage
+  auto colourOnly = run(colourEdit());
+  EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, colourOnly).pixels);
+}
+
+TEST_F(ProcessTexture, RefusedEncodersFallBackToTheLastFinishedStage) {
+  // No geometry encoder: both intermediates return at once.
+  EXPECT_EQ(run(colourEdit(), 0), source);
+  EXPECT_EQ(pooled(), 2u);
+  engine->purgeCaches();
+  // No colour encoder: the geometry stage returns when the GPU is done, the colour
+  // target at once.
+  EXPECT_EQ(run(colourEdit(), 1), source);
+  EXPECT_EQ(pooled(), 2u);
+  engine->purgeCaches();
+  // No focus encoder: the colour stage is the result.
+  auto result = run(focusEdit(), 2);
+  EXPECT_NE(result, source);
+  EXPECT_EQ(pooled(), 2u);  // the geometry stage and the refused focus target
+}
+
+TEST_F(ProcessTexture, TwoChainsOnOneCommandBufferKeepTheirOwnIntermediates) {
+  auto buffer = engine->commandQueue()->commandBuffer();
+  EditState turned;
+  turned.rotationQuarterTurns = 2;
+  EditState mirrored;
+  mirrored.flipHorizontal = true;
+  auto a = engine->processTexture(source, turned, *buffer, false);
+  auto b = engine->processTexture(source, mirrored, *buffer, false);
+  buffer->commit();
+  buffer->waitUntilCompleted();
+  ASSERT_NE(a, b);
+  const Image turnedImage = testing::readBack(*engine, a);
+  const Image mirroredImage = testing::readBack(*engine, b);
+  // Turning twice and mirroring differ by a vertical flip of each other.
+  for (uint32_t y = 0; y < 30; ++y)
+    for (uint32_t x = 0; x < 40; ++x)
+      ASSERT_EQ(0, std::memcmp(&turnedImage.pixels[(size_t(y) * 40 + x) * 4],
+                               &mirroredImage.pixels[(size_t(29 - y) * 40 + x) * 4], 4));
+}
+
+TEST_F(ProcessTexture, RenderToImageCarriesTheColourSpaceLabel) {
+  const std::vector<uint8_t> profile = {1, 2, 3, 4};
+  auto image = engine->renderToImage(source, colourEdit(), profile);
+  ASSERT_TRUE(image);
+  EXPECT_EQ(image->iccProfile, profile);
+  EXPECT_EQ(pooled(), 2u);  // the result went back to the pool after the read-back
+}
+
+TEST(SourceOrientation, BakeTableTurnsAndMirrors) {
+  EXPECT_FALSE(orientationBakeState(0));
+  EXPECT_FALSE(orientationBakeState(9));
+  const std::pair<int64_t, bool> expected[8] = {{0, false}, {2, false}, {3, false}, {1, false},
+                                                {0, true},  {2, true},  {1, true},  {3, true}};
+  for (int raw = 1; raw < 8; ++raw) {
+    auto state = orientationBakeState(raw);
+    ASSERT_TRUE(state);
+    EXPECT_EQ(state->rotationQuarterTurns, expected[raw].first);
+    EXPECT_EQ(bool(state->flipHorizontal), expected[raw].second);
+    EditState rest = *state;
+    rest.rotationQuarterTurns = 0;
+    rest.flipHorizontal = false;
+    EXPECT_TRUE(rest.isDefault());
+  }
+}
+
+}  // namespace
+}  // namespace halvane

@@ -1,0 +1,134 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "FakeTexture.h"
+#include "Halvane/Rendering/TexturePool.h"
+
+namespace halvane {
+namespace {
+
+using platform::gpu::PixelFormat;
+using platform::gpu::StorageMode;
+using platform::gpu::TextureDescriptor;
+using testing::FakeTexture;
+
+struct CountingAllocator {
+  std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);
+  std::shared_ptr<std::atomic<bool>> fails = std::make_shared<std::atomic<bool>>(false);
+  TexturePool::Allocator allocator() const {
+    return [calls = calls, fails = fails](const TextureDescriptor& descriptor) -> std::shared_ptr<platform::gpu::Texture> {
+      ++*calls;
+      if (*fails) return nullptr;
+      return std::make_shared<FakeTexture>(descriptor);
+    };
+  }
+};
+
+TEST(TexturePool, KeyIsWidthHeightFormatAndStorage) {
+  EXPECT_EQ(TexturePool::key(1920, 1080, PixelFormat::bgra8Unorm, StorageMode::privateStorage), "1920x1080_80_2");
+  EXPECT_EQ(TexturePool::key(1, 1, PixelFormat::bgra8Unorm, StorageMode::shared), "1x1_80_0");
+}
+
+TEST(TexturePool, SizesBelowOneBecomeOneAndAreAllocatedPrivate) {
+  CountingAllocator counting;
+  TexturePool pool(counting.allocator());
+  for (int64_t side : {0, -5, 1}) {
+    auto texture = pool.acquire(side, 7, PixelFormat::bgra8Unorm, 3);
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(texture->width(), 1u);
+    EXPECT_EQ(texture->height(), 7u);
+    EXPECT_EQ(texture->storageMode(), StorageMode::privateStorage);
+    EXPECT_EQ(texture->usage(), 3u);
+    pool.release(texture);
+  }
+  // The three acquires share the key 1x7, so only the first one allocated.
+  EXPECT_EQ(*counting.calls, 1);
+  EXPECT_EQ(pool.pooledCount("1x7_80_2"), 1u);
+}
+
+TEST(TexturePool, ReusesLastInFirstOut) {
+  CountingAllocator counting;
+  TexturePool pool(counting.allocator());
+  auto a = pool.acquire(8, 8, PixelFormat::bgra8Unorm, 3);
+  auto b = pool.acquire(8, 8, PixelFormat::bgra8Unorm, 3);
+  pool.release(a);
+  pool.release(b);
+  EXPECT_EQ(pool.acquire(8, 8, PixelFormat::bgra8Unorm, 3), b);
+  EXPECT_EQ(pool.acquire(8, 8, PixelFormat::bgra8Unorm, 3), a);
+  EXPECT_EQ(*counting.calls, 2);
+  // An emptied list stays; the next acquire allocates.
+  EXPECT_EQ(pool.pooledCount("8x8_80_2"), 0u);
+  EXPECT_NE(pool.acquire(8, 8, PixelFormat::bgra8Unorm, 3), nullptr);
+  EXPECT_EQ(*counting.calls, 3);
+}
+
+TEST(TexturePool, KeepsAtMostFourAndNeverTheSameTextureTwice) {
+  TexturePool pool(CountingAllocator().allocator());
+  std::vector<std::shared_ptr<platform::gpu::Texture>> textures;
+  for (int i = 0; i < 5; ++i) textures.push_back(FakeTexture::make(4, 4));
+  pool.release(textures[0]);
+  pool.release(textures[0]);
+  EXPECT_EQ(pool.pooledCount("4x4_80_2"), 1u);
+  for (int i = 1; i < 5; ++i) pool.release(textures[i]);
+  EXPECT_EQ(pool.pooledCount("4x4_80_2"), 4u);
+  // The fifth was let go: the four handed out are the first four released, newest first.
+  EXPECT_EQ(pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3), textures[3]);
+}
+
+TEST(TexturePool, SharedTexturesAreKeptButNeverHandedOut) {
+  CountingAllocator counting;
+  TexturePool pool(counting.allocator());
+  pool.release(FakeTexture::make(4, 4, StorageMode::shared));
+  EXPECT_EQ(pool.pooledCount("4x4_80_0"), 1u);
+  auto texture = pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3);
+  EXPECT_EQ(texture->storageMode(), StorageMode::privateStorage);
+  EXPECT_EQ(*counting.calls, 1);
+}
+
+TEST(TexturePool, UsageIsNotPartOfTheKey) {
+  TexturePool pool(CountingAllocator().allocator());
+  auto readOnly = FakeTexture::make(4, 4, StorageMode::privateStorage, 1);
+  pool.release(readOnly);
+  EXPECT_EQ(pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3), readOnly);
+}
+
+TEST(TexturePool, PurgeEmptiesAndAcquireAllocatesAnew) {
+  CountingAllocator counting;
+  TexturePool pool(counting.allocator());
+  pool.release(pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3));
+  pool.purge();
+  EXPECT_EQ(pool.pooledCount("4x4_80_2"), 0u);
+  pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3);
+  EXPECT_EQ(*counting.calls, 2);
+}
+
+TEST(TexturePool, RefusedAllocationGivesNone) {
+  CountingAllocator counting;
+  *counting.fails = true;
+  TexturePool pool(counting.allocator());
+  EXPECT_EQ(pool.acquire(4, 4, PixelFormat::bgra8Unorm, 3), nullptr);
+}
+
+TEST(TexturePool, ConcurrentAcquireAndReleaseNeverShareATexture) {
+  TexturePool pool(CountingAllocator().allocator());
+  std::atomic<int> collisions = 0;
+  auto worker = [&] {
+    for (int i = 0; i < 2000; ++i) {
+      auto texture = pool.acquire(16, 16, PixelFormat::bgra8Unorm, 3);
+      // A texture held by two users at once would see the other's use count.
+      if (texture.use_count() > 2) ++collisions;
+      pool.release(texture);
+    }
+  };
+  std::thread a(worker), b(worker), c(worker);
+  a.join();
+  b.join();
+  c.join();
+  EXPECT_EQ(collisions, 0);
+  EXPECT_LE(pool.pooledCount("16x16_80_2"), TexturePool::maxTexturesPerKey);
+}
+
+}  // namespace
+}  // namespace halvane

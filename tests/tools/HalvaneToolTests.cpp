@@ -1,0 +1,159 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "Halvane/Rendering/RenderingEngine.h"
+#include "Platform/Media/ImageDecoder.h"
+#include "ToolRunner.h"
+
+namespace halvane {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::runTool;
+
+class HalvaneTool : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
+    fs::create_directories(folder);
+  }
+  void TearDown() override { fs::remove_all(folder); }
+  fs::path folder;
+};
+
+struct UprightSize {
+  int width;
+  int height;
+};
+
+UprightSize uprightSize(const platform::media::Image& image) {
+  const int raw = int(image.orientation);
+  const bool swapped = raw == 2 || raw == 3 || raw == 6 || raw == 7;
+  return swapped ? UprightSize{image.height, image.width} : UprightSize{image.width, image.height};
+}
+
+std::vector<fs::path> samplePhotos() {
+  std::vector<fs::path> photos;
+  for (const char* folder : {"photo", "exif-orientation", "livephoto"}) {
+    for (const auto& entry : fs::directory_iterator(fs::path(HALVANE_MEDIA_DIR) / folder)) {
+      const auto extension = entry.path().extension().string();
+      for (const char* known : {".jpg", ".png", ".webp", ".heic", ".HEIC"})
+        if (extension == known) photos.push_back(entry.path());
+    }
+  }
+  std::sort(photos.begin(), photos.end());
+  return photos;
+}
+
+TEST_F(HalvaneTool, RendersEverySamplePhotoUprightAtItsSize) {
+  const auto photos = samplePhotos();
+  ASSERT_GE(photos.size(), 15u);
+  for (const auto& photo : photos) {
+    auto source = platform::media::decodeImageFile(photo);
+    ASSERT_TRUE(source) << photo;
+    const auto output = folder / (photo.stem().string() + ".jpg");
+    const auto result = runTool({"render", photo.string(), output.string()});
+    ASSERT_EQ(result.exitStatus, 0) << photo << ": " << result.standardError;
+    auto written = platform::media::decodeImageFile(output);
+    ASSERT_TRUE(written) << photo;
+    const auto expected = uprightSize(*source);
+    EXPECT_EQ(written->width, expected.width) << photo;
+    EXPECT_EQ(written->height, expected.height) << photo;
+    EXPECT_EQ(written->orientation, platform::media::ImageOrientation::up) << photo;
+    fs::remove(output);
+  }
+}
+
+TEST_F(HalvaneTool, TheTiledPhoneHeicComesOutPortrait) {
+  const auto output = folder / "car.jpg";
+  const auto result =
+      runTool({"render", (fs::path(HALVANE_MEDIA_DIR) / "photo/classic-car.heic").string(), output.string()});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  auto written = platform::media::decodeImageFile(output);
+  ASSERT_TRUE(written);
+  EXPECT_EQ(written->width, 3024);
+  EXPECT_EQ(written->height, 4032);
+}
+
+TEST_F(HalvaneTool, CropAndTurnFollowOutputSize) {
+  const auto input = fs::path(HALVANE_MEDIA_DIR) / "exif-orientation/Landscape_0.jpg";
+  auto source = platform::media::decodeImageFile(input);
+  ASSERT_TRUE(source);
+  const auto output = folder / "turned.jpg";
+  const auto result = runTool({"render", input.string(), output.string(), "--set", "rotationQuarterTurns=1", "--set",
+                               "cropRect=[[0.1,0.2],[0.5,0.3]]"});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  EditState state;
+  state.rotationQuarterTurns = 1;
+  state.cropRect = {0.1, 0.2, 0.5, 0.3};
+  const auto size = RenderingEngine::outputSize(uint64_t(source->width), uint64_t(source->height), state);
+  auto written = platform::media::decodeImageFile(output);
+  ASSERT_TRUE(written);
+  EXPECT_EQ(written->width, int(size.width));
+  EXPECT_EQ(written->height, int(size.height));
+}
+
+TEST_F(HalvaneTool, CompressedPresetLimitsTheLongestSide) {
+  const auto output = folder / "small.jpg";
+  const auto result = runTool({"render", (fs::path(HALVANE_MEDIA_DIR) / "photo/sewing-threads.heic").string(),
+                               output.string(), "--preset", "compressed"});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  auto written = platform::media::decodeImageFile(output);
+  ASSERT_TRUE(written);
+  EXPECT_EQ(std::max(written->width, written->height), 2048);
+}
+
+TEST_F(HalvaneTool, FailuresExplainThemselvesAndLeaveNoFile) {
+  const auto output = folder / "out.jpg";
+  const auto landscape = (fs::path(HALVANE_MEDIA_DIR) / "exif-orientation/Landscape_0.jpg").string();
+  const auto text = folder / "text.jpg";
+  std::ofstream(text) << "not a picture";
+  std::ofstream(folder / "empty.jpg").flush();
+  const std::vector<std::vector<std::string>> failing = {
+      {"render", (folder / "missing.jpg").string(), output.string()},
+      {"render", text.string(), output.string()},
+      {"render", (folder / "empty.jpg").string(), output.string()},
+      {"render", landscape, output.string(), "--set", "exposure=7"},
+      {"render", landscape, output.string(), "--set", "noSuchField=1"},
+      {"render", landscape, output.string(), "--set", "exposure"},
+      {"render", landscape, output.string(), "--preset", "huge"},
+      {"render", landscape, output.string(), "--edit", (folder / "missing.json").string()},
+      {"render", landscape},
+      {"render", landscape, (folder / "no/such/folder/out.jpg").string()},
+  };
+  for (const auto& arguments : failing) {
+    const auto result = runTool(arguments);
+    EXPECT_NE(result.exitStatus, 0) << arguments.back();
+    EXPECT_FALSE(result.standardError.empty()) << arguments.back();
+    EXPECT_FALSE(fs::exists(output)) << arguments.back();
+  }
+  // Nothing but the test's own two inputs is left in the folder.
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
+}
+
+TEST_F(HalvaneTool, EditFileAndSettingsCombine) {
+  const auto edit = folder / "edit.json";
+  std::ofstream(edit) << R"({"exposure": 1.5, "filterType": 12})";
+  const auto result = runTool({"edit", "--print", "--edit", edit.string(), "--set", "contrast=1.25"});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  EXPECT_NE(result.standardOutput.find("\"exposure\": 1.5"), std::string::npos);
+  EXPECT_NE(result.standardOutput.find("\"filterType\": 12"), std::string::npos);
+  EXPECT_NE(result.standardOutput.find("\"contrast\": 1.25"), std::string::npos);
+  std::ofstream(edit) << "[1, 2]";
+  EXPECT_NE(runTool({"edit", "--print", "--edit", edit.string()}).exitStatus, 0);
+}
+
+TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
+  const auto edit = runTool({"edit", "--print-default"});
+  ASSERT_EQ(edit.exitStatus, 0);
+  EXPECT_EQ(edit.standardOutput.find("\"version\""), edit.standardOutput.find('"'));
+  EXPECT_NE(edit.standardOutput.find("\"cropRect\""), std::string::npos);
+  const auto filters = runTool({"filters"});
+  ASSERT_EQ(filters.exitStatus, 0);
+  EXPECT_EQ(std::count(filters.standardOutput.begin(), filters.standardOutput.end(), '\n'), 146 + 11);
+}
+
+}  // namespace
+}  // namespace halvane

@@ -1,0 +1,61 @@
+#include "ToolRunner.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+
+extern char** environ;
+
+namespace halvane::testing {
+
+namespace {
+
+std::string slurp(int fd) {
+  std::string text;
+  std::array<char, 4096> buffer;
+  ssize_t count;
+  while ((count = read(fd, buffer.data(), buffer.size())) > 0) text.append(buffer.data(), size_t(count));
+  return text;
+}
+
+}  // namespace
+
+ToolResult runTool(const std::vector<std::string>& arguments) {
+  const auto folder = std::filesystem::temp_directory_path();
+  const auto outPath = folder / ("halvane-tool-out-" + std::to_string(getpid()));
+  const auto errPath = folder / ("halvane-tool-err-" + std::to_string(getpid()));
+  std::vector<std::string> argv = {HALVANE_TOOL_PATH};
+  argv.insert(argv.end(), arguments.begin(), arguments.end());
+  std::vector<char*> pointers;
+  for (auto& argument : argv) pointers.push_back(argument.data());
+  pointers.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  pid_t pid = 0;
+  ToolResult result;
+  if (posix_spawn(&pid, argv[0].c_str(), &actions, nullptr, pointers.data(), environ) == 0) {
+    int status = 0;
+    waitpid(pid, &status, 0);
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  for (auto [path, text] : {std::pair{outPath, &result.standardOutput}, std::pair{errPath, &result.standardError}}) {
+    int fd = open(path.c_str(), O_RDONLY);
+    if (fd >= 0) {
+      *text = slurp(fd);
+      close(fd);
+    }
+    std::filesystem::remove(path);
+  }
+  return result;
+}
+
+}  // namespace halvane::testing

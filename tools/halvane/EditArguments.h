@@ -1,0 +1,28 @@
+#pragma once
+// The edit options shared by the rendering commands: `--edit EDIT.json` loads a coded
+// EditState, each `--set field=value` changes one field on top of it. A value outside
+// its field's range is refused with the value it would have become, rather than
+// silently repaired.
+#include <string>
+#include <vector>
+
+#include "Halvane/Model/EditState.h"
+
+namespace halvane::cli {
+
+// Reads the coded form from a file. Throws CommandError when the file cannot be read
+// or is not a JSON object.
+EditState loadEditFile(const std::string& path);
+
+// Applies "field=value"; the value is JSON (a number, true/false, or for cropRect
+// [[x, y], [width, height]]). Throws UsageError for an unknown field or a bad value.
+EditState applySetting(const EditState& state, const std::string& assignment);
+
+// Splits the option list into the edit options (consumed) and the rest, in order.
+struct ParsedEdit {
+  EditState state;
+  std::vector<std::string> rest;
+};
+ParsedEdit parseEditOptions(const std::vector<std::string>& arguments);
+
+}  // namespace halvane::cli

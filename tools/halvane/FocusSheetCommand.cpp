@@ -1,0 +1,122 @@
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+#include "BitmapFont.h"
+#include "Command.h"
+#include "Halvane/Rendering/RenderingEngine.h"
+#include "Platform/Media/ImageEncoder.h"
+#include "Platform/Media/ImageScale.h"
+#include "PhotoSource.h"
+
+namespace halvane::cli {
+
+namespace {
+
+using platform::media::Image;
+
+struct FocusSheetEntry {
+  const char* title;  // the mode's button text in the focus panel
+  EditState state;
+};
+
+// Each mode as the focus tool starts it from "Off": centre 0.5, 0.5, aspect 1, then
+// the mode's own values.
+std::vector<FocusSheetEntry> focusSheetEntries() {
+  auto mode = [](int number, float strength) {
+    EditState s;
+    s.focusMode = number;
+    s.focusCenterX = 0.5f, s.focusCenterY = 0.5f, s.focusAspect = 1;
+    s.focusStrength = strength;
+    return s;
+  };
+  auto region = [&](int number, float radius) {
+    EditState s = mode(number, 0.75f);
+    s.focusRadius = radius, s.focusFeather = 0.5f, s.focusAngle = 0;
+    return s;
+  };
+  EditState bokeh = region(7, 0.25f), iris = region(8, 0.25f), depth = region(9, 0.25f), edge = mode(10, 0.5f);
+  bokeh.focusBokehHighlights = 0.3f;
+  iris.irisBlades = 6;
+  depth.depthMix = 0.5f;
+  edge.edgeProtect = 0.5f;
+  EditState motion = mode(6, 0.5f);
+  motion.focusAngle = 0;
+  return {{"Off", EditState{}},          {"Radial", region(1, 0.25f)}, {"Linear", region(2, 0.15f)},
+          {"Mirrored", region(3, 0.15f)}, {"Gaussian", mode(4, 0.5f)}, {"Zoom", mode(5, 0.5f)},
+          {"Motion", motion},             {"Bokeh", bokeh},             {"Iris", iris},
+          {"Depth", depth},               {"Edge", edge}};
+}
+
+void fill(Image& image, int x0, int y0, int width, int height, uint8_t grey) {
+  for (int y = std::max(y0, 0); y < std::min(y0 + height, image.height); ++y)
+    for (int x = std::max(x0, 0); x < std::min(x0 + width, image.width); ++x) {
+      uint8_t* p = image.pixel(x, y);
+      p[0] = p[1] = p[2] = grey;
+      p[3] = 255;
+    }
+}
+
+void paste(Image& sheet, const Image& tile, int x0, int y0) {
+  for (int y = 0; y < tile.height; ++y)
+    std::copy_n(tile.pixel(0, y), size_t(tile.width) * 4, sheet.pixel(x0, y0 + y));
+}
+
+}  // namespace
+
+// The input under the eleven focus modes at the values each starts with, labelled, in a
+// grid of four columns. The picture is scaled to the tile size first: every blur is
+// sized by the picture, so a tile shows what the full-size export shows, smaller.
+Command makeFocusSheetCommand() {
+  return Command{
+      "focus-sheet", "focus-sheet INPUT OUTPUT.jpg [--tile PIXELS]", [](const std::vector<std::string>& arguments) {
+        std::vector<std::string> paths;
+        int tileSide = 360;
+        for (size_t i = 0; i < arguments.size(); ++i) {
+          if (arguments[i] == "--tile") {
+            if (i + 1 >= arguments.size()) throw UsageError("--tile needs a value");
+            tileSide = std::stoi(arguments[++i]);
+            if (tileSide < 32 || tileSide > 4096) throw UsageError("--tile must be between 32 and 4096");
+          } else if (arguments[i].starts_with("--")) {
+            throw UsageError("unknown option '" + arguments[i] + "'");
+          } else {
+            paths.push_back(arguments[i]);
+          }
+        }
+        if (paths.size() != 2) throw UsageError("needs an input and an output path");
+
+        auto engine = RenderingEngine::create();
+        const PhotoSource source = loadPhotoSource(*engine, paths[0]);
+        auto upright = engine->renderToImage(source.texture, EditState{});
+        if (!upright) throw CommandError("the GPU could not read the picture back");
+        const double scale = double(tileSide) / std::max(upright->width, upright->height);
+        const int tileWidth = std::max(1, int(upright->width * scale + 0.5));
+        const int tileHeight = std::max(1, int(upright->height * scale + 0.5));
+        const Image small = platform::media::scaleImage(*upright, tileWidth, tileHeight);
+        auto texture = engine->makeTexture(small);
+        if (!texture) throw CommandError("the GPU refused the scaled picture");
+
+        const auto entries = focusSheetEntries();
+        const int columns = 4, rows = int(entries.size() + columns - 1) / columns;
+        const int gap = 12, labelHeight = 3 * BitmapFont::kGlyphHeight + 6;
+        Image sheet;
+        sheet.width = gap + columns * (tileWidth + gap);
+        sheet.height = gap + rows * (tileHeight + labelHeight + gap);
+        sheet.pixels.assign(size_t(sheet.width) * size_t(sheet.height) * 4, 0);
+        fill(sheet, 0, 0, sheet.width, sheet.height, 24);
+        for (size_t i = 0; i < entries.size(); ++i) {
+          auto rendered = engine->renderToImage(texture, entries[i].state);
+          if (!rendered) throw CommandError(std::string("rendering failed for ") + entries[i].title);
+          const int x = gap + int(i % columns) * (tileWidth + gap);
+          const int y = gap + int(i / columns) * (tileHeight + labelHeight + gap);
+          paste(sheet, *rendered, x, y);
+          BitmapFont::drawText(sheet, x, y + tileHeight + 4, entries[i].title, 2, {235, 235, 235});
+        }
+        if (auto written = platform::media::writeJPEG(sheet, paths[1], 0.8); !written)
+          throw CommandError("cannot write " + paths[1] + ": " + written.error().message);
+        std::printf("%s: %d x %d, %zu modes\n", paths[1].c_str(), sheet.width, sheet.height, entries.size());
+        return 0;
+      }};
+}
+
+}  // namespace halvane::cli

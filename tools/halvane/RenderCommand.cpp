@@ -1,0 +1,54 @@
+#include <cstdio>
+
+#include "Command.h"
+#include "EditArguments.h"
+#include "Halvane/Rendering/PhotoOutput.h"
+#include "PhotoSource.h"
+
+namespace halvane::cli {
+
+namespace {
+
+PhotoExportPreset parsePreset(const std::string& name) {
+  if (name == "compressed") return PhotoExportPreset::compressed;
+  if (name == "balanced") return PhotoExportPreset::balanced;
+  if (name == "maxQuality") return PhotoExportPreset::maxQuality;
+  throw UsageError("unknown preset '" + name + "' (compressed, balanced or maxQuality)");
+}
+
+}  // namespace
+
+// Decodes a photo, turns it upright as the editor does, renders the edit at full size
+// and writes the JPEG of the preset. The output appears only when complete.
+Command makeRenderCommand() {
+  return Command{
+      "render",
+      "render INPUT OUTPUT.jpg [--edit EDIT.json] [--set field=value]... [--preset compressed|balanced|maxQuality]",
+      [](const std::vector<std::string>& arguments) {
+        auto parsed = parseEditOptions(arguments);
+        PhotoExportPreset preset = PhotoExportPreset::maxQuality;
+        std::vector<std::string> paths;
+        for (size_t i = 0; i < parsed.rest.size(); ++i) {
+          if (parsed.rest[i] == "--preset") {
+            if (i + 1 >= parsed.rest.size()) throw UsageError("--preset needs a value");
+            preset = parsePreset(parsed.rest[++i]);
+          } else if (parsed.rest[i].starts_with("--")) {
+            throw UsageError("unknown option '" + parsed.rest[i] + "'");
+          } else {
+            paths.push_back(parsed.rest[i]);
+          }
+        }
+        if (paths.size() != 2) throw UsageError("needs an input and an output path");
+
+        auto engine = RenderingEngine::create();
+        const PhotoSource source = loadPhotoSource(*engine, paths[0]);
+        auto image = engine->renderToImage(source.texture, parsed.state, source.colorSpace);
+        if (!image) throw CommandError("rendering failed: the GPU could not produce the picture");
+        const auto limited = limitedImage(*image, platform::media::ImageOrientation::up, preset);
+        if (auto error = writeJPEGFile(limited, preset, paths[1])) throw CommandError(*error);
+        std::printf("%s: %d x %d\n", paths[1].c_str(), limited.width, limited.height);
+        return 0;
+      }};
+}
+
+}  // namespace halvane::cli
