@@ -28,12 +28,17 @@ class MainQueue {
   // True on the thread that runs this queue's work.
   virtual bool isCurrentThread() const = 0;
 
-  // The process's main queue, set once at start-up by the host (or by a test).
+  // The process's main queue, set once at start-up by the host (or by a test, which
+  // may replace it or clear it with nullptr). Both are safe from any thread.
   static void setShared(std::shared_ptr<MainQueue> queue);
   static std::shared_ptr<MainQueue> shared();
 };
 
-// Stops the program with a message when called off the main queue's thread.
-void assertMainQueue();
+// Stops the program (a line on stderr naming the caller, then std::abort) when called
+// off the shared main queue's thread, or when no main queue has been set. Call it with
+// no arguments: the defaults name the caller (GCC and Clang builtins, since Clang's
+// std::source_location needs a newer standard library than this project's).
+void assertMainQueue(const char* file = __builtin_FILE(), int line = __builtin_LINE(),
+                     const char* function = __builtin_FUNCTION());
 
 }  // namespace platform::dispatch

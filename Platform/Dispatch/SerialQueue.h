@@ -3,6 +3,12 @@
 // its own ("video.export.video"). async is safe from any thread; sync blocks until
 // the work ran (never call it from the queue's own thread). The destructor runs what
 // is queued and joins the thread.
+//
+// Work queued by draining work still runs before the thread ends. A destructor that
+// runs on the queue's own thread (its last owner let go inside its work) cannot join
+// itself: the thread then finishes the queue on its own and ends. Work given to async
+// must not throw (an escaping exception ends the program); sync passes the work's
+// exception on to its caller. sync on the queue's own thread stops the program.
 #include <functional>
 #include <memory>
 #include <string>

@@ -1,0 +1,128 @@
+// SerialQueue: one thread, order kept, sync, draining destructor.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+
+#include "Platform/Dispatch/SerialQueue.h"
+#include "TestSupport.h"
+
+namespace platform::dispatch {
+namespace {
+
+TEST(SerialQueue, KeepsItsLabel) {
+  SerialQueue queue("video.export.video");
+  EXPECT_EQ(queue.label(), "video.export.video");
+}
+
+TEST(SerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
+  std::vector<int> order;
+  std::vector<std::thread::id> threads;
+  bool allOnQueue = true;
+  {
+    SerialQueue queue("test.order");
+    for (int i = 0; i < 1000; ++i) {
+      queue.async([&, i] {
+        order.push_back(i);
+        threads.push_back(std::this_thread::get_id());
+        allOnQueue = allOnQueue && queue.isCurrentThread();
+      });
+    }
+    EXPECT_FALSE(queue.isCurrentThread());
+  }
+  ASSERT_EQ(order.size(), 1000u);
+  for (int i = 0; i < 1000; ++i) EXPECT_EQ(order[i], i);
+  EXPECT_TRUE(allOnQueue);
+  for (const auto id : threads) EXPECT_EQ(id, threads.front());
+  EXPECT_NE(threads.front(), std::this_thread::get_id());
+}
+
+TEST(SerialQueue, NeverRunsTwoPiecesOfWorkAtOnce) {
+  std::atomic<int> running{0};
+  std::atomic<int> overlaps{0};
+  {
+    SerialQueue queue("test.exclusive");
+    std::vector<std::thread> producers;
+    for (int p = 0; p < 4; ++p) {
+      producers.emplace_back([&] {
+        for (int i = 0; i < 200; ++i) {
+          queue.async([&] {
+            if (running.fetch_add(1) != 0) overlaps.fetch_add(1);
+            std::this_thread::yield();
+            running.fetch_sub(1);
+          });
+        }
+      });
+    }
+    for (auto& producer : producers) producer.join();
+  }
+  EXPECT_EQ(overlaps.load(), 0);
+}
+
+TEST(SerialQueue, SyncWaitsForTheWorkAndEarlierWork) {
+  SerialQueue queue("test.sync");
+  std::vector<std::string> order;
+  testing::Gate release;
+  queue.async([&] {
+    release.wait();
+    order.push_back("async");
+  });
+  std::thread opener([&] { release.open(); });
+  queue.sync([&] { order.push_back("sync"); });
+  opener.join();
+  EXPECT_THAT(order, ::testing::ElementsAre("async", "sync")) << "sync returned after both ran";
+}
+
+TEST(SerialQueue, SyncPassesTheWorksExceptionOn) {
+  SerialQueue queue("test.sync.throw");
+  EXPECT_THROW(queue.sync([] { throw std::runtime_error("from the queue"); }), std::runtime_error);
+  bool ranAfter = false;
+  queue.sync([&] { ranAfter = true; });
+  EXPECT_TRUE(ranAfter) << "the queue goes on after a thrown sync";
+}
+
+TEST(SerialQueue, DestructorRunsQueuedWorkThenJoins) {
+  testing::Gate release;
+  std::vector<int> order;
+  std::thread opener;
+  {
+    SerialQueue queue("test.drain");
+    queue.async([&] { release.wait(); });
+    for (int i = 0; i < 10; ++i) queue.async([&, i] { order.push_back(i); });
+    queue.async([&] { queue.async([&] { order.push_back(100); }); });
+    opener = std::thread([&] { release.open(); });
+  }  // blocks until all the above ran
+  opener.join();
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 100}));
+}
+
+TEST(SerialQueue, DestroyedFromItsOwnWorkFinishesAlone) {
+  testing::Log log;
+  testing::Gate release;
+  auto queue = std::make_shared<SerialQueue>("test.self");
+  queue->async([&] { release.wait(); });
+  queue->async([&log, owned = queue]() mutable {
+    owned->async([&log] { log.add("queued before the queue let go"); });
+    owned.reset();  // the last owner: the destructor runs here, on the queue's own thread
+    log.add("destroyed");
+  });
+  queue.reset();
+  release.open();
+  ASSERT_TRUE(log.waitForCount(2));
+  EXPECT_THAT(log.entries(), ::testing::ElementsAre("destroyed", "queued before the queue let go"));
+}
+
+TEST(SerialQueueDeathTest, SyncOnItsOwnThreadStopsTheProgram) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        SerialQueue queue("test.deadlock");
+        queue.sync([&] { queue.sync([] {}); });
+      },
+      "SerialQueue::sync called on the queue's own thread \\(\"test.deadlock\"\\)");
+}
+
+}  // namespace
+}  // namespace platform::dispatch
