@@ -31,6 +31,17 @@ struct DeviceOptions {
   std::string pipelineCachePath;
 };
 
+// What the pipeline cache file gave this device. A driver that keeps no pipeline data
+// in its cache (lavapipe) still loads and writes a valid file; hits are counted only
+// where the driver reports them (pipeline creation feedback).
+struct PipelineCacheInfo {
+  bool loadedFromFile = false;         // a file was read and matched this device
+  uint64_t loadedBytes = 0;
+  uint32_t pipelinesCreated = 0;       // since the device was made
+  uint32_t pipelinesFromCache = 0;     // of those, found in the cache
+  bool driverReportsCacheHits = false;
+};
+
 class Device {
  public:
   virtual ~Device() = default;
@@ -52,6 +63,7 @@ class Device {
                                                                       std::string* error = nullptr) = 0;
   // Bytes currently held by textures of this device.
   virtual uint64_t allocatedTextureBytes() const = 0;
+  virtual PipelineCacheInfo pipelineCacheInfo() const = 0;
 };
 
 }  // namespace platform::gpu

@@ -1,0 +1,169 @@
+// Completion: handlers run once each, after the GPU finished, on the layer's completion
+// thread, in commit order across threads; waiting returns after the handlers; what a
+// command buffer uses stays alive until then; queue and device wait for their work.
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "GpuTestSupport.h"
+
+namespace platform::gpu::testing {
+namespace {
+
+using CompletionTest = GpuTest;
+
+struct PatternParams {
+  uint32_t width, height, seed;
+};
+
+// A command buffer that writes the pattern over a texture of the given size.
+std::shared_ptr<CommandBuffer> patternWork(CommandQueue& queue, const std::shared_ptr<ComputePipelineState>& pipeline,
+                                           const std::shared_ptr<Texture>& texture) {
+  auto commandBuffer = queue.commandBuffer();
+  auto encoder = commandBuffer->computeCommandEncoder();
+  PatternParams params{texture->width(), texture->height(), 1};
+  encoder->setComputePipelineState(pipeline);
+  encoder->setTexture(texture, 0);
+  encoder->setBytes(&params, sizeof params, 0);
+  encoder->dispatchThreadgroups({(texture->width() + 15) / 16, (texture->height() + 15) / 16, 1}, {16, 16, 1});
+  encoder->endEncoding();
+  return commandBuffer;
+}
+
+TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOrderOffTheCommittingThreads) {
+  auto pipeline = computePipeline("gpuPatternKernel");
+  auto big = newTexture(1024, 512);
+  auto small = newTexture(16, 16);
+  for (int round = 0; round < 10; ++round) {
+    std::mutex mutex;
+    std::vector<int> commitOrder, handlerOrder;
+    std::vector<std::thread::id> handlerThreads, committingThreads;
+    std::vector<std::shared_ptr<CommandBuffer>> buffers(3);
+
+    auto commitOne = [&](int id) {
+      // The first buffer is heavy and the others light, so that completion out of
+      // order would show.
+      auto commandBuffer = patternWork(*queue, pipeline, id == 0 ? big : small);
+      commandBuffer->addCompletedHandler([&, id](CommandBuffer& completed) {
+        EXPECT_EQ(completed.status(), CommandBufferStatus::completed);
+        std::lock_guard lock(mutex);
+        handlerOrder.push_back(id);
+        handlerThreads.push_back(std::this_thread::get_id());
+      });
+      std::lock_guard lock(mutex);  // commit order is the order of this lock
+      buffers[id] = commandBuffer;
+      commitOrder.push_back(id);
+      committingThreads.push_back(std::this_thread::get_id());
+      commandBuffer->commit();
+    };
+    std::thread first([&] {
+      commitOne(0);
+      commitOne(2);
+    });
+    std::thread second([&] { commitOne(1); });
+    first.join();
+    second.join();
+    for (auto& buffer : buffers) buffer->waitUntilCompleted();
+
+    std::lock_guard lock(mutex);
+    ASSERT_EQ(handlerOrder.size(), 3u);
+    EXPECT_EQ(handlerOrder, commitOrder) << "round " << round;
+    for (std::thread::id handlerThread : handlerThreads) {
+      EXPECT_NE(handlerThread, std::this_thread::get_id());
+      for (std::thread::id committing : committingThreads) EXPECT_NE(handlerThread, committing);
+    }
+  }
+}
+
+TEST_F(CompletionTest, WaitUntilCompletedReturnsAfterTheHandlersRan) {
+  auto pipeline = computePipeline("gpuPatternKernel");
+  auto texture = newTexture(64, 64);
+  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  std::atomic<int> ran{0};
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    ++ran;
+  });
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++ran; });
+  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::notEnqueued);
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  EXPECT_EQ(ran.load(), 2);
+  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::completed);
+  EXPECT_TRUE(commandBuffer->errorMessage().empty());
+  commandBuffer->waitUntilCompleted();  // again: returns at once
+  EXPECT_EQ(ran.load(), 2);
+}
+
+TEST_F(CompletionTest, WhatAnEncodedCommandUsesStaysAliveUntilCompletion) {
+  auto pipeline = computePipeline("gpuPatternKernel");
+  auto texture = newTexture(256, 256);
+  const uint64_t bytes = device->allocatedTextureBytes();
+  ASSERT_GT(bytes, 0u);
+  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  std::atomic<uint64_t> bytesInHandler{0};
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { bytesInHandler = device->allocatedTextureBytes(); });
+  texture.reset();
+  pipeline.reset();
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::completed);
+  EXPECT_EQ(bytesInHandler.load(), bytes);       // still held while handlers run
+  EXPECT_EQ(device->allocatedTextureBytes(), 0u);  // let go after
+}
+
+TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
+  auto pipeline = computePipeline("gpuPatternKernel");
+  std::atomic<int> handled{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      for (int i = 0; i < 25; ++i) {
+        TextureDescriptor descriptor;
+        descriptor.width = 40;
+        descriptor.height = 20;
+        descriptor.usage = TextureUsage::shaderWrite;
+        auto texture = device->newTexture(descriptor);
+        auto commandBuffer = patternWork(*queue, pipeline, texture);
+        commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++handled; });
+        commandBuffer->commit();
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  queue.reset();  // waits for every buffer of the queue
+  EXPECT_EQ(handled.load(), 100);
+}
+
+TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
+  auto pipeline = computePipeline("gpuPatternKernel");
+  auto texture = newTexture(512, 512);
+  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  std::atomic<bool> ran{false};
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
+  commandBuffer->commit();
+  commandBuffer.reset();
+  texture.reset();
+  pipeline.reset();
+  queue.reset();
+  device.reset();
+  EXPECT_TRUE(ran.load());
+}
+
+TEST_F(CompletionTest, AHandlerAddedAfterCompletionRunsAtOnce) {
+  auto commandBuffer = queue->commandBuffer();
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  bool ran = false;
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
+  EXPECT_TRUE(ran);
+}
+
+TEST_F(CompletionTest, WaitingOnABufferNeverCommittedReturns) {
+  auto commandBuffer = queue->commandBuffer();
+  commandBuffer->waitUntilCompleted();
+  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::notEnqueued);
+}
+
+}  // namespace
+}  // namespace platform::gpu::testing

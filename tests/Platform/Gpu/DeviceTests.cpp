@@ -1,0 +1,122 @@
+// Device choice, libraries and pipelines made from them.
+#include <algorithm>
+#include <cstdlib>
+
+#include "GpuTestSupport.h"
+
+namespace platform::gpu::testing {
+namespace {
+
+using DeviceTest = GpuTest;
+
+TEST_F(DeviceTest, TheCpuDeviceIsLavapipe) {
+  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+  EXPECT_FALSE(device->name().empty());
+  EXPECT_GE(device->capabilities().maxTextureDimension, 4096u);
+}
+
+// Restores an environment variable when it goes.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    setenv(name, value, 1);
+  }
+  ~ScopedEnvironment() {
+    if (old_.empty()) unsetenv(name_);
+    else setenv(name_, old_.c_str(), 1);
+  }
+
+ private:
+  const char* name_;
+  std::string old_;
+};
+
+TEST(DeviceChoice, TheEnvironmentVariableChoosesWhenTheOptionsDoNot) {
+  ValidationLog log;
+  ScopedEnvironment environment("HALVANE_GPU_DEVICE", "cpu");
+  DeviceOptions options = validatedCpuOptions(log);
+  options.preferredDevice.clear();
+  auto device = Device::createSystemDefault(options);
+  ASSERT_TRUE(device);
+  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+  device.reset();
+  EXPECT_TRUE(log.messages().empty());
+}
+
+TEST(DeviceChoice, TheOptionsWinOverTheEnvironment) {
+  ValidationLog log;
+  ScopedEnvironment environment("HALVANE_GPU_DEVICE", "no-such-kind");
+  auto device = Device::createSystemDefault(validatedCpuOptions(log));
+  ASSERT_TRUE(device);
+  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+}
+
+TEST(DeviceChoice, AnUnknownChoiceOrIndexGivesNone) {
+  ValidationLog log;
+  DeviceOptions options = validatedCpuOptions(log);
+  options.preferredDevice = "no-such-kind";
+  EXPECT_FALSE(Device::createSystemDefault(options));
+  options.preferredDevice = "99";
+  EXPECT_FALSE(Device::createSystemDefault(options));
+  EXPECT_TRUE(log.messages().empty());
+}
+
+TEST(DeviceChoice, AnIndexChoosesThatDevice) {
+  // Some index is the CPU device; every index that gives a device gives a usable one.
+  bool sawCpu = false;
+  for (int index = 0; index < 8; ++index) {
+    DeviceOptions options;
+    options.preferredDevice = std::to_string(index);
+    auto device = Device::createSystemDefault(options);
+    if (device && device->capabilities().kind == DeviceKind::cpu) {
+      sawCpu = true;
+      break;
+    }
+  }
+  EXPECT_TRUE(sawCpu);
+}
+
+TEST_F(DeviceTest, TheLibraryListsItsModules) {
+  EXPECT_EQ(library->path(), testBundlePath());
+  EXPECT_TRUE(library->hasFunction("gpuPatternKernel"));
+  EXPECT_TRUE(library->hasFunction("gpuQuadVertex"));
+  EXPECT_FALSE(library->hasFunction("gpuPatternKernel.spv"));
+  auto names = library->functionNames();
+  EXPECT_NE(std::find(names.begin(), names.end(), "gpuTileKernel"), names.end());
+}
+
+TEST_F(DeviceTest, AMissingBundleGivesNoneWithAMessage) {
+  std::string error;
+  EXPECT_FALSE(device->newLibrary("/no/such/folder", &error));
+  EXPECT_NE(error.find("/no/such/folder"), std::string::npos);
+  EXPECT_FALSE(device->newLibrary("/no/such/folder"));  // no message wanted
+}
+
+TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
+  std::string error;
+  EXPECT_FALSE(device->newComputePipelineState(library, "noSuchKernel", &error));
+  EXPECT_NE(error.find("noSuchKernel"), std::string::npos);
+  EXPECT_FALSE(device->newComputePipelineState(library, "gpuMisplacedKernel", &error));
+  EXPECT_NE(error.find("binding 2"), std::string::npos) << error;
+  EXPECT_FALSE(device->newComputePipelineState(library, "gpuFormattedKernel", &error));
+  EXPECT_NE(error.find("format"), std::string::npos) << error;
+  EXPECT_FALSE(device->newComputePipelineState(library, "gpuQuadVertex", &error));
+  EXPECT_NE(error.find("not a compute shader"), std::string::npos) << error;
+
+  RenderPipelineDescriptor descriptor;
+  descriptor.library = library;
+  descriptor.vertexFunction = "gpuPatternKernel";
+  descriptor.fragmentFunction = "gpuQuadFragment";
+  EXPECT_FALSE(device->newRenderPipelineState(descriptor, &error));
+  EXPECT_NE(error.find("not a vertex shader"), std::string::npos) << error;
+}
+
+TEST_F(DeviceTest, PipelineStatesKnowTheirFunction) {
+  auto pipeline = computePipeline("gpuSwizzleKernel");
+  ASSERT_TRUE(pipeline);
+  EXPECT_EQ(pipeline->functionName(), "gpuSwizzleKernel");
+}
+
+}  // namespace
+}  // namespace platform::gpu::testing
