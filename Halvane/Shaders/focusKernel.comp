@@ -41,10 +41,12 @@ const int KERNEL_BILATERAL = 3;  // edge: a gaussian that edges stop
 
 // Below this support radius (pixels) a pixel is sharp and copied.
 const float SHARP_RADIUS = 0.5;
-// A pixel whose radius spans fewer cells than this gathers texels directly, if its
-// radius is at most DIRECT_MAX_RADIUS pixels.
-const float MIN_CELLS_PER_RADIUS = 2.0;
-const float DIRECT_MAX_RADIUS = 8.0;
+// A pixel for which the group's cells are too coarse (its kernel is small next to the
+// group's largest, or the grid had to coarsen to hold the margin) gathers texels
+// directly when its support is at most this many pixels.
+float directMaxRadius() {
+  return u.finalOutput != 0u ? 16.0 : 8.0;
+}
 
 int kernelKind() {
   switch (u.focusMode) {
@@ -183,8 +185,8 @@ vec3 linearAt(vec2 point) {
 // Mean linear light along the segment from a to b (pixels), stratified with a
 // per-pixel offset, skipping samples outside the picture.
 vec3 streakMean(vec2 a, vec2 b, float lengthPx, ivec2 pos) {
-  float spacing = finalQuality() ? 1.0 : 2.0;
-  int maxSamples = finalQuality() ? 160 : 48;
+  float spacing = finalQuality() ? 0.5 : 1.0;
+  int maxSamples = finalQuality() ? 256 : 64;
   int count = clamp(int(ceil(lengthPx / spacing)) + 1, 2, maxSamples);
   vec2 size = vec2(outputSize());
   float jitter = pixelJitter(pos);
@@ -311,7 +313,8 @@ void main() {
 
   vec3 sum = vec3(0.0);
   float weight = 0.0;
-  if (support / float(cellSize) < MIN_CELLS_PER_RADIUS && support <= DIRECT_MAX_RADIUS) {
+  float wantedCell = max(support / cellsPerSupport(kind), 1.0);
+  if (float(cellSize) > 1.5 * wantedCell && support <= directMaxRadius()) {
     // Too small for the cells: gather texels, one cell a texel.
     Kernel k = makeKernel(kind, support, 1.0);
     int reach = int(ceil(support + 0.5));

@@ -1,0 +1,255 @@
+#include "FocusKernelSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <random>
+#include <vector>
+
+#include "Halvane/Rendering/BundleLocator.h"
+#include "Platform/Media/ImageDecoder.h"
+#include "Platform/Media/ImageEncoder.h"
+#include "Platform/Media/ImageScale.h"
+
+namespace halvane::testing {
+
+namespace gpu = platform::gpu;
+
+EditState focusDefaults(int mode) {
+  EditState state;
+  state.focusMode = mode;
+  state.focusCenterX = 0.5f;
+  state.focusCenterY = 0.5f;
+  state.focusAspect = 1;
+  switch (mode) {
+    case 1:  // radial
+      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
+      break;
+    case 2:  // linear
+    case 3:  // mirrored
+      state.focusRadius = 0.15f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
+      break;
+    case 4:  // gaussian
+    case 5:  // zoom
+      state.focusStrength = 0.5f;
+      break;
+    case 6:  // motion
+      state.focusAngle = 0, state.focusStrength = 0.5f;
+      break;
+    case 7:  // bokeh
+      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
+      state.focusBokehHighlights = 0.3f;
+      break;
+    case 8:  // iris
+      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
+      state.irisBlades = 6;
+      break;
+    case 9:  // depth
+      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
+      state.depthMix = 0.5f;
+      break;
+    case 10:  // edge
+      state.focusStrength = 0.5f, state.edgeProtect = 0.5f;
+      break;
+    default:
+      break;
+  }
+  return state;
+}
+
+FocusKernelRunner::FocusKernelRunner() {
+  gpu::DeviceOptions options;
+  options.preferredDevice = "cpu";
+  device_ = gpu::Device::createSystemDefault(options);
+  if (!device_) {
+    whyNotReady_ = "no Vulkan device (lavapipe) could be made";
+    return;
+  }
+  const auto bundle = findBundle();
+  if (!bundle) {
+    whyNotReady_ = "the kernel bundle was not found";
+    return;
+  }
+  std::string error;
+  auto library = device_->newLibrary(*bundle, &error);
+  if (!library) {
+    whyNotReady_ = "the kernel bundle could not be loaded: " + error;
+    return;
+  }
+  queue_ = device_->newCommandQueue();
+  auto pipeline = device_->newComputePipelineState(library, "focusKernel", &error);
+  if (!queue_ || !pipeline) {
+    whyNotReady_ = "focusKernel could not be made: " + error;
+    return;
+  }
+  pipeline_ = pipeline;
+}
+
+Image FocusKernelRunner::run(const Image& input, const EditState& state, bool finalOutput) {
+  return run(input, makeUniforms(uint64_t(input.width), uint64_t(input.height), state, finalOutput));
+}
+
+Image FocusKernelRunner::run(const Image& input, const RenderUniforms& block) {
+  const auto width = uint32_t(input.width), height = uint32_t(input.height);
+  gpu::TextureDescriptor descriptor;
+  descriptor.width = width;
+  descriptor.height = height;
+  descriptor.storageMode = gpu::StorageMode::shared;
+  descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
+  auto source = device_->newTexture(descriptor);
+  auto target = device_->newTexture(descriptor);
+  if (!source || !target) return {};
+  const gpu::Region region{{0, 0}, width, height};
+  source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
+
+  auto commandBuffer = queue_->commandBuffer();
+  if (!commandBuffer) return {};
+  auto encoder = commandBuffer->computeCommandEncoder();
+  if (!encoder) return {};
+  encoder->setComputePipelineState(pipeline_);
+  encoder->setTexture(source, 0);
+  encoder->setTexture(target, 1);
+  encoder->setBytes(&block, sizeof block, 0);
+  encoder->dispatchThreadgroups({(width + 15) / 16, (height + 15) / 16, 1}, {16, 16, 1});
+  encoder->endEncoding();
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};
+
+  Image output;
+  output.width = input.width;
+  output.height = input.height;
+  output.pixels.assign(input.pixels.size(), 0);
+  target->getBytes(output.pixels.data(), size_t(width) * 4, region);
+  return output;
+}
+
+FocusKernelRunner& focusRunner() {
+  static FocusKernelRunner runner;
+  return runner;
+}
+
+namespace {
+
+Image blank(int width, int height) {
+  Image image;
+  image.width = width;
+  image.height = height;
+  image.pixels.assign(size_t(width) * size_t(height) * 4, 255);
+  return image;
+}
+
+double srgbToLinear(double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); }
+
+double linearToSrgb(double l) {
+  l = std::clamp(l, 0.0, 1.0);
+  return l <= 0.0031308 ? l * 12.92 : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
+}
+
+}  // namespace
+
+Image makeImage(int width, int height, uint32_t seed) {
+  Image image = blank(width, height);
+  std::mt19937 random(seed);
+  std::uniform_int_distribution<int> noise(-40, 40);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      uint8_t* p = image.pixel(x, y);
+      const double fx = double(x) / width, fy = double(y) / height;
+      const double base[3] = {128 + 90 * std::sin(9 * fx + 2 * fy), 128 + 90 * std::cos(7 * fy - 3 * fx),
+                              (x / 11 + y / 7) % 2 ? 210.0 : 40.0};
+      for (int c = 0; c < 3; ++c) p[c] = uint8_t(std::clamp(base[c] + noise(random), 0.0, 255.0));
+    }
+  }
+  return image;
+}
+
+Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light) {
+  Image image = blank(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      const uint8_t v = ((x / cell) + (y / cell)) % 2 ? light : dark;
+      std::fill_n(image.pixel(x, y), 3, v);
+    }
+  return image;
+}
+
+Image makeSolid(int width, int height, uint8_t b, uint8_t g, uint8_t r) {
+  Image image = blank(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      uint8_t* p = image.pixel(x, y);
+      p[0] = b, p[1] = g, p[2] = r;
+    }
+  return image;
+}
+
+Image loadPhoto(const std::string& relativePath, int width) {
+  const std::filesystem::path path = std::filesystem::path(HALVANE_MEDIA_DIR) / relativePath;
+  auto decoded = platform::media::decodeImageFile(path);
+  if (!decoded) return {};
+  const Image& image = *decoded;
+  const int height = std::max(1, int(std::lround(double(image.height) * width / image.width)));
+  return platform::media::scaleImage(image, width, height);
+}
+
+Image referenceGaussian(const Image& input, float strength) {
+  const int width = input.width, height = input.height;
+  const double sigma = 0.012 * double(std::min(width, height)) * strength;
+  const double support = 3 * sigma;
+  const int reach = int(std::ceil(support));
+  std::vector<double> linear(size_t(width) * height * 3);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x)
+      for (int c = 0; c < 3; ++c)
+        linear[(size_t(y) * width + x) * 3 + c] = srgbToLinear(input.pixel(x, y)[c] / 255.0);
+  Image output = input;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      double sum[3] = {0, 0, 0}, weight = 0;
+      for (int dy = -reach; dy <= reach; ++dy) {
+        for (int dx = -reach; dx <= reach; ++dx) {
+          const int sx = x + dx, sy = y + dy;
+          if (sx < 0 || sy < 0 || sx >= width || sy >= height) continue;
+          const double d = std::sqrt(double(dx * dx + dy * dy));
+          if (d > support) continue;
+          const double w = std::exp(-d * d / (2 * sigma * sigma));
+          for (int c = 0; c < 3; ++c) sum[c] += w * linear[(size_t(sy) * width + sx) * 3 + c];
+          weight += w;
+        }
+      }
+      for (int c = 0; c < 3; ++c)
+        output.pixel(x, y)[c] = uint8_t(std::lround(255 * linearToSrgb(sum[c] / weight)));
+    }
+  }
+  return output;
+}
+
+double meanAbsoluteDifference(const Image& a, const Image& b) {
+  if (a.width != b.width || a.height != b.height || a.pixels.empty()) return 1e9;
+  double sum = 0;
+  for (size_t i = 0; i < a.pixels.size(); i += 4)
+    for (size_t c = 0; c < 3; ++c) sum += std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c]));
+  return sum / double(a.pixels.size() / 4 * 3);
+}
+
+int maxAbsoluteDifference(const Image& a, const Image& b) {
+  if (a.width != b.width || a.height != b.height || a.pixels.empty()) return 1 << 20;
+  int most = 0;
+  for (size_t i = 0; i < a.pixels.size(); i += 4)
+    for (size_t c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c])));
+  return most;
+}
+
+void saveForInspection(const Image& image, const std::string& name) {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::filesystem::path folder = std::filesystem::current_path() / "focus-test-output";
+  std::filesystem::create_directories(folder);
+  const std::string stem = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : std::string();
+  platform::media::writePNG(image, folder / (stem + name + ".png"));
+}
+
+}  // namespace halvane::testing

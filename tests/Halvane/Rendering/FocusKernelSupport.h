@@ -1,0 +1,63 @@
+#pragma once
+// Runs "focusKernel" alone, straight through the GPU layer on the CPU device, so that
+// its tests see exactly what the pass does (the engine skips the pass at strength 0;
+// these tests must not). Also the CPU reference of the gaussian mode and small picture
+// helpers. One runner per test program; not thread-safe.
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "Halvane/Model/EditState.h"
+#include "Halvane/Rendering/RenderUniforms.h"
+#include "Platform/Gpu/Device.h"
+#include "Platform/Media/Image.h"
+
+namespace halvane::testing {
+
+using platform::media::Image;
+
+// The values the focus tool starts a mode with, as the focus session seeds them:
+// centre 0.5, 0.5, aspect 1, then the mode's own row.
+EditState focusDefaults(int mode);
+
+class FocusKernelRunner {
+ public:
+  // Skips the calling test (GTEST_SKIP) when no device or bundle can be had; check
+  // ready() after construction.
+  FocusKernelRunner();
+  bool ready() const { return pipeline_ != nullptr; }
+  const std::string& whyNotReady() const { return whyNotReady_; }
+
+  // The focus pass over `input` with the block built for the state, as the engine
+  // builds it for a picture of the input's size with no crop.
+  Image run(const Image& input, const EditState& state, bool finalOutput);
+  Image run(const Image& input, const RenderUniforms& block);
+
+ private:
+  std::shared_ptr<platform::gpu::Device> device_;
+  std::shared_ptr<platform::gpu::CommandQueue> queue_;
+  std::shared_ptr<platform::gpu::ComputePipelineState> pipeline_;
+  std::string whyNotReady_;
+};
+
+FocusKernelRunner& focusRunner();
+
+// Pictures. All opaque, BGRA.
+Image makeImage(int width, int height, uint32_t seed);  // smooth shapes plus fine noise
+Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light);
+Image makeSolid(int width, int height, uint8_t b, uint8_t g, uint8_t r);
+// A natural photo from the shared media, scaled to the given width (height follows).
+// Empty when the media folder is missing.
+Image loadPhoto(const std::string& relativePath, int width);
+
+// The gaussian mode on the CPU: linear light, sigma = 0.012 x shorter side x strength,
+// truncated at 3 sigma and renormalised inside the picture, as the kernel defines it.
+Image referenceGaussian(const Image& input, float strength);
+
+// Differences over the colour channels, in code values.
+double meanAbsoluteDifference(const Image& a, const Image& b);
+int maxAbsoluteDifference(const Image& a, const Image& b);
+// Writes the image as PNG under the test's output folder (for a failed comparison).
+void saveForInspection(const Image& image, const std::string& name);
+
+}  // namespace halvane::testing

@@ -1,0 +1,317 @@
+// The focus pass, run alone on the CPU device: exact identities, the sharp region, the
+// growth of the blur, the gaussian against a CPU reference, preview against export,
+// direction of the streaks, and that the eleven modes look different.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "FocusKernelSupport.h"
+
+namespace halvane {
+namespace {
+
+using testing::focusDefaults;
+using testing::focusRunner;
+using testing::Image;
+using testing::maxAbsoluteDifference;
+using testing::meanAbsoluteDifference;
+using testing::saveForInspection;
+
+const char* const kModeNames[] = {"off",   "radial", "linear", "mirrored", "gaussian", "zoom",
+                                  "motion", "bokeh", "iris",   "depth",    "edge"};
+
+class FocusKernel : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    if (!focusRunner().ready()) GTEST_SKIP() << focusRunner().whyNotReady();
+  }
+  static Image run(const Image& input, const EditState& state, bool finalOutput) {
+    return focusRunner().run(input, state, finalOutput);
+  }
+};
+
+int channelDifference(const Image& a, const Image& b, int x, int y) {
+  int most = 0;
+  for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])));
+  return most;
+}
+
+TEST_F(FocusKernel, StrengthZeroIsAnExactIdentityInEveryMode) {
+  // Odd sizes, so that the edge groups overrun in both directions.
+  const Image input = testing::makeImage(45, 29, 7);
+  for (int mode = 0; mode <= 10; ++mode) {
+    for (bool finalOutput : {false, true}) {
+      EditState state = focusDefaults(mode);
+      state.focusStrength = 0;
+      EXPECT_EQ(run(input, state, finalOutput).pixels, input.pixels) << kModeNames[mode] << " final " << finalOutput;
+    }
+  }
+  // Mode off never reaches the kernel, but the kernel copies it too.
+  EditState off;
+  off.focusStrength = 1;
+  EXPECT_EQ(run(input, off, false).pixels, input.pixels);
+}
+
+TEST_F(FocusKernel, SharpRegionKeepsTheInputAtItsDefaults) {
+  const Image input = testing::makeImage(96, 80, 3);
+  // Radius 0.25 of the shorter side 80 and feather 0.5: R = 10 pixels. Linear and
+  // mirrored have R = 6. A pixel inside the inner boundary is copied; the zoom's centre
+  // pixel gets a streak shorter than a pixel.
+  for (int mode : {1, 2, 3, 5, 7, 8, 9}) {
+    for (bool finalOutput : {false, true}) {
+      const Image output = run(input, focusDefaults(mode), finalOutput);
+      ASSERT_FALSE(output.pixels.empty());
+      const int reach = mode == 5 ? 0 : (mode == 2 || mode == 3) ? 4 : 7;
+      int worst = 0;
+      for (int dy = -reach; dy <= reach; ++dy)
+        for (int dx = -reach; dx <= reach; ++dx) {
+          if (dx * dx + dy * dy > reach * reach) continue;
+          worst = std::max(worst, channelDifference(output, input, 48 + dx, 40 + dy));
+        }
+      EXPECT_LE(worst, 1) << kModeNames[mode] << " final " << finalOutput;
+      // ... and the effect is there away from the centre.
+      EXPECT_GT(meanAbsoluteDifference(output, input), 2.0) << kModeNames[mode];
+    }
+  }
+}
+
+// Mean absolute deviation of the picture from its own mean grey, over the pixels whose
+// `distance` falls into each bin: what is left of a fine checkerboard's contrast.
+std::vector<double> contrastByDistance(const Image& image, double binWidth, int bins, auto distance) {
+  std::vector<double> sum(bins, 0), count(bins, 0);
+  double mean = 0;
+  for (size_t i = 0; i < image.pixels.size(); i += 4) mean += image.pixels[i + 1];
+  mean /= double(image.pixels.size() / 4);
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) {
+      const int bin = int(distance(x + 0.5, y + 0.5) / binWidth);
+      if (bin < 0 || bin >= bins) continue;
+      sum[bin] += std::abs(image.pixel(x, y)[1] - mean);
+      count[bin] += 1;
+    }
+  for (int b = 0; b < bins; ++b) sum[b] = count[b] > 0 ? sum[b] / count[b] : 0;
+  return sum;
+}
+
+void expectNonIncreasing(const std::vector<double>& contrast, const std::string& what) {
+  // Half a code value of slack for the noise of averaging a few hundred pixels a bin.
+  for (size_t b = 1; b < contrast.size(); ++b)
+    EXPECT_LE(contrast[b], contrast[b - 1] + 0.5) << what << " bin " << b;
+  EXPECT_LT(contrast.back(), 0.5 * contrast.front()) << what;
+}
+
+TEST_F(FocusKernel, BlurGrowsMonotonicallyFromTheRegionEdge) {
+  const Image input = testing::makeCheckerboard(160, 160, 1, 40, 200);
+  // Radial: R = 0.3 x 160 x 0.5 = 24, feather 1 runs to 48.
+  EditState radial = focusDefaults(1);
+  radial.focusRadius = 0.3f, radial.focusFeather = 1, radial.focusStrength = 1;
+  // Linear at 30 degrees and mirrored: the band edge at 24, full blur from 48 on.
+  EditState linear = focusDefaults(2);
+  linear.focusRadius = 0.3f, linear.focusFeather = 1, linear.focusStrength = 1, linear.focusAngle = 30;
+  EditState mirrored = linear;
+  mirrored.focusMode = 3;
+  for (bool finalOutput : {false, true}) {
+    const auto radialContrast = contrastByDistance(run(input, radial, finalOutput), 4, 14,
+                                                   [](double x, double y) { return std::hypot(x - 80, y - 80) - 20; });
+    expectNonIncreasing(radialContrast, "radial");
+    const double s = std::sin(30 * M_PI / 180), c = std::cos(30 * M_PI / 180);
+    auto normal = [&](double x, double y) { return -(x - 80) * s + (y - 80) * c; };
+    expectNonIncreasing(
+        contrastByDistance(run(input, linear, finalOutput), 4, 14, [&](double x, double y) { return normal(x, y) - 20; }),
+        "linear");
+    expectNonIncreasing(contrastByDistance(run(input, mirrored, finalOutput), 4, 14,
+                                           [&](double x, double y) { return std::abs(normal(x, y)) - 20; }),
+                        "mirrored");
+    // The linear mode's other side stays sharp.
+    const auto otherSide = contrastByDistance(run(input, linear, finalOutput), 4, 4,
+                                              [&](double x, double y) { return -normal(x, y); });
+    for (double contrast : otherSide) EXPECT_NEAR(contrast, 80.0, 1.0);
+  }
+}
+
+TEST_F(FocusKernel, GaussianMatchesTheCpuReference) {
+  // Sigma is 0.012 of the shorter side times the strength: 1.8 and 3.6 pixels on 400 by
+  // 300, 5.4 on 600 by 450. Between them the preview gathers single pixels and cells of
+  // 2 by 2, the export single pixels and cells of 2 by 2; the seams of the 16 by 16
+  // groups are all covered.
+  struct Case {
+    int width, height;
+    float strength;
+  };
+  for (const Case& c : {Case{400, 300, 0.5f}, Case{400, 300, 1.0f}, Case{600, 450, 1.0f}}) {
+    const Image input = testing::makeImage(c.width, c.height, 11);
+    EditState state = focusDefaults(4);
+    state.focusStrength = c.strength;
+    const Image expected = testing::referenceGaussian(input, c.strength);
+    for (bool finalOutput : {false, true}) {
+      const Image output = run(input, state, finalOutput);
+      // Cells hold half floats, worth at most one code value. A cell's mean also folds
+      // the detail finer than the cell into the gather (aliasing): on this picture, with
+      // noise of +-40 on every pixel and edges of 170 code values, that is worth a few
+      // code values at the worst pixels while sigma spans under 2 cells (the preview),
+      // and less from 2.7 cells on (the export).
+      const int maxAllowed = finalOutput ? 2 : 5;
+      const double meanAllowed = finalOutput ? 0.2 : 0.5;
+      const int most = maxAbsoluteDifference(output, expected);
+      const double mean = meanAbsoluteDifference(output, expected);
+      const std::string what = std::to_string(c.width) + "x" + std::to_string(c.height) + " strength " +
+                               std::to_string(c.strength) + (finalOutput ? " export" : " preview");
+      EXPECT_LE(most, maxAllowed) << what;
+      EXPECT_LE(mean, meanAllowed) << what;
+      std::printf("%s: max %d, mean %.3f\n", what.c_str(), most, mean);
+      if (most > maxAllowed || mean > meanAllowed) {
+        saveForInspection(output, "actual");
+        saveForInspection(expected, "expected");
+      }
+    }
+  }
+}
+
+TEST_F(FocusKernel, BlursInLinearLight) {
+  // A one-pixel checkerboard of black and white blurs to half the light: code value
+  // 188, not the 128 of averaging code values. On 100 by 100 the gaussian's sigma is
+  // 1.2 pixels at full strength, which leaves nothing of the pattern, and the motion
+  // streak is 8 pixels long, a whole number of the pattern's periods. A flat picture
+  // stays flat to the borders, because the kernel is renormalised there instead of
+  // reading outside.
+  const Image checker = testing::makeCheckerboard(100, 100, 1, 0, 255);
+  const Image solid = testing::makeSolid(64, 48, 30, 140, 220);
+  for (int mode : {4, 6, 10}) {
+    EditState state = focusDefaults(mode);
+    state.focusStrength = 1;
+    state.edgeProtect = 0;
+    for (bool finalOutput : {false, true}) {
+      const Image blurred = run(checker, state, finalOutput);
+      for (int y = 34; y < 66; ++y)
+        for (int x = 34; x < 66; ++x)
+          EXPECT_NEAR(blurred.pixel(x, y)[1], 188, 2) << kModeNames[mode] << " " << x << "," << y;
+      EXPECT_LE(maxAbsoluteDifference(run(solid, state, finalOutput), solid), 1) << kModeNames[mode];
+    }
+  }
+}
+
+TEST_F(FocusKernel, PreviewAndExportLookTheSame) {
+  const Image photo = testing::loadPhoto("photo/flower.webp", 240);
+  if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
+  for (int mode = 1; mode <= 10; ++mode) {
+    const EditState state = focusDefaults(mode);
+    const Image preview = run(photo, state, false);
+    const Image finished = run(photo, state, true);
+    // The export spends more samples; the two differ by sampling only.
+    EXPECT_LE(meanAbsoluteDifference(preview, finished), 1.5) << kModeNames[mode];
+  }
+}
+
+TEST_F(FocusKernel, StreaksFollowTheirDirection) {
+  // Stripes that run along the streak survive it; stripes across it vanish.
+  const int size = 96;
+  Image rows = testing::makeSolid(size, size, 0, 0, 0), columns = rows;
+  for (int y = 0; y < size; ++y)
+    for (int x = 0; x < size; ++x) {
+      std::fill_n(rows.pixel(x, y), 3, uint8_t((y / 2) % 2 ? 230 : 20));
+      std::fill_n(columns.pixel(x, y), 3, uint8_t((x / 2) % 2 ? 230 : 20));
+    }
+  EditState motion = focusDefaults(6);
+  motion.focusStrength = 1;
+  for (bool finalOutput : {false, true}) {
+    // Angle 0 moves along x: rows stay, columns blur.
+    const Image keptRows = run(rows, motion, finalOutput);
+    EXPECT_LE(maxAbsoluteDifference(keptRows, rows), 1);
+    const Image blurredColumns = run(columns, motion, finalOutput);
+    EXPECT_GT(meanAbsoluteDifference(blurredColumns, columns), 60);
+  }
+  motion.focusAngle = 90;
+  EXPECT_GT(meanAbsoluteDifference(run(rows, motion, true), rows), 60);
+  EXPECT_LE(maxAbsoluteDifference(run(columns, motion, true), columns), 1);
+
+  // Zoom: rays from the centre stay, rings around it blur, more so farther out.
+  Image rays = testing::makeSolid(size, size, 0, 0, 0), rings = rays;
+  for (int y = 0; y < size; ++y)
+    for (int x = 0; x < size; ++x) {
+      const double dx = x + 0.5 - size / 2.0, dy = y + 0.5 - size / 2.0;
+      std::fill_n(rays.pixel(x, y), 3, uint8_t(std::fmod(std::atan2(dy, dx) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20));
+      std::fill_n(rings.pixel(x, y), 3, uint8_t(int(std::hypot(dx, dy) / 2) % 2 ? 230 : 20));
+    }
+  EditState zoom = focusDefaults(5);
+  zoom.focusStrength = 1;
+  const Image zoomedRings = run(rings, zoom, true);
+  const Image zoomedRays = run(rays, zoom, true);
+  EXPECT_LT(meanAbsoluteDifference(zoomedRays, rays), 0.25 * meanAbsoluteDifference(zoomedRings, rings));
+  auto ringContrast = [&](double from, double to) {
+    return contrastByDistance(zoomedRings, to - from, 1, [&](double x, double y) {
+      return std::hypot(x - size / 2.0, y - size / 2.0) - from;
+    })[0];
+  };
+  EXPECT_GT(ringContrast(4, 12), 2 * ringContrast(36, 44));
+}
+
+TEST_F(FocusKernel, IrisGivesBladedHighlights) {
+  // A single bright point on black spreads into the aperture's shape: on 241 by 241 at
+  // full strength the disc's radius is 7.2 pixels. With six blades and a vertex
+  // pointing up, the shape reaches farther up (to a vertex) than right (to an edge), by
+  // 1 / cos(30 degrees) for a hexagon; a disc reaches alike. The focus centre sits in a
+  // corner with radius 0, so the whole picture is blurred.
+  const int size = 241, c = 120;
+  Image point = testing::makeSolid(size, size, 0, 0, 0);
+  std::fill_n(point.pixel(c, c), 3, uint8_t(255));
+  auto reach = [&](const Image& image, int dx, int dy) {
+    int steps = 0;
+    for (int x = c, y = c; x >= 0 && y >= 0 && x < size && y < size && image.pixel(x, y)[1] > 0; x += dx, y += dy)
+      ++steps;
+    return double(steps);
+  };
+  EditState iris = focusDefaults(8);
+  iris.focusCenterX = 0, iris.focusCenterY = 0, iris.focusRadius = 0, iris.focusStrength = 1;
+  const Image bladed = run(point, iris, true);
+  EXPECT_NEAR(reach(bladed, 0, -1) / reach(bladed, 1, 0), 1.155, 0.08);
+  EditState bokeh = iris;
+  bokeh.focusMode = 7;
+  bokeh.focusBokehHighlights = 0.3f;  // the bokeh mode's own start
+  const Image disc = run(point, bokeh, true);
+  EXPECT_NEAR(reach(disc, 0, -1) / reach(disc, 1, 0), 1.0, 0.05);
+  // The highlight boost keeps a spread point brighter than a plain lens blur would.
+  EditState plain = bokeh;
+  plain.focusBokehHighlights = 0;
+  EXPECT_GT(disc.pixel(c, c)[1], run(point, plain, true).pixel(c, c)[1] + 5);
+}
+
+TEST_F(FocusKernel, ModesDifferVisiblyFromEachOther) {
+  const Image photo = testing::loadPhoto("photo/flower.webp", 240);
+  if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
+  std::vector<Image> results;
+  for (int mode = 0; mode <= 10; ++mode) results.push_back(run(photo, focusDefaults(mode), false));
+  for (int a = 0; a <= 10; ++a)
+    for (int b = a + 1; b <= 10; ++b) {
+      // Bokeh and iris are one lens blur with two apertures: they differ in the shape of
+      // bright points, checked below on a picture that has them.
+      if (a == 7 && b == 8) continue;
+      // A mean of 1 code value over the whole picture is a change the eye sees where it
+      // happens: most modes leave part of the picture as it is.
+      EXPECT_GE(meanAbsoluteDifference(results[a], results[b]), 1.0) << kModeNames[a] << " vs " << kModeNames[b];
+    }
+
+  // Night lights: small bright lamps on a dark street, where a lens's aperture shows.
+  Image lights = testing::makeSolid(400, 300, 40, 30, 25);
+  for (int y = 12; y < 300; y += 24)
+    for (int x = 12; x < 400; x += 24) {
+      const uint8_t lamp[3] = {uint8_t(120 + x % 100), uint8_t(200 + y % 50), 255};
+      for (int dy = 0; dy < 2; ++dy)
+        for (int dx = 0; dx < 2; ++dx) std::copy_n(lamp, 3, lights.pixel(x + dx, y + dy));
+    }
+  const Image bokeh = run(lights, focusDefaults(7), false);
+  const Image iris = run(lights, focusDefaults(8), false);
+  // Discs against hexagons: the rims of every lamp's shape differ, the rest alike.
+  int differing = 0;
+  for (int y = 0; y < bokeh.height; ++y)
+    for (int x = 0; x < bokeh.width; ++x) differing += channelDifference(bokeh, iris, x, y) > 2;
+  const double share = double(differing) / (bokeh.width * bokeh.height);
+  EXPECT_GE(share, 0.05);
+}
+
+}  // namespace
+}  // namespace halvane
