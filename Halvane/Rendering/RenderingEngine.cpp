@@ -6,8 +6,11 @@
 #include <limits>
 
 #include "Halvane/Rendering/BundleLocator.h"
+#include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Base/Fatal.h"
+#include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Dispatch/SystemNotifications.h"
 
 namespace halvane {
 
@@ -40,10 +43,27 @@ std::string defaultPipelineCachePath() {
 std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions options) {
   std::shared_ptr<RenderingEngine> engine(new RenderingEngine());
   engine->start(std::move(options));
+  // The warning may come from any thread; the purge runs on the main queue when there
+  // is one, with the engine held weakly.
+  std::weak_ptr<RenderingEngine> weakEngine = engine;
+  engine->memoryWarningObserver_ = platform::dispatch::NotificationCenter::defaultCenter().addObserver(
+      platform::dispatch::kMemoryWarningNotification, nullptr, [weakEngine](const platform::dispatch::Notification&) {
+        auto purge = [weakEngine] {
+          if (auto alive = weakEngine.lock()) alive->purgeCaches();
+        };
+        if (auto main = platform::dispatch::MainQueue::shared()) {
+          main->async(purge);
+        } else {
+          purge();
+        }
+      });
   return engine;
 }
 
-RenderingEngine::~RenderingEngine() = default;
+RenderingEngine::~RenderingEngine() {
+  if (displayLink_) displayLink_->invalidate();
+  platform::dispatch::NotificationCenter::defaultCenter().removeObserver(memoryWarningObserver_);
+}
 
 void RenderingEngine::start(RenderingEngineOptions options) {
   auto deviceOptions = options.device;
@@ -188,12 +208,13 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
 
 std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::shared_ptr<Texture>& source,
                                                                      const EditState& state,
-                                                                     const std::vector<uint8_t>& colorSpace) {
+                                                                     const std::vector<uint8_t>& colorSpace,
+                                                                     bool finalOutput) {
   if (!source) return std::nullopt;
   auto commandBuffer = commandQueue_->commandBuffer();
   if (!commandBuffer) return std::nullopt;
   const bool isDefault = state.isDefault();
-  auto result = isDefault ? source : processTexture(source, state, *commandBuffer, true);
+  auto result = isDefault ? source : processTexture(source, state, *commandBuffer, finalOutput);
   const bool resultIsIntermediate = !isDefault && result != source;
   auto finishWithoutImage = [&]() -> std::optional<platform::media::Image> {
     commandBuffer->commit();
@@ -239,5 +260,59 @@ PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeigh
 }
 
 void RenderingEngine::purgeCaches() { texturePool_->purge(); }
+
+void DisplayLinkProxy::tick() const {
+  if (auto alive = engine.lock()) alive->tick();
+}
+
+void RenderingEngine::startDisplayLink() {
+  if (displayLink_) displayLink_->invalidate();
+  displayLinkProxy_ = std::make_shared<DisplayLinkProxy>(weak_from_this());
+  displayLink_ = platform::dispatch::makeDisplayLink([proxy = displayLinkProxy_](double, double) { proxy->tick(); });
+  // Preview keeps pace with the display, never below 30 frames a second.
+  displayLink_->setPreferredFrameRateRange(30, 120, 60);
+  displayLink_->addToMainQueue();
+}
+
+void RenderingEngine::stopDisplayLink() {
+  if (displayLink_) displayLink_->invalidate();
+  displayLink_.reset();
+  displayLinkProxy_.reset();
+  previewView_.reset();
+}
+
+void RenderingEngine::setPreviewSource(std::shared_ptr<Texture> source) {
+  previewSource_ = std::move(source);
+  previewIsDirty_ = true;
+}
+
+void RenderingEngine::applyPreviewState(const EditState& state) {
+  if (state == previewState_) return;
+  previewState_ = state;
+  previewIsDirty_ = true;
+}
+
+void RenderingEngine::tick() {
+  if (!previewIsDirty_ || !previewSource_) return;
+  auto view = previewView_.lock();
+  if (!view) return;
+  const DrawableSize size = view->drawableSize();
+  // Without a size the frame stays pending and comes as soon as the view has one.
+  if (size.width == 0 || size.height == 0) return;
+  auto commandBuffer = commandQueue_->commandBuffer();
+  if (!commandBuffer) return;
+  previewIsDirty_ = false;
+  if (previewState_.isDefault()) {
+    view->draw(previewSource_, *commandBuffer);
+    commandBuffer->commit();
+    return;
+  }
+  auto result = processTexture(previewSource_, previewState_, *commandBuffer, false);
+  view->draw(result, *commandBuffer);
+  if (result != previewSource_) {
+    commandBuffer->addCompletedHandler([pool = texturePool_, result](CommandBuffer&) { pool->release(result); });
+  }
+  commandBuffer->commit();
+}
 
 }  // namespace halvane

@@ -12,6 +12,8 @@
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Rendering/TexturePool.h"
+#include "Platform/Dispatch/DisplayLink.h"
+#include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
 
@@ -21,6 +23,18 @@ struct PixelSize {
   uint32_t width = 0;
   uint32_t height = 0;
   bool operator==(const PixelSize&) const = default;
+};
+
+class PreviewView;
+class RenderingEngine;
+
+// The display link's target: it holds the engine weakly, so the running clock never
+// keeps the engine alive. Once the engine has gone, a tick does nothing.
+class DisplayLinkProxy {
+ public:
+  explicit DisplayLinkProxy(std::weak_ptr<RenderingEngine> engine) : engine(std::move(engine)) {}
+  void tick() const;
+  const std::weak_ptr<RenderingEngine> engine;
 };
 
 struct RenderingEngineOptions {
@@ -61,15 +75,36 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
                                                          bool finalOutput);
 
   // Blocks until the GPU finished. The bitmap carries `colorSpace` (ICC bytes; empty
-  // means sRGB). None when the GPU could not produce it.
+  // means sRGB). None when the GPU could not produce it. Thumbnails render with
+  // finalOutput false, exports with true.
   std::optional<platform::media::Image> renderToImage(const std::shared_ptr<platform::gpu::Texture>& source,
                                                       const EditState& state,
-                                                      const std::vector<uint8_t>& colorSpace = {});
+                                                      const std::vector<uint8_t>& colorSpace = {},
+                                                      bool finalOutput = true);
 
   static PixelSize outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state);
 
-  // Drops the pool's idle textures; in-flight work holds its own references.
+  // Drops the pool's idle textures; in-flight work holds its own references. Also run
+  // on the platform's memory warning.
   void purgeCaches();
+
+  // The preview loop (main thread only). A dirty tick runs the pipeline over the
+  // preview source at full resolution and draws the result on the view without
+  // waiting for the GPU; a clean tick does nothing.
+  void startDisplayLink();
+  void stopDisplayLink();  // also forgets the view
+  void tick();
+  // A new source always asks for a frame.
+  void setPreviewSource(std::shared_ptr<platform::gpu::Texture> source);
+  const std::shared_ptr<platform::gpu::Texture>& previewSource() const { return previewSource_; }
+  // Asks for a frame only when the state differs from the one shown.
+  void applyPreviewState(const EditState& state);
+  const EditState& previewState() const { return previewState_; }
+  void setPreviewNeedsDisplay() { previewIsDirty_ = true; }
+  bool previewIsDirty() const { return previewIsDirty_; }
+  void setPreviewView(std::weak_ptr<PreviewView> view) { previewView_ = std::move(view); }
+  std::shared_ptr<PreviewView> previewView() const { return previewView_.lock(); }
+  bool isDisplayLinkRunning() const { return displayLink_ != nullptr; }
 
  private:
   RenderingEngine() = default;
@@ -84,6 +119,13 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<platform::gpu::ComputePipelineState> focusPipeline_;
   bool supportsNonUniformThreadgroups_ = false;
   std::shared_ptr<platform::gpu::RenderPipelineState> displayPipeline_;
+  platform::dispatch::NotificationCenter::ObserverToken memoryWarningObserver_ = 0;
+  std::shared_ptr<platform::dispatch::DisplayLink> displayLink_;
+  std::shared_ptr<DisplayLinkProxy> displayLinkProxy_;
+  bool previewIsDirty_ = false;
+  std::shared_ptr<platform::gpu::Texture> previewSource_;
+  EditState previewState_;
+  std::weak_ptr<PreviewView> previewView_;
 };
 
 }  // namespace halvane

@@ -5,12 +5,14 @@ namespace halvane::cli {
 Command makeRenderCommand();
 Command makeEditCommand();
 Command makeFiltersCommand();
+Command makeFocusSheetCommand();
 
 const std::vector<Command>& allCommands() {
   static const std::vector<Command> commands = {
       makeRenderCommand(),
       makeEditCommand(),
       makeFiltersCommand(),
+      makeFocusSheetCommand(),
   };
   return commands;
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -48,15 +49,6 @@ std::vector<FocusSheetEntry> focusSheetEntries() {
           {"Depth", depth},               {"Edge", edge}};
 }
 
-void fill(Image& image, int x0, int y0, int width, int height, uint8_t grey) {
-  for (int y = std::max(y0, 0); y < std::min(y0 + height, image.height); ++y)
-    for (int x = std::max(x0, 0); x < std::min(x0 + width, image.width); ++x) {
-      uint8_t* p = image.pixel(x, y);
-      p[0] = p[1] = p[2] = grey;
-      p[3] = 255;
-    }
-}
-
 void paste(Image& sheet, const Image& tile, int x0, int y0) {
   for (int y = 0; y < tile.height; ++y)
     std::copy_n(tile.pixel(0, y), size_t(tile.width) * 4, sheet.pixel(x0, y0 + y));
@@ -71,7 +63,7 @@ Command makeFocusSheetCommand() {
   return Command{
       "focus-sheet", "focus-sheet INPUT OUTPUT.jpg [--tile PIXELS]", [](const std::vector<std::string>& arguments) {
         std::vector<std::string> paths;
-        int tileSide = 360;
+        int tileSide = 480;
         for (size_t i = 0; i < arguments.size(); ++i) {
           if (arguments[i] == "--tile") {
             if (i + 1 >= arguments.size()) throw UsageError("--tile needs a value");
@@ -98,19 +90,25 @@ Command makeFocusSheetCommand() {
 
         const auto entries = focusSheetEntries();
         const int columns = 4, rows = int(entries.size() + columns - 1) / columns;
-        const int gap = 12, labelHeight = 3 * BitmapFont::kGlyphHeight + 6;
+        const int labelScale = 2, gap = 12, labelHeight = tools::textHeight(labelScale) + 8;
         Image sheet;
         sheet.width = gap + columns * (tileWidth + gap);
         sheet.height = gap + rows * (tileHeight + labelHeight + gap);
-        sheet.pixels.assign(size_t(sheet.width) * size_t(sheet.height) * 4, 0);
-        fill(sheet, 0, 0, sheet.width, sheet.height, 24);
+        sheet.pixels.assign(size_t(sheet.width) * size_t(sheet.height) * 4, 255);
+        tools::Canvas canvas{sheet.pixels.data(), sheet.width, sheet.height, size_t(sheet.width) * 4};
+        tools::fillRect(canvas, 0, 0, sheet.width, sheet.height, {24, 24, 24});
         for (size_t i = 0; i < entries.size(); ++i) {
           auto rendered = engine->renderToImage(texture, entries[i].state);
           if (!rendered) throw CommandError(std::string("rendering failed for ") + entries[i].title);
           const int x = gap + int(i % columns) * (tileWidth + gap);
           const int y = gap + int(i / columns) * (tileHeight + labelHeight + gap);
           paste(sheet, *rendered, x, y);
-          BitmapFont::drawText(sheet, x, y + tileHeight + 4, entries[i].title, 2, {235, 235, 235});
+          // The title and the Amount slider as the panel shows it.
+          std::string label = entries[i].title;
+          if (entries[i].state.focusMode != 0)
+            label += "  " + std::to_string(int(std::lround(entries[i].state.focusStrength * 100))) + "%";
+          tools::drawText(canvas, x, y + tileHeight + 6, tools::fitText(label, tileWidth, labelScale), {235, 235, 235},
+                          labelScale);
         }
         if (auto written = platform::media::writeJPEG(sheet, paths[1], 0.8); !written)
           throw CommandError("cannot write " + paths[1] + ": " + written.error().message);

@@ -1,0 +1,49 @@
+#pragma once
+// Fills the filter panel with small previews: the user's picture as it stands (crop,
+// adjustments, focus), with each catalogue filter on top. A batch runs on the global
+// queue of user-initiated priority, one command buffer and one wait per filter so the
+// preview can interleave, and delivers all results at once on the main queue. The job
+// holds the renderer weakly: dropping the renderer cancels a batch not yet started.
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Halvane/Model/EditState.h"
+#include "Halvane/Model/FilterCatalogue.h"
+#include "Platform/Gpu/Texture.h"
+#include "Platform/Media/Image.h"
+
+namespace halvane {
+
+class RenderingEngine;
+
+struct FilterThumbnail {
+  std::string filterID;
+  platform::media::Image image;
+};
+
+class FilterThumbnailRenderer : public std::enable_shared_from_this<FilterThumbnailRenderer> {
+ public:
+  using Completion = std::function<void(std::vector<FilterThumbnail>)>;
+
+  FilterThumbnailRenderer(std::shared_ptr<RenderingEngine> engine, int thumbnailSize);
+
+  // Returns at once; `completion` is called exactly once, on the main queue. The
+  // source image is used when given, else the texture is read back. `baseState` comes
+  // with filterType 0 and filterIntensity 1.
+  void render(std::optional<platform::media::Image> sourceImage, std::shared_ptr<platform::gpu::Texture> sourceTexture,
+              EditState baseState, std::vector<FilterDefinition> filters, Completion completion);
+
+  const std::shared_ptr<RenderingEngine> engine;
+  const int thumbnailSize;
+
+ private:
+  std::vector<FilterThumbnail> renderBatch(const std::optional<platform::media::Image>& sourceImage,
+                                           const std::shared_ptr<platform::gpu::Texture>& sourceTexture,
+                                           const EditState& baseState, const std::vector<FilterDefinition>& filters);
+};
+
+}  // namespace halvane
