@@ -80,13 +80,13 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   const auto bundle = findBundle();
   if (!bundle) fatalError("unable to find bundle named Halvane_Halvane");
   std::string error;
-  auto library = metalDevice_->newLibrary(*bundle, &error);
-  if (!library) fatalError("unable to load the kernel library: " + error);
+  library_ = metalDevice_->newLibrary(*bundle, &error);
+  if (!library_) fatalError("unable to load the kernel library: " + error);
   for (const char* name : {"geometryKernel", "colorKernel", "focusKernel"}) {
-    if (!library->hasFunction(name)) fatalError(std::string("missing kernel ") + name);
+    if (!library_->hasFunction(name)) fatalError(std::string("missing kernel ") + name);
   }
   auto makePipeline = [&](const char* name) {
-    auto pipeline = metalDevice_->newComputePipelineState(library, name, &error);
+    auto pipeline = metalDevice_->newComputePipelineState(library_, name, &error);
     if (!pipeline) fatalError(std::string("unable to make the pipeline of ") + name + ": " + error);
     return pipeline;
   };
@@ -95,7 +95,7 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   focusPipeline_ = makePipeline("focusKernel");
 
   RenderPipelineDescriptor display;
-  display.library = library;
+  display.library = library_;
   display.vertexFunction = "displayVertex";
   display.fragmentFunction = "displayFragment";
   display.colorPixelFormat = PixelFormat::bgra8Unorm;

@@ -57,6 +57,8 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   const std::shared_ptr<TexturePool>& texturePool() const { return texturePool_; }
   const std::shared_ptr<platform::gpu::RenderPipelineState>& displayPipeline() const { return displayPipeline_; }
   bool supportsNonUniformThreadgroups() const { return supportsNonUniformThreadgroups_; }
+  // The kernel bundle, for passes outside the edit chain (the export's scaler).
+  const std::shared_ptr<platform::gpu::Library>& library() const { return library_; }
 
   // Uploads a decoded picture as it is stored (its orientation is not applied here).
   // None when the device refuses the texture.
@@ -118,6 +120,7 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<platform::gpu::ComputePipelineState> colorPipeline_;
   std::shared_ptr<platform::gpu::ComputePipelineState> focusPipeline_;
   bool supportsNonUniformThreadgroups_ = false;
+  std::shared_ptr<platform::gpu::Library> library_;
   std::shared_ptr<platform::gpu::RenderPipelineState> displayPipeline_;
   platform::dispatch::NotificationCenter::ObserverToken memoryWarningObserver_ = 0;
   std::shared_ptr<platform::dispatch::DisplayLink> displayLink_;
