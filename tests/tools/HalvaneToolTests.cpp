@@ -145,6 +145,24 @@ TEST_F(HalvaneTool, EditFileAndSettingsCombine) {
   EXPECT_NE(runTool({"edit", "--print", "--edit", edit.string()}).exitStatus, 0);
 }
 
+TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
+  const auto script = folder / "script.json";
+  std::ofstream(script) << R"([{"tick": 2, "set": {"rotationQuarterTurns": 1}}, {"tick": 4, "set": {"exposure": 1}}])";
+  const auto output = folder / "frame.png";
+  const auto result = runTool({"preview", (fs::path(HALVANE_MEDIA_DIR) / "photo/hopper.png").string(), output.string(),
+                               "--ticks", "8", "--size", "200x100", "--script", script.string()});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  auto frame = platform::media::decodeImageFile(output);
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame->width, 200);
+  EXPECT_EQ(frame->height, 100);
+  // A square picture in a wide frame: black bars left and right, picture in the middle.
+  EXPECT_EQ(frame->pixel(5, 50)[1], 0);
+  EXPECT_GT(int(frame->pixel(100, 50)[0]) + frame->pixel(100, 50)[1] + frame->pixel(100, 50)[2], 0);
+  std::ofstream(script) << "{}";
+  EXPECT_NE(runTool({"preview", "x.png", output.string(), "--script", script.string()}).exitStatus, 0);
+}
+
 TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
   const auto edit = runTool({"edit", "--print-default"});
   ASSERT_EQ(edit.exitStatus, 0);

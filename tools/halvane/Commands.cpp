@@ -5,6 +5,7 @@ namespace halvane::cli {
 Command makeRenderCommand();
 Command makeEditCommand();
 Command makeFiltersCommand();
+Command makePreviewCommand();
 Command makeFocusSheetCommand();
 
 const std::vector<Command>& allCommands() {
@@ -12,6 +13,7 @@ const std::vector<Command>& allCommands() {
       makeRenderCommand(),
       makeEditCommand(),
       makeFiltersCommand(),
+      makePreviewCommand(),
       makeFocusSheetCommand(),
   };
   return commands;
