@@ -10,7 +10,7 @@ packages=(
   libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev libheif-dev libwebp-dev libexif-dev
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev qt6-multimedia-dev librlottie-dev fonts-material-design-icons-iconfont
-  libvips-tools imagemagick
+  libvips-tools imagemagick bc time
 )
 
 missing=()

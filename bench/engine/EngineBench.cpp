@@ -4,8 +4,12 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
+#include <thread>
 
+#include "Halvane/Rendering/FilterThumbnailRenderer.h"
+#include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderingEngine.h"
+#include "Platform/Dispatch/ManualMainQueue.h"
 
 namespace {
 
@@ -36,11 +40,18 @@ void EngineStartWarm(benchmark::State& state) {
 }
 BENCHMARK(EngineStartWarm)->Unit(benchmark::kMillisecond)->Iterations(5);
 
+platform::media::Image noiseImage(int width, int height) {
+  platform::media::Image image;
+  image.width = width;
+  image.height = height;
+  image.pixels.resize(size_t(width) * height * 4);
+  for (size_t i = 0; i < image.pixels.size(); ++i) image.pixels[i] = (i % 4 == 3) ? 255 : uint8_t(i * 2654435761u >> 24);
+  return image;
+}
+
 void ProcessTexture(benchmark::State& state, EditState edit) {
   auto engine = makeEngine();
-  std::vector<uint8_t> pixels(size_t(4000) * 3000 * 4);
-  for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = uint8_t(i * 2654435761u >> 24);
-  auto source = engine->makeTexture(pixels.data(), 4000, 3000, 4000 * 4);
+  auto source = engine->makeTexture(noiseImage(4000, 3000));
   for (auto _ : state) {
     auto buffer = engine->commandQueue()->commandBuffer();
     auto result = engine->processTexture(source, edit, *buffer, true);
@@ -67,6 +78,67 @@ EditState cropTurn() {
 
 BENCHMARK_CAPTURE(ProcessTexture, cropTurn, cropTurn())->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK_CAPTURE(ProcessTexture, cropTurnTilt, cropTurnTilt())->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+EditState fullEdit() {
+  EditState edit = cropTurnTilt();
+  edit.exposure = 0.4f;
+  edit.contrast = 1.2f;
+  edit.saturation = 1.3f;
+  edit.temperature = 5200;
+  edit.sharpness = 0.6f;
+  edit.clarity = 0.3f;
+  edit.vignetteIntensity = 0.8f;
+  edit.filterType = 12;
+  edit.focusMode = 1;
+  edit.focusStrength = 0.8f;
+  return edit;
+}
+
+// One dirty preview frame of a 12-megapixel photo: the whole chain at full size and
+// the draw into a 1280 by 800 drawable, waited for.
+void DirtyPreviewFrame(benchmark::State& state) {
+  auto engine = makeEngine();
+  auto source = engine->makeTexture(noiseImage(4032, 3024));
+  auto view = std::make_shared<PreviewView>();
+  view->configure(*engine);
+  view->setDrawableSize({1280, 800});
+  const EditState edit = fullEdit();
+  for (auto _ : state) {
+    auto buffer = engine->commandQueue()->commandBuffer();
+    auto result = engine->processTexture(source, edit, *buffer, false);
+    view->draw(result, *buffer);
+    buffer->commit();
+    buffer->waitUntilCompleted();
+    if (result != source) engine->texturePool()->release(result);
+  }
+}
+BENCHMARK(DirtyPreviewFrame)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+
+// The filter panel's batch: 146 thumbnails of a 12-megapixel photo under a full edit.
+void FilterThumbnails146(benchmark::State& state) {
+  auto queue = std::make_shared<platform::dispatch::ManualMainQueue>();
+  platform::dispatch::MainQueue::setShared(queue);
+  auto engine = makeEngine();
+  const auto image = noiseImage(4032, 3024);
+  auto source = engine->makeTexture(image);
+  EditState base = fullEdit();
+  base.filterType = 0;
+  base.filterIntensity = 1;
+  for (auto _ : state) {
+    auto renderer = std::make_shared<FilterThumbnailRenderer>(engine, 120);
+    bool done = false;
+    renderer->render(image, source, base, FilterCatalogue::all(), [&](std::vector<FilterThumbnail> results) {
+      done = true;
+      benchmark::DoNotOptimize(results);
+    });
+    while (!done) {
+      queue->runPending();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+  }
+  platform::dispatch::MainQueue::setShared(nullptr);
+}
+BENCHMARK(FilterThumbnails146)->Unit(benchmark::kMillisecond)->MinTime(3.0);
 
 }  // namespace
 
