@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "Halvane/Rendering/BundleLocator.h"
@@ -63,6 +64,11 @@ EditState focusDefaults(int mode) {
 FocusKernelRunner::FocusKernelRunner() {
   gpu::DeviceOptions options;
   options.preferredDevice = "cpu";
+  options.enableValidation = true;
+  options.onValidationMessage = [messages = validationMessages_](const std::string& message) {
+    std::lock_guard guard(messages->lock);
+    messages->list.push_back(message);
+  };
   device_ = gpu::Device::createSystemDefault(options);
   if (!device_) {
     whyNotReady_ = "no Vulkan device (lavapipe) could be made";
@@ -125,6 +131,11 @@ Image FocusKernelRunner::run(const Image& input, const RenderUniforms& block) {
   output.pixels.assign(input.pixels.size(), 0);
   target->getBytes(output.pixels.data(), size_t(width) * 4, region);
   return output;
+}
+
+std::vector<std::string> FocusKernelRunner::takeValidationMessages() {
+  std::lock_guard guard(validationMessages_->lock);
+  return std::exchange(validationMessages_->list, {});
 }
 
 FocusKernelRunner& focusRunner() {

@@ -5,7 +5,9 @@
 // helpers. One runner per test program; not thread-safe.
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Rendering/RenderUniforms.h"
@@ -22,11 +24,13 @@ EditState focusDefaults(int mode);
 
 class FocusKernelRunner {
  public:
-  // Skips the calling test (GTEST_SKIP) when no device or bundle can be had; check
-  // ready() after construction.
+  // Validation is on. When no device, bundle or kernel can be had, ready() is false
+  // and whyNotReady() says why, for the test to skip.
   FocusKernelRunner();
   bool ready() const { return pipeline_ != nullptr; }
   const std::string& whyNotReady() const { return whyNotReady_; }
+  // Messages of the Vulkan validation layer since the last call.
+  std::vector<std::string> takeValidationMessages();
 
   // The focus pass over `input` with the block built for the state, as the engine
   // builds it for a picture of the input's size with no crop.
@@ -38,6 +42,11 @@ class FocusKernelRunner {
   std::shared_ptr<platform::gpu::CommandQueue> queue_;
   std::shared_ptr<platform::gpu::ComputePipelineState> pipeline_;
   std::string whyNotReady_;
+  struct Messages {
+    std::mutex lock;
+    std::vector<std::string> list;
+  };
+  std::shared_ptr<Messages> validationMessages_ = std::make_shared<Messages>();
 };
 
 FocusKernelRunner& focusRunner();

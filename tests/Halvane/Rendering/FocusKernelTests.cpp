@@ -29,6 +29,10 @@ class FocusKernel : public ::testing::Test {
  protected:
   void SetUp() override {
     if (!focusRunner().ready()) GTEST_SKIP() << focusRunner().whyNotReady();
+    focusRunner().takeValidationMessages();
+  }
+  void TearDown() override {
+    for (const auto& message : focusRunner().takeValidationMessages()) ADD_FAILURE() << "validation: " << message;
   }
   static Image run(const Image& input, const EditState& state, bool finalOutput) {
     return focusRunner().run(input, state, finalOutput);
