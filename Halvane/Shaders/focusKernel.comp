@@ -223,6 +223,47 @@ void streakPass(ivec2 pos) {
   imageStore(outputImage, pos, vec4(linearToSrgb(mean), centre.a));
 }
 
+// Adds one cell of the grid with kernel weight w (and, for the edge mode, the weight
+// of its colour against the pixel's).
+void addCell(int slot, float w, float rangeScale, vec3 centrePerceptual, inout vec3 sum, inout float weight) {
+  if (w <= 0.0) return;
+  vec2 rg = unpackHalf2x16(cellRedGreen[slot]);
+  vec2 bc = unpackHalf2x16(cellBlueCoverage[slot]);
+  vec3 mean = vec3(rg, bc.x);
+  if (rangeScale > 0.0) {
+    if (bc.y <= 0.0) return;
+    w *= rangeWeight(mean / bc.y, centrePerceptual, rangeScale);
+  }
+  sum += w * mean;
+  weight += w * bc.y;
+}
+
+// Horizontal offsets (pixels) between which a point at vertical offset dy lies wholly
+// inside the disc or polygon, rim excluded: there the weight is exactly 1. Empty when
+// x > y.
+vec2 apertureInteriorSpan(Kernel k, float dy) {
+  float inset = 0.5 * k.aa;
+  if (k.kind == KERNEL_DISC) {
+    float r = k.support - inset;
+    if (r <= abs(dy)) return vec2(1.0, -1.0);
+    float halfWidth = sqrt(r * r - dy * dy);
+    return vec2(-halfWidth, halfWidth);
+  }
+  vec2 span = vec2(-1e30, 1e30);
+  for (uint b = 0u; b < u.irisBlades; ++b) {
+    vec2 n = bladeNormals[b];
+    float limit = k.inradius - inset - n.y * dy;  // n.x * dx must stay at or below this
+    if (abs(n.x) < 1e-6) {
+      if (limit < 0.0) return vec2(1.0, -1.0);
+    } else if (n.x > 0.0) {
+      span.y = min(span.y, limit / n.x);
+    } else {
+      span.x = max(span.x, limit / n.x);
+    }
+  }
+  return span;
+}
+
 void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   bool inside = all(lessThan(pos, outputSize()));
@@ -337,24 +378,38 @@ void main() {
     float reach = support / s + 0.5;
     int j0 = max(0, int(floor(q.y - reach)));
     int j1 = min(cells - 1, int(floor(q.y + reach)));
+    bool gaussian = kind == KERNEL_GAUSS || kind == KERNEL_BILATERAL;
+    // Along a row, each next gaussian weight is the last times a ratio that itself
+    // shrinks by a constant factor, so the inner loop needs no exponential.
+    float ratioStep = exp(-2.0 * s * s * k.invTwoSigmaSq);
+    float supportSq = support * support;
     for (int j = j0; j <= j1; ++j) {
-      float dy = float(j) + 0.5 - q.y;
-      float extent = sqrt(max(reach * reach - dy * dy, 0.0));
+      float dy = (float(j) + 0.5 - q.y) * s;
+      float extent = sqrt(max(reach * reach - dy * dy / (s * s), 0.0));
       int i0 = max(0, int(floor(q.x - extent)));
       int i1 = min(cells - 1, int(floor(q.x + extent)));
-      for (int i = i0; i <= i1; ++i) {
-        float w = kernelWeight(k, (vec2(float(i) + 0.5, float(j) + 0.5) - q) * s);
-        if (w <= 0.0) continue;
-        int slot = j * GRID + i;
-        vec2 rg = unpackHalf2x16(cellRedGreen[slot]);
-        vec2 bc = unpackHalf2x16(cellBlueCoverage[slot]);
-        if (bc.y <= 0.0) continue;
-        vec3 mean = vec3(rg, bc.x);
-        if (rangeScale > 0.0) {
-          w *= rangeWeight(mean / bc.y, centrePerceptual, rangeScale);
+      int row = j * GRID;
+      if (gaussian) {
+        float dx = (float(i0) + 0.5 - q.x) * s;
+        float w = exp(-(dx * dx + dy * dy) * k.invTwoSigmaSq);
+        float ratio = exp(-(2.0 * dx * s + s * s) * k.invTwoSigmaSq);
+        for (int i = i0; i <= i1; ++i) {
+          if (dx * dx + dy * dy <= supportSq) addCell(row + i, w, rangeScale, centrePerceptual, sum, weight);
+          w *= ratio;
+          ratio *= ratioStep;
+          dx += s;
         }
-        sum += w * mean;
-        weight += w * bc.y;
+      } else {
+        // Cells wholly inside the aperture weigh 1; only the rim computes its weight.
+        vec2 span = apertureInteriorSpan(k, dy);
+        int a = max(int(ceil(q.x + span.x / s - 0.5)), i0);
+        int b = min(int(floor(q.x + span.y / s - 0.5)), i1);
+        if (a > b) a = i1 + 1, b = i1;
+        for (int i = i0; i < a; ++i)
+          addCell(row + i, kernelWeight(k, vec2((float(i) + 0.5 - q.x) * s, dy)), 0.0, centrePerceptual, sum, weight);
+        for (int i = a; i <= b; ++i) addCell(row + i, 1.0, 0.0, centrePerceptual, sum, weight);
+        for (int i = b + 1; i <= i1; ++i)
+          addCell(row + i, kernelWeight(k, vec2((float(i) + 0.5 - q.x) * s, dy)), 0.0, centrePerceptual, sum, weight);
       }
     }
     if (rangeScale > 0.0) {
