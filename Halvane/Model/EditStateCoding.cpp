@@ -1,0 +1,284 @@
+#include "Halvane/Model/EditStateCoding.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <optional>
+#include <system_error>
+#include <utility>
+
+#include "Halvane/Model/FilterCatalogue.h"
+
+namespace halvane {
+
+namespace {
+
+// ---- Encoding -------------------------------------------------------------------
+
+void requireFinite(double value, std::string_view key) {
+  if (!std::isfinite(value)) {
+    throw EditStateCodingError(std::string(key), "EditState field \"" + std::string(key) +
+                                                     "\" holds a NaN or an infinity, which JSON cannot carry");
+  }
+}
+
+// A Float as the shortest decimal that reads back to the same Float, carried in a
+// double: 0.1f is written as 0.1, not as 0.10000000149011612.
+nlohmann::ordered_json floatNumber(float value, std::string_view key) {
+  requireFinite(value, key);
+  char text[64];
+  const auto written = std::to_chars(text, text + sizeof text, value);
+  double shortest = static_cast<double>(value);
+  if (written.ec == std::errc()) {
+    double parsed = 0;
+    const auto read = std::from_chars(text, written.ptr, parsed);
+    // Keep the decimal only when it provably reads back to the same Float.
+    if (read.ec == std::errc() && static_cast<float>(parsed) == value &&
+        std::signbit(parsed) == std::signbit(value)) {
+      shortest = parsed;
+    }
+  }
+  return shortest;
+}
+
+nlohmann::ordered_json doubleNumber(double value, std::string_view key) {
+  requireFinite(value, key);
+  return value;
+}
+
+// ---- Decoding -------------------------------------------------------------------
+// A read gives none when the key is missing or its value has the wrong type, as the
+// platform's keyed container does: numbers of any form read as Float or Double, an
+// integer field takes only a number that is an integer within 64 bits, a Bool only
+// true or false.
+
+template <typename Json>
+const Json* member(const Json& object, std::string_view key) {
+  auto found = object.find(std::string(key));
+  return found == object.end() ? nullptr : &*found;
+}
+
+template <typename Json>
+std::optional<double> readDouble(const Json* value) {
+  if (value == nullptr) return std::nullopt;
+  if (value->is_number_unsigned()) return static_cast<double>(value->template get<std::uint64_t>());
+  if (value->is_number_integer()) return static_cast<double>(value->template get<std::int64_t>());
+  if (value->is_number_float()) return value->template get<double>();
+  return std::nullopt;
+}
+
+template <typename Json>
+std::optional<float> readFloat(const Json* value) {
+  const std::optional<double> number = readDouble(value);
+  if (!number) return std::nullopt;
+  // A finite number beyond the largest Float does not fit: the read fails.
+  if (std::isfinite(*number) && std::fabs(*number) > static_cast<double>(std::numeric_limits<float>::max())) {
+    return std::nullopt;
+  }
+  return static_cast<float>(*number);
+}
+
+template <typename Json>
+std::optional<std::int64_t> readInt(const Json* value) {
+  if (value == nullptr) return std::nullopt;
+  if (value->is_number_unsigned()) {
+    const std::uint64_t number = value->template get<std::uint64_t>();
+    if (number > static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max())) return std::nullopt;
+    return static_cast<std::int64_t>(number);
+  }
+  if (value->is_number_integer()) return value->template get<std::int64_t>();
+  if (value->is_number_float()) {
+    const double number = value->template get<double>();
+    constexpr double twoTo63 = 9223372036854775808.0;
+    if (!std::isfinite(number) || number < -twoTo63 || number >= twoTo63 || std::trunc(number) != number) {
+      return std::nullopt;
+    }
+    return static_cast<std::int64_t>(number);
+  }
+  return std::nullopt;
+}
+
+template <typename Json>
+std::optional<bool> readBool(const Json* value) {
+  if (value == nullptr || !value->is_boolean()) return std::nullopt;
+  return value->template get<bool>();
+}
+
+// An unkeyed pair of doubles; further elements are not read, as with the platform's
+// unkeyed container.
+template <typename Json>
+std::optional<std::pair<double, double>> readPair(const Json& value) {
+  if (!value.is_array() || value.size() < 2) return std::nullopt;
+  const std::optional<double> first = readDouble(&value[0]);
+  const std::optional<double> second = readDouble(&value[1]);
+  if (!first || !second) return std::nullopt;
+  return std::pair{*first, *second};
+}
+
+template <typename Json>
+std::optional<Rect> readRect(const Json* value) {
+  if (value == nullptr || !value->is_array() || value->size() < 2) return std::nullopt;
+  const auto origin = readPair((*value)[0]);
+  const auto size = readPair((*value)[1]);
+  if (!origin || !size) return std::nullopt;
+  return Rect{origin->first, origin->second, size->first, size->second};
+}
+
+float cleanFloat(std::optional<float> read, const FloatRange& range) {
+  return read ? range.clean(*read) : range.fallback;
+}
+
+// Not a NaN, not an infinity.
+bool finite(float value) { return std::isfinite(value); }
+
+// The crop repair of Part 1.2, in Float precision, stored as Double. Unlike the
+// parameter block it keeps every side at 0.01 or more.
+Rect repairCrop(const std::optional<Rect>& read) {
+  if (!read) return Rect{0, 0, 1, 1};
+  // IEEE conversion: a double beyond the Float range becomes an infinity.
+  float x = static_cast<float>(read->x);
+  float y = static_cast<float>(read->y);
+  float width = static_cast<float>(read->width);
+  float height = static_cast<float>(read->height);
+  constexpr float minimumSide = 0.01f;
+
+  x = (!finite(x) || x <= 0) ? 0.0f : std::fmin(x, 1.0f);
+  y = (!finite(y) || y <= 0) ? 0.0f : std::fmin(y, 1.0f);
+
+  auto side = [&](float value, float origin) {
+    float result;
+    if (!finite(value)) {
+      result = 1.0f;
+    } else if (value > 0) {
+      result = std::fmin(value, 1.0f - origin);
+    } else {
+      result = minimumSide;
+    }
+    if (result <= minimumSide) result = minimumSide;
+    return result;
+  };
+  width = side(width, x);
+  height = side(height, y);
+
+  x = std::fmin(x, 1.0f - width);
+  y = std::fmin(y, 1.0f - height);
+  return Rect{x, y, width, height};
+}
+
+// A NaN, an infinity, zero or a negative gives 0.
+double cleanTrim(std::optional<double> read) {
+  if (!read || !std::isfinite(*read) || *read <= 0) return 0;
+  return *read;
+}
+
+template <typename Json>
+EditState decode(const Json& document) {
+  if (!document.is_object()) {
+    throw EditStateCodingError("", "the coded form of an EditState must be a JSON object");
+  }
+  auto get = [&](std::string_view key) { return member(document, key); };
+  namespace r = edit_ranges;
+
+  EditState s;
+  s.version = readInt(get("version")).value_or(EditState::kCurrentVersion);
+  s.exposure = cleanFloat(readFloat(get("exposure")), r::exposure);
+  s.brightness = cleanFloat(readFloat(get("brightness")), r::brightness);
+  s.contrast = cleanFloat(readFloat(get("contrast")), r::contrast);
+  s.highlights = cleanFloat(readFloat(get("highlights")), r::highlights);
+  s.shadows = cleanFloat(readFloat(get("shadows")), r::shadows);
+  s.whites = cleanFloat(readFloat(get("whites")), r::whites);
+  s.blacks = cleanFloat(readFloat(get("blacks")), r::blacks);
+  s.gamma = cleanFloat(readFloat(get("gamma")), r::gamma);
+  s.saturation = cleanFloat(readFloat(get("saturation")), r::saturation);
+  s.vibrance = cleanFloat(readFloat(get("vibrance")), r::vibrance);
+  s.temperature = cleanFloat(readFloat(get("temperature")), r::temperature);
+  s.tint = cleanFloat(readFloat(get("tint")), r::tint);
+  s.sharpness = cleanFloat(readFloat(get("sharpness")), r::sharpness);
+  s.clarity = cleanFloat(readFloat(get("clarity")), r::clarity);
+  s.vignetteIntensity = cleanFloat(readFloat(get("vignetteIntensity")), r::vignetteIntensity);
+  s.vignetteRadius = cleanFloat(readFloat(get("vignetteRadius")), r::vignetteRadius);
+  s.filterType = IntRange{0, FilterCatalogue::maxFilterType()}.clamp(readInt(get("filterType")).value_or(0));
+  s.filterIntensity = cleanFloat(readFloat(get("filterIntensity")), r::filterIntensity);
+  s.flipHorizontal = readBool(get("flipHorizontal")).value_or(false);
+  s.rotationAngle = cleanFloat(readFloat(get("rotationAngle")), r::rotationAngle);
+  s.rotationQuarterTurns = r::rotationQuarterTurns.clamp(readInt(get("rotationQuarterTurns")).value_or(0));
+  s.focusMode = r::focusMode.clamp(readInt(get("focusMode")).value_or(0));
+  s.focusCenterX = cleanFloat(readFloat(get("focusCenterX")), r::focusCenterX);
+  s.focusCenterY = cleanFloat(readFloat(get("focusCenterY")), r::focusCenterY);
+  s.focusRadius = cleanFloat(readFloat(get("focusRadius")), r::focusRadius);
+  s.focusFeather = cleanFloat(readFloat(get("focusFeather")), r::focusFeather);
+  s.focusAngle = cleanFloat(readFloat(get("focusAngle")), r::focusAngle);
+  s.focusStrength = cleanFloat(readFloat(get("focusStrength")), r::focusStrength);
+  s.focusAspect = cleanFloat(readFloat(get("focusAspect")), r::focusAspect);
+  s.focusBokehHighlights = cleanFloat(readFloat(get("focusBokehHighlights")), r::focusBokehHighlights);
+  s.irisBlades = r::irisBlades.clamp(readInt(get("irisBlades")).value_or(6));
+  s.irisRotation = cleanFloat(readFloat(get("irisRotation")), r::irisRotation);
+  s.depthMix = cleanFloat(readFloat(get("depthMix")), r::depthMix);
+  s.focusDepth = cleanFloat(readFloat(get("focusDepth")), r::focusDepth);
+  s.edgeProtect = cleanFloat(readFloat(get("edgeProtect")), r::edgeProtect);
+  s.cropRect = repairCrop(readRect(get("cropRect")));
+  s.trimStart = cleanTrim(readDouble(get("trimStart")));
+  s.trimEnd = cleanTrim(readDouble(get("trimEnd")));
+  // 0 means the whole length and stays; any other end is not before the start.
+  if (s.trimEnd != 0 && s.trimEnd < s.trimStart) s.trimEnd = s.trimStart;
+  s.audioVolume = cleanFloat(readFloat(get("audioVolume")), r::audioVolume);
+  s.audioMuted = readBool(get("audioMuted")).value_or(false);
+  return s;
+}
+
+}  // namespace
+
+nlohmann::ordered_json encodeEditState(const EditState& s) {
+  nlohmann::ordered_json o = nlohmann::ordered_json::object();
+  o["version"] = s.version;
+  o["exposure"] = floatNumber(s.exposure, "exposure");
+  o["brightness"] = floatNumber(s.brightness, "brightness");
+  o["contrast"] = floatNumber(s.contrast, "contrast");
+  o["highlights"] = floatNumber(s.highlights, "highlights");
+  o["shadows"] = floatNumber(s.shadows, "shadows");
+  o["whites"] = floatNumber(s.whites, "whites");
+  o["blacks"] = floatNumber(s.blacks, "blacks");
+  o["gamma"] = floatNumber(s.gamma, "gamma");
+  o["saturation"] = floatNumber(s.saturation, "saturation");
+  o["vibrance"] = floatNumber(s.vibrance, "vibrance");
+  o["temperature"] = floatNumber(s.temperature, "temperature");
+  o["tint"] = floatNumber(s.tint, "tint");
+  o["sharpness"] = floatNumber(s.sharpness, "sharpness");
+  o["clarity"] = floatNumber(s.clarity, "clarity");
+  o["vignetteIntensity"] = floatNumber(s.vignetteIntensity, "vignetteIntensity");
+  o["vignetteRadius"] = floatNumber(s.vignetteRadius, "vignetteRadius");
+  o["filterType"] = s.filterType;
+  o["filterIntensity"] = floatNumber(s.filterIntensity, "filterIntensity");
+  o["flipHorizontal"] = s.flipHorizontal.value();
+  o["rotationAngle"] = floatNumber(s.rotationAngle, "rotationAngle");
+  o["rotationQuarterTurns"] = s.rotationQuarterTurns;
+  o["focusMode"] = s.focusMode;
+  o["focusCenterX"] = floatNumber(s.focusCenterX, "focusCenterX");
+  o["focusCenterY"] = floatNumber(s.focusCenterY, "focusCenterY");
+  o["focusRadius"] = floatNumber(s.focusRadius, "focusRadius");
+  o["focusFeather"] = floatNumber(s.focusFeather, "focusFeather");
+  o["focusAngle"] = floatNumber(s.focusAngle, "focusAngle");
+  o["focusStrength"] = floatNumber(s.focusStrength, "focusStrength");
+  o["focusAspect"] = floatNumber(s.focusAspect, "focusAspect");
+  o["focusBokehHighlights"] = floatNumber(s.focusBokehHighlights, "focusBokehHighlights");
+  o["irisBlades"] = s.irisBlades;
+  o["irisRotation"] = floatNumber(s.irisRotation, "irisRotation");
+  o["depthMix"] = floatNumber(s.depthMix, "depthMix");
+  o["focusDepth"] = floatNumber(s.focusDepth, "focusDepth");
+  o["edgeProtect"] = floatNumber(s.edgeProtect, "edgeProtect");
+  o["cropRect"] = nlohmann::ordered_json::array(
+      {nlohmann::ordered_json::array({doubleNumber(s.cropRect.x, "cropRect"), doubleNumber(s.cropRect.y, "cropRect")}),
+       nlohmann::ordered_json::array(
+           {doubleNumber(s.cropRect.width, "cropRect"), doubleNumber(s.cropRect.height, "cropRect")})});
+  o["trimStart"] = doubleNumber(s.trimStart, "trimStart");
+  o["trimEnd"] = doubleNumber(s.trimEnd, "trimEnd");
+  o["audioVolume"] = floatNumber(s.audioVolume, "audioVolume");
+  o["audioMuted"] = s.audioMuted.value();
+  return o;
+}
+
+EditState decodeEditState(const nlohmann::json& document) { return decode(document); }
+EditState decodeEditState(const nlohmann::ordered_json& document) { return decode(document); }
+
+}  // namespace halvane
