@@ -1,0 +1,25 @@
+#pragma once
+// Whole-file reads and all-or-nothing writes for the image codecs. A write goes to a
+// fresh temporary file beside the target, is flushed to disk, and is renamed over the
+// target only once complete: a failure (full disk, missing or read-only folder) leaves
+// neither a half-written target nor the temporary file. Safe from any thread.
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <vector>
+
+#include "Platform/Base/Expected.h"
+#include "Platform/Media/Image.h"
+
+namespace platform::media {
+
+// The file's bytes. Errors: fileNotFound, unreadable, tooLarge (over maxBytes).
+platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
+    const std::filesystem::path& path, std::uint64_t maxBytes = kMaxImageFileBytes);
+
+// Writes bytes to path as described above. Returns the number of bytes written, or a
+// writeFailed error whose message names the file and the system's reason.
+platform::Expected<std::size_t, ImageError> writeFileAtomically(
+    const std::filesystem::path& path, std::span<const std::uint8_t> bytes);
+
+}  // namespace platform::media

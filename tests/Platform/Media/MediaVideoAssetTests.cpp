@@ -1,0 +1,380 @@
+// Asset loads, the asset reader, the frame grabber and background tasks, on generated
+// clips and on the real phone clips of the sample media.
+#include <gtest/gtest.h>
+
+extern "C" {
+#include <libavformat/avformat.h>
+}
+
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "MediaVideoTestSupport.h"
+#include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Media/Asset.h"
+#include "Platform/Media/AssetReader.h"
+#include "Platform/Media/BackgroundTask.h"
+#include "Platform/Media/FrameGrabber.h"
+
+using namespace platform::media;
+using platform::dispatch::MainQueue;
+using platform::dispatch::ManualMainQueue;
+
+namespace {
+
+class MediaVideoAsset : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    queue = std::make_shared<ManualMainQueue>();
+    MainQueue::setShared(queue);
+  }
+  void TearDown() override { MainQueue::setShared(nullptr); }
+
+  template <typename T>
+  platform::Expected<T, MediaError> await(const std::function<void(Asset::Completion<T>)>& start) {
+    std::optional<platform::Expected<T, MediaError>> result;
+    start([&](platform::Expected<T, MediaError> value) {
+      EXPECT_TRUE(queue->isCurrentThread());
+      result.emplace(std::move(value));
+    });
+    EXPECT_TRUE(mediatest::pumpUntil(*queue, [&] { return result.has_value(); }));
+    return std::move(*result);
+  }
+  std::vector<AssetTrack> tracks(const std::shared_ptr<Asset>& asset, MediaType type) {
+    auto result = await<std::vector<AssetTrack>>([&](auto done) { asset->loadTracks(type, done); });
+    EXPECT_TRUE(result.hasValue());
+    return result ? result.value() : std::vector<AssetTrack>{};
+  }
+
+  std::shared_ptr<ManualMainQueue> queue;
+};
+
+std::string basicClip() { return mediatest::makeClip("basic", {}); }
+
+std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range = {}) {
+  auto asset = Asset::make(path);
+  auto reader = AssetReader::make(asset);
+  EXPECT_TRUE(reader.hasValue());
+  if (!reader) return {};
+  auto info = asset->loadNow();
+  auto output = (*reader)->addVideoOutput(info->tracksOfType(MediaType::video).front());
+  (*reader)->setTimeRange(range);
+  EXPECT_TRUE((*reader)->startReading());
+  std::vector<PixelBuffer> frames;
+  while (PixelBuffer frame = output->copyNextPixelBuffer()) frames.push_back(frame);
+  EXPECT_EQ((*reader)->status(), AssetReaderStatus::completed);
+  return frames;
+}
+
+std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode mode, TimeRange range = {}) {
+  auto asset = Asset::make(path);
+  auto reader = AssetReader::make(asset);
+  EXPECT_TRUE(reader.hasValue());
+  if (!reader) return {};
+  auto output = (*reader)->addAudioOutput(asset->loadNow()->tracksOfType(MediaType::audio).front(), mode);
+  (*reader)->setTimeRange(range);
+  EXPECT_TRUE((*reader)->startReading());
+  std::vector<AudioSampleBuffer> buffers;
+  while (auto buffer = output->copyNextSampleBuffer()) buffers.push_back(std::move(*buffer));
+  EXPECT_EQ((*reader)->status(), AssetReaderStatus::completed);
+  return buffers;
+}
+
+}  // namespace
+
+TEST_F(MediaVideoAsset, LoadsTracksAndPropertiesOfAGeneratedClip) {
+  auto asset = Asset::make(basicClip());
+  auto video = tracks(asset, MediaType::video);
+  ASSERT_EQ(video.size(), 1u);
+  EXPECT_EQ(video[0].naturalSize, (MediaSize{64, 48}));
+  EXPECT_EQ(video[0].preferredTransform, AffineTransform{});
+  EXPECT_NEAR(video[0].nominalFrameRate, 30.0, 0.5);
+  EXPECT_GT(video[0].estimatedDataRate, 0.0);
+  EXPECT_FALSE(video[0].audioFormat.has_value());
+
+  auto audio = tracks(asset, MediaType::audio);
+  ASSERT_EQ(audio.size(), 1u);
+  ASSERT_TRUE(audio[0].audioFormat.has_value());
+  EXPECT_EQ(audio[0].audioFormat->sampleRate, 44100);
+  EXPECT_EQ(audio[0].audioFormat->channels, 1);
+  EXPECT_EQ(audio[0].audioFormat->codec, "aac");
+  EXPECT_GT(audio[0].audioFormat->bitRate, 0);
+  EXPECT_NE(audio[0].trackID, video[0].trackID);
+
+  auto duration = await<double>([&](auto done) { asset->loadDuration(done); });
+  ASSERT_TRUE(duration.hasValue());
+  EXPECT_NEAR(duration.value(), 1.0, 0.05);
+}
+
+TEST_F(MediaVideoAsset, PortraitDisplayMatrixIsOneClockwiseQuarterTurn) {
+  mediatest::ClipSpec clip;
+  clip.portraitMatrix = true;
+  auto video = tracks(Asset::make(mediatest::makeClip("portrait", clip)), MediaType::video);
+  ASSERT_EQ(video.size(), 1u);
+  EXPECT_EQ(video[0].preferredTransform, (AffineTransform{0, 1, -1, 0, 48, 0}));
+  EXPECT_EQ(video[0].naturalSize, (MediaSize{64, 48}));  // stored size, not turned
+}
+
+TEST_F(MediaVideoAsset, ClipWithoutAudioHasNoAudioTrack) {
+  mediatest::ClipSpec clip;
+  clip.audio = false;
+  auto asset = Asset::make(mediatest::makeClip("silent", clip));
+  EXPECT_TRUE(tracks(asset, MediaType::audio).empty());
+  EXPECT_EQ(tracks(asset, MediaType::video).size(), 1u);
+}
+
+TEST_F(MediaVideoAsset, FileURLIsAccepted) {
+  auto asset = Asset::make("file://" + basicClip());
+  EXPECT_EQ(tracks(asset, MediaType::video).size(), 1u);
+}
+
+TEST_F(MediaVideoAsset, MissingFileFailsEveryLoad) {
+  auto asset = Asset::make(mediatest::temporaryFolder() + "/nothing-here.mov");
+  auto result = await<std::vector<AssetTrack>>([&](auto done) { asset->loadTracks(MediaType::video, done); });
+  ASSERT_FALSE(result.hasValue());
+  EXPECT_EQ(result.error().code, MediaError::Code::openFailed);
+  EXPECT_FALSE(result.error().localizedDescription().empty());
+  EXPECT_FALSE(await<double>([&](auto done) { asset->loadDuration(done); }).hasValue());
+  EXPECT_FALSE(AssetReader::make(asset).hasValue());
+}
+
+TEST_F(MediaVideoAsset, ReaderGivesEveryFrameInOrderWithItsTime) {
+  auto frames = readFrames(basicClip());
+  ASSERT_EQ(frames.size(), 30u);
+  for (int n = 0; n < 30; ++n) {
+    EXPECT_EQ(mediatest::frameNumber(frames[n]), n);
+    EXPECT_EQ(frames[n].presentationTime(), (MediaTime{n, 30})) << n;
+    EXPECT_EQ(frames[n].width(), 64);
+    EXPECT_EQ(frames[n].height(), 48);
+    EXPECT_GE(frames[n].bytesPerRow(), 64u * 4);
+  }
+}
+
+TEST_F(MediaVideoAsset, ReaderHonoursTheTimeRange) {
+  auto frames = readFrames(basicClip(), {MediaTime{10, 30}, MediaTime{10, 30}});
+  ASSERT_EQ(frames.size(), 10u);
+  for (int k = 0; k < 10; ++k) {
+    EXPECT_EQ(mediatest::frameNumber(frames[k]), 10 + k);
+    EXPECT_EQ(frames[k].presentationTime(), (MediaTime{10 + k, 30}));
+  }
+  // A start between two frames: the frame shown there comes first, at the start.
+  auto between = readFrames(basicClip(), {MediaTime::fromSeconds(10.5 / 30, 600), MediaTime{3, 30}});
+  ASSERT_GE(between.size(), 3u);
+  EXPECT_EQ(mediatest::frameNumber(between[0]), 10);
+  EXPECT_EQ(between[0].presentationTime(), MediaTime::fromSeconds(10.5 / 30, 600));
+  EXPECT_EQ(mediatest::frameNumber(between[1]), 11);
+  EXPECT_EQ(between[1].presentationTime(), (MediaTime{11, 30}));
+}
+
+TEST_F(MediaVideoAsset, ReaderLeavesOrientationToTheEngine) {
+  mediatest::ClipSpec clip;
+  clip.portraitMatrix = true;
+  auto frames = readFrames(mediatest::makeClip("portrait", clip));
+  ASSERT_EQ(frames.size(), 30u);
+  EXPECT_EQ(frames[0].width(), 64);
+  EXPECT_EQ(frames[0].height(), 48);
+  EXPECT_EQ(mediatest::frameNumber(frames[7]), 7);
+}
+
+TEST_F(MediaVideoAsset, ReaderHandlesAnOddSize) {
+  mediatest::ClipSpec clip;
+  clip.width = 63;
+  clip.height = 47;
+  clip.audio = false;
+  auto frames = readFrames(mediatest::makeClip("odd", clip));
+  ASSERT_EQ(frames.size(), 30u);
+  EXPECT_EQ(frames[5].width(), 63);
+  EXPECT_EQ(frames[5].height(), 47);
+  EXPECT_GE(frames[5].bytesPerRow(), 63u * 4);
+  EXPECT_EQ(mediatest::frameNumber(frames[5]), 5);
+}
+
+TEST_F(MediaVideoAsset, ReaderDecodesFloatPcmCutToTheSample) {
+  auto buffers = readAudio(basicClip(), AudioReadMode::floatPCM, {MediaTime{1, 2}, MediaTime{1, 4}});
+  ASSERT_FALSE(buffers.empty());
+  EXPECT_EQ(buffers.front().presentationTime, MediaTime::fromSeconds(0.5, 44100));
+  std::int64_t total = 0;
+  float peak = 0;
+  for (const auto& buffer : buffers) {
+    EXPECT_FALSE(buffer.isPacket);
+    EXPECT_EQ(buffer.sampleRate, 44100);
+    EXPECT_EQ(buffer.channels, 1);
+    EXPECT_EQ(buffer.floatCount(), std::size_t(buffer.frameCount));
+    total += buffer.frameCount;
+    for (std::size_t i = 0; i < buffer.floatCount(); ++i) peak = std::max(peak, std::fabs(buffer.floatSamples()[i]));
+  }
+  EXPECT_NEAR(double(total), 0.25 * 44100, 1.0);
+  EXPECT_NEAR(peak, 0.5, 0.1);  // the tone's amplitude, after AAC coding
+}
+
+TEST_F(MediaVideoAsset, ReaderPassesPacketsThroughUntouched) {
+  const std::string path = basicClip();
+  auto buffers = readAudio(path, AudioReadMode::passthrough);
+  // The same packets, read directly.
+  AVFormatContext* format = nullptr;
+  ASSERT_EQ(avformat_open_input(&format, path.c_str(), nullptr, nullptr), 0);
+  avformat_find_stream_info(format, nullptr);
+  const int audio = av_find_best_stream(format, AVMEDIA_TYPE_AUDIO, -1, -1, nullptr, 0);
+  std::vector<std::vector<std::uint8_t>> packets;
+  AVPacket* packet = av_packet_alloc();
+  while (av_read_frame(format, packet) == 0) {
+    if (packet->stream_index == audio) packets.emplace_back(packet->data, packet->data + packet->size);
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  avformat_close_input(&format);
+  ASSERT_EQ(buffers.size(), packets.size());
+  for (std::size_t i = 0; i < packets.size(); ++i) {
+    EXPECT_TRUE(buffers[i].isPacket);
+    EXPECT_EQ(buffers[i].data, packets[i]) << i;
+  }
+}
+
+TEST_F(MediaVideoAsset, CancelledReaderGivesNothingMore) {
+  auto asset = Asset::make(basicClip());
+  auto reader = AssetReader::make(asset).value();
+  auto output = reader->addVideoOutput(asset->loadNow()->tracksOfType(MediaType::video).front());
+  ASSERT_TRUE(reader->startReading());
+  EXPECT_EQ(reader->status(), AssetReaderStatus::reading);
+  EXPECT_TRUE(output->copyNextPixelBuffer());
+  reader->cancelReading();
+  EXPECT_EQ(reader->status(), AssetReaderStatus::cancelled);
+  EXPECT_FALSE(output->copyNextPixelBuffer());
+}
+
+TEST_F(MediaVideoAsset, FrameGrabberTurnsAndBoundsFrames) {
+  mediatest::ClipSpec clip;
+  clip.portraitMatrix = true;
+  auto asset = Asset::make(mediatest::makeClip("portrait", clip));
+  FrameGrabber grabber(asset);
+  grabber.setAppliesPreferredTrackTransform(true);
+  grabber.setMaximumSize({32, 32});
+  const std::vector<MediaTime> times = {MediaTime{0, 30}, MediaTime{15, 30}, MediaTime::fromSeconds(0.99, 600)};
+  std::vector<std::pair<MediaTime, platform::Expected<PixelBuffer, MediaError>>> results;
+  std::mutex mutex;
+  grabber.generateImages(times, [&](MediaTime time, platform::Expected<PixelBuffer, MediaError> frame) {
+    std::lock_guard lock(mutex);
+    results.emplace_back(time, std::move(frame));
+  });
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] {
+    std::lock_guard lock(mutex);
+    return results.size() == times.size();
+  }));
+  const int expected[] = {0, 15, 29};
+  for (std::size_t i = 0; i < times.size(); ++i) {
+    EXPECT_EQ(results[i].first, times[i]);
+    ASSERT_TRUE(results[i].second.hasValue()) << results[i].second.error().message;
+    const PixelBuffer& frame = results[i].second.value();
+    // Upright 48 x 64, fitted within 32 x 32.
+    EXPECT_EQ(frame.width(), 24);
+    EXPECT_EQ(frame.height(), 32);
+    EXPECT_EQ(mediatest::frameNumber(frame, 1), expected[i]);
+  }
+}
+
+TEST_F(MediaVideoAsset, FrameGrabberCancelAnswersEveryRequest) {
+  auto asset = Asset::make(basicClip());
+  FrameGrabber grabber(asset);
+  std::vector<MediaTime> times;
+  for (int i = 0; i < 12; ++i) times.push_back(MediaTime{i * 2, 30});
+  std::atomic<int> answered{0}, cancelled{0};
+  grabber.generateImages(times, [&](MediaTime, platform::Expected<PixelBuffer, MediaError> frame) {
+    if (!frame && frame.error().code == MediaError::Code::cancelled) ++cancelled;
+    ++answered;
+  });
+  grabber.generateImages(times, [&](MediaTime, platform::Expected<PixelBuffer, MediaError> frame) {
+    if (!frame && frame.error().code == MediaError::Code::cancelled) ++cancelled;
+    ++answered;
+  });
+  grabber.cancelAll();
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return answered.load() == 24; }));
+  EXPECT_GE(cancelled.load(), 12);  // the second request had not started
+}
+
+TEST(MediaVideoBackgroundTask, DesktopTasksNeverExpire) {
+  DesktopBackgroundTaskService service;
+  bool expired = false;
+  const auto first = service.beginBackgroundTask([&] { expired = true; });
+  const auto second = service.beginBackgroundTask([&] { expired = true; });
+  EXPECT_NE(first, invalidBackgroundTask);
+  EXPECT_NE(first, second);
+  service.endBackgroundTask(first);
+  service.endBackgroundTask(second);
+  EXPECT_FALSE(expired);
+}
+
+TEST(MediaVideoBackgroundTask, ManualServiceExpiresRunningTasks) {
+  ManualBackgroundTaskService service;
+  BackgroundTaskIdentifier identifier = invalidBackgroundTask;
+  int expirations = 0;
+  identifier = service.beginBackgroundTask([&] {
+    ++expirations;
+    service.endBackgroundTask(identifier);
+  });
+  EXPECT_EQ(service.runningCount(), 1u);
+  service.expire();
+  service.expire();  // nothing left to expire
+  EXPECT_EQ(expirations, 1);
+  EXPECT_EQ(service.endCount(identifier), 1u);
+  EXPECT_EQ(service.runningCount(), 0u);
+}
+
+// --- the real clips ---
+
+struct RealClip {
+  const char* file;
+  AffineTransform transform;
+  int frames;
+  const char* audioCodec;
+  int sampleRate;
+  int channels;
+};
+
+class MediaVideoRealClip : public MediaVideoAsset, public ::testing::WithParamInterface<RealClip> {};
+
+TEST_P(MediaVideoRealClip, OpensWithItsTransformAndReadsFramesAndSound) {
+  const RealClip& clip = GetParam();
+  const std::string path = mediatest::sample(clip.file);
+  if (path.empty()) GTEST_SKIP() << "sample " << clip.file << " is missing";
+  auto asset = Asset::make(path);
+  auto video = tracks(asset, MediaType::video);
+  ASSERT_EQ(video.size(), 1u);
+  EXPECT_EQ(video[0].preferredTransform, clip.transform);
+  EXPECT_GT(video[0].nominalFrameRate, 1.0);
+  EXPECT_GT(video[0].estimatedDataRate, 0.0);
+  auto audio = tracks(asset, MediaType::audio);
+  ASSERT_EQ(audio.size(), 1u);
+  EXPECT_EQ(audio[0].audioFormat->codec, clip.audioCodec);
+  EXPECT_EQ(audio[0].audioFormat->sampleRate, clip.sampleRate);
+  EXPECT_EQ(audio[0].audioFormat->channels, clip.channels);
+  const double duration = asset->loadNow()->duration;
+
+  auto frames = readFrames(path);
+  EXPECT_EQ(int(frames.size()), clip.frames);
+  for (std::size_t i = 1; i < frames.size(); ++i) EXPECT_GT(frames[i].presentationTime(), frames[i - 1].presentationTime());
+  ASSERT_FALSE(frames.empty());
+  EXPECT_EQ(frames[0].width(), int(video[0].naturalSize.width));
+
+  std::int64_t samples = 0;
+  for (const auto& buffer : readAudio(path, AudioReadMode::floatPCM)) samples += buffer.frameCount;
+  EXPECT_NEAR(double(samples) / clip.sampleRate, duration, 0.1);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Samples, MediaVideoRealClip,
+    ::testing::Values(RealClip{"video/sideways_movie.mov", {0, 1, -1, 0, 480, 0}, 25, "aac", 44100, 1},
+                      RealClip{"video/ios9.mov", {0, 1, -1, 0, 720, 0}, 14, "aac", 44100, 1},
+                      RealClip{"video/with-gps.mov", {0, 1, -1, 0, 320, 0}, 120, "aac", 44100, 1},
+                      RealClip{"video/train.mov", {}, 22, "pcm_s16le", 44100, 1},
+                      RealClip{"video/max-heromode.mp4", {}, 315, "aac", 48000, 2},
+                      RealClip{"video/video_rotate.mp4", {0, -1, 1, 0, 0, 0}, 205, "aac", 44100, 2},
+                      RealClip{"livephoto/IMG_7943_HEVC.MOV", {}, 57, "aac", 48000, 1}),
+    [](const ::testing::TestParamInfo<RealClip>& info) {
+      std::string name = info.param.file;
+      for (char& c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+      return name;
+    });

@@ -1,0 +1,352 @@
+// The player on a clock of the test's own: frames follow the clock, exact seeks, the
+// end of the item, boundary observers, a new item, sound handed to a sink, and the
+// real phone clips played to their end.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "MediaVideoTestSupport.h"
+#include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Media/Player.h"
+
+using namespace platform::media;
+using platform::dispatch::MainQueue;
+using platform::dispatch::ManualMainQueue;
+
+namespace {
+
+// A sink with a device: takes every sample and keeps the test's clock.
+class RecordingSink final : public AudioSink {
+ public:
+  explicit RecordingSink(std::function<double()> clock) : clock_(std::move(clock)) {}
+  bool open(int sampleRate, int channels) override {
+    std::lock_guard lock(mutex);
+    this->sampleRate = sampleRate;
+    this->channels = channels;
+    return true;
+  }
+  void close() override {}
+  std::size_t write(const float* interleaved, std::size_t frames) override {
+    std::lock_guard lock(mutex);
+    samples.insert(samples.end(), interleaved, interleaved + frames * std::size_t(channels));
+    return frames;
+  }
+  void flush() override {}
+  void setPaused(bool) override {}
+  void setVolume(float value) override { volume = value; }
+  double clock() const override { return clock_(); }
+
+  std::mutex mutex;
+  int sampleRate = 0, channels = 0;
+  std::vector<float> samples;
+  std::atomic<float> volume{1.0f};
+
+ private:
+  std::function<double()> clock_;
+};
+
+class MediaVideoPlayer : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    queue = std::make_shared<ManualMainQueue>();
+    MainQueue::setShared(queue);
+  }
+  void TearDown() override {
+    player.reset();
+    MainQueue::setShared(nullptr);
+  }
+
+  void makePlayer(std::shared_ptr<AudioSink> sink = nullptr) {
+    if (!sink) sink = std::make_shared<SilentAudioSink>([this] { return now.load(); });
+    player = std::make_unique<Player>(sink);
+    player->setActionAtItemEnd(ActionAtItemEnd::none);
+  }
+
+  void load(const std::string& path) {
+    output = std::make_shared<PlayerItemVideoOutput>();
+    item = PlayerItem::make(Asset::make(path));
+    item->addOutput(output);
+    player->replaceCurrentItem(item);
+    ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+    ASSERT_EQ(item->status(), PlayerItem::Status::readyToPlay);
+  }
+
+  // The frame due now, waiting (in real time) for the decoder to have it.
+  PixelBuffer frameNow() {
+    const MediaTime time = output->itemTime(now.load());
+    PixelBuffer frame;
+    mediatest::pumpUntil(*queue, [&] {
+      if (!output->hasNewPixelBuffer(time)) return false;
+      frame = output->copyPixelBuffer(time);
+      return true;
+    }, std::chrono::milliseconds(5000));
+    return frame;
+  }
+
+  void seek(MediaTime time) {
+    std::optional<bool> finished;
+    player->seek(time, [&](bool value) {
+      EXPECT_TRUE(queue->isCurrentThread());
+      finished = value;
+    });
+    ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return finished.has_value(); }));
+    EXPECT_TRUE(*finished);
+  }
+
+  std::atomic<double> now{1000.0};
+  std::shared_ptr<ManualMainQueue> queue;
+  std::unique_ptr<Player> player;
+  std::shared_ptr<PlayerItem> item;
+  std::shared_ptr<PlayerItemVideoOutput> output;
+};
+
+}  // namespace
+
+TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  EXPECT_EQ(player->currentTime(), MediaTime::zero());
+  PixelBuffer first = frameNow();  // paused at 0: the first frame is due
+  ASSERT_TRUE(first);
+  EXPECT_EQ(mediatest::frameNumber(first), 0);
+  EXPECT_EQ(first.presentationTime(), MediaTime::zero());
+
+  player->play();
+  EXPECT_EQ(player->rate(), 1.0f);
+  const double start = now.load();
+  for (int n = 1; n < 30; ++n) {
+    now = start + n / 30.0 + 0.001;  // just after the frame's time, as a display tick would be
+    PixelBuffer frame = frameNow();
+    ASSERT_TRUE(frame) << n;
+    EXPECT_EQ(mediatest::frameNumber(frame), n);
+    EXPECT_EQ(frame.presentationTime(), (MediaTime{n, 30}));
+  }
+  EXPECT_NEAR(player->currentTime().seconds(), 29.0 / 30 + 0.001, 1e-6);
+  player->pause();
+  const MediaTime paused = player->currentTime();
+  now = now + 5.0;
+  EXPECT_EQ(player->currentTime(), paused);
+}
+
+TEST_F(MediaVideoPlayer, SeekIsExact) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  // Frame 15 lies between the key frames 10 and 20: decoded from 10, 10 to 14 dropped.
+  seek(MediaTime{300, 600});
+  EXPECT_EQ(player->currentTime(), (MediaTime{300, 600}));
+  PixelBuffer frame = frameNow();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(frame.presentationTime(), (MediaTime{15, 30}));
+  EXPECT_EQ(mediatest::frameNumber(frame), 15);
+
+  // Between two frames: the frame shown there, 22, comes first.
+  seek(MediaTime::fromSeconds(22.5 / 30, 600));
+  frame = frameNow();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(mediatest::frameNumber(frame), 22);
+
+  // Back to the start while playing: frames go on from there.
+  player->play();
+  seek(MediaTime::zero());
+  frame = frameNow();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(mediatest::frameNumber(frame), 0);
+  now = now + 2.0 / 30 + 0.001;
+  frame = frameNow();
+  EXPECT_EQ(mediatest::frameNumber(frame), 2);
+}
+
+TEST_F(MediaVideoPlayer, AnOvertakenSeekFinishesFalse) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  std::vector<bool> results;
+  player->seek(MediaTime{10, 30}, [&](bool finished) { results.push_back(finished); });
+  player->seek(MediaTime{20, 30}, [&](bool finished) { results.push_back(finished); });
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return results.size() == 2; }));
+  EXPECT_EQ(results, (std::vector<bool>{false, true}));
+  EXPECT_EQ(mediatest::frameNumber(frameNow()), 20);
+}
+
+TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  int ends = 0;
+  player->onItemDidPlayToEnd = [&] {
+    EXPECT_TRUE(queue->isCurrentThread());
+    ++ends;
+  };
+  player->play();
+  now = now + 0.5;
+  queue->runPending();
+  EXPECT_EQ(ends, 0);
+  now = now + 1.0;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ends == 1; }));
+  EXPECT_EQ(player->rate(), 1.0f);
+  // Held at the end: the longer track's, the sound's 1024-sample frames.
+  EXPECT_NEAR(player->currentTime().seconds(), item->asset()->loadNow()->duration, 1e-6);
+  now = now + 1.0;
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  queue->runPending();
+  EXPECT_EQ(ends, 1);  // once per arrival at the end
+
+  // Looping as the renderer does: seek back, and playback goes on at once.
+  seek(MediaTime::zero());
+  now = now + 0.25;
+  EXPECT_NEAR(player->currentTime().seconds(), 0.25, 1e-6);
+  now = now + 1.0;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ends == 2; }));
+}
+
+TEST_F(MediaVideoPlayer, EndOfItemPausesWithActionPause) {
+  makePlayer();
+  player->setActionAtItemEnd(ActionAtItemEnd::pause);
+  load(mediatest::makeClip("basic", {}));
+  bool ended = false;
+  player->onItemDidPlayToEnd = [&] { ended = true; };
+  player->play();
+  now = now + 3.0;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
+  EXPECT_EQ(player->rate(), 0.0f);
+}
+
+TEST_F(MediaVideoPlayer, BoundaryObserverFiresWhenPlaybackCrossesItsTime) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  int fired = 0;
+  const auto token = player->addBoundaryTimeObserver({MediaTime{300, 600}}, [&] {
+    EXPECT_TRUE(queue->isCurrentThread());
+    ++fired;
+  });
+  player->play();
+  for (int step = 0; step < 4; ++step) {
+    now = now + 0.1;
+    std::this_thread::sleep_for(std::chrono::milliseconds(15));
+    queue->runPending();
+  }
+  EXPECT_EQ(fired, 0);  // at 0.4
+  now = now + 0.2;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return fired == 1; }));
+
+  // A seek over the time does not count; playing across it again does.
+  seek(MediaTime::fromSeconds(0.8));
+  seek(MediaTime::fromSeconds(0.2));
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  queue->runPending();
+  EXPECT_EQ(fired, 1);
+  now = now + 0.4;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return fired == 2; }));
+
+  player->removeTimeObserver(token);
+  seek(MediaTime::fromSeconds(0.2));
+  now = now + 0.5;
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  queue->runPending();
+  EXPECT_EQ(fired, 2);
+}
+
+TEST_F(MediaVideoPlayer, ReplacingTheItemStartsTheNewOneAtZero) {
+  makePlayer();
+  load(mediatest::makeClip("basic", {}));
+  seek(MediaTime{20, 30});
+  auto oldOutput = output;
+  mediatest::ClipSpec clip;
+  clip.audio = false;
+  clip.portraitMatrix = true;
+  load(mediatest::makeClip("portrait-silent", clip));
+  EXPECT_EQ(player->currentTime(), MediaTime::zero());
+  EXPECT_FALSE(oldOutput->itemTime(now.load()).isValid());
+  PixelBuffer frame = frameNow();
+  ASSERT_TRUE(frame);
+  EXPECT_EQ(mediatest::frameNumber(frame), 0);
+  EXPECT_EQ(frame.width(), 64);  // frames come as stored; the engine turns them
+}
+
+TEST_F(MediaVideoPlayer, SoundGoesToTheSinkWithItsVolume) {
+  auto sink = std::make_shared<RecordingSink>([this] { return now.load(); });
+  makePlayer(sink);
+  load(mediatest::makeClip("basic", {}));
+  player->setVolume(0.25f);
+  EXPECT_EQ(sink->volume.load(), 0.25f);
+  EXPECT_EQ(player->volume(), 0.25f);
+  player->play();
+  now = now + 0.5;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] {
+    std::lock_guard lock(sink->mutex);
+    return sink->samples.size() >= 44100 / 4;
+  }));
+  std::lock_guard lock(sink->mutex);
+  EXPECT_EQ(sink->sampleRate, 44100);
+  EXPECT_EQ(sink->channels, 1);
+  float peak = 0;
+  // The first quarter second: the clip's last AAC frame ends in the coder's own tail.
+  for (std::size_t i = 0; i < 44100 / 4; ++i) peak = std::max(peak, std::fabs(sink->samples[i]));
+  EXPECT_NEAR(peak, 0.5, 0.1);  // the tone, unscaled: the device applies the volume
+}
+
+TEST_F(MediaVideoPlayer, AClipWithoutSoundPlaysToItsEnd) {
+  makePlayer(std::make_shared<RecordingSink>([this] { return now.load(); }));
+  mediatest::ClipSpec clip;
+  clip.audio = false;
+  load(mediatest::makeClip("silent", clip));
+  bool ended = false;
+  player->onItemDidPlayToEnd = [&] { ended = true; };
+  player->play();
+  now = now + 2.0;
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
+}
+
+TEST_F(MediaVideoPlayer, AMissingFileFailsTheItem) {
+  makePlayer();
+  item = PlayerItem::make(Asset::make(mediatest::temporaryFolder() + "/missing.mov"));
+  player->replaceCurrentItem(item);
+  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+  EXPECT_EQ(item->status(), PlayerItem::Status::failed);
+  ASSERT_TRUE(item->error().has_value());
+  EXPECT_EQ(item->error()->code, MediaError::Code::openFailed);
+}
+
+class MediaVideoPlayerRealClip : public MediaVideoPlayer, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(MediaVideoPlayerRealClip, PlaysToItsEnd) {
+  const std::string path = mediatest::sample(GetParam());
+  if (path.empty()) GTEST_SKIP() << "sample " << GetParam() << " is missing";
+  makePlayer();
+  load(path);
+  bool ended = false;
+  player->onItemDidPlayToEnd = [&] { ended = true; };
+  player->play();
+  int frames = 0;
+  MediaTime last = MediaTime::invalid();
+  while (!ended) {
+    now = now + 0.1;
+    const MediaTime time = output->itemTime(now.load());
+    mediatest::pumpUntil(*queue, [&] { return output->hasNewPixelBuffer(time) || ended; }, std::chrono::milliseconds(2000));
+    if (PixelBuffer frame = output->copyPixelBuffer(time)) {
+      ++frames;
+      EXPECT_GT(frame.presentationTime(), last);
+      EXPECT_LE(frame.presentationTime(), time);
+      last = frame.presentationTime();
+    }
+    queue->runPending();
+    ASSERT_LT(now.load(), 1000.0 + 60.0) << "never reached the end";
+  }
+  EXPECT_GT(frames, 3);
+  EXPECT_EQ(item->status(), PlayerItem::Status::readyToPlay);
+}
+
+INSTANTIATE_TEST_SUITE_P(Samples, MediaVideoPlayerRealClip,
+                         ::testing::Values("video/sideways_movie.mov", "video/ios9.mov", "video/with-gps.mov",
+                                           "video/train.mov", "video/max-heromode.mp4", "video/video_rotate.mp4",
+                                           "livephoto/IMG_7943_HEVC.MOV"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                           std::string name = info.param;
+                           for (char& c : name)
+                             if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+                           return name;
+                         });
