@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "FocusKernelSupport.h"
+#include "Platform/Media/ImageScale.h"
 
 namespace halvane {
 namespace {
@@ -208,6 +209,22 @@ TEST_F(FocusKernel, PreviewAndExportLookTheSame) {
     const Image finished = run(photo, state, true);
     // The export spends more samples; the two differ by sampling only.
     EXPECT_LE(meanAbsoluteDifference(preview, finished), 1.5) << kModeNames[mode];
+  }
+}
+
+TEST_F(FocusKernel, SizesFollowThePicture) {
+  // Every blur is sized by the picture's shorter side, so an edit rendered at twice
+  // the size and then halved looks like the edit rendered at the smaller size: a
+  // thumbnail, the preview and the export agree at the same scale.
+  const Image large = testing::loadPhoto("photo/flower.webp", 480);
+  if (large.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
+  const Image small = platform::media::scaleImage(large, large.width / 2, large.height / 2);
+  for (int mode = 1; mode <= 10; ++mode) {
+    const EditState state = focusDefaults(mode);
+    const Image halved = platform::media::scaleImage(run(large, state, true), small.width, small.height);
+    // Halving is a box filter that itself blurs by half a pixel of the small picture,
+    // and the sharp region's edge falls on different pixels at the two sizes.
+    EXPECT_LE(meanAbsoluteDifference(halved, run(small, state, true)), 1.0) << kModeNames[mode];
   }
 }
 
