@@ -8,6 +8,7 @@ extern "C" {
 
 #include <atomic>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -17,6 +18,7 @@ extern "C" {
 #include "Platform/Media/Asset.h"
 #include "Platform/Media/AssetReader.h"
 #include "Platform/Media/BackgroundTask.h"
+#include "Platform/Media/FfmpegSupport.h"
 #include "Platform/Media/FrameGrabber.h"
 
 using namespace platform::media;
@@ -116,6 +118,30 @@ TEST_F(MediaVideoAsset, PortraitDisplayMatrixIsOneClockwiseQuarterTurn) {
   ASSERT_EQ(video.size(), 1u);
   EXPECT_EQ(video[0].preferredTransform, (AffineTransform{0, 1, -1, 0, 48, 0}));
   EXPECT_EQ(video[0].naturalSize, (MediaSize{64, 48}));  // stored size, not turned
+}
+
+TEST(MediaVideoTransform, LegacyRotateTagGivesTheSameTransforms) {
+  // Older files carry a "rotate" tag (the clockwise turn that shows them upright)
+  // instead of a display matrix; this FFmpeg's demuxer no longer makes one, so the
+  // stream is built by hand.
+  AVFormatContext* format = avformat_alloc_context();
+  AVStream* stream = avformat_new_stream(format, nullptr);
+  stream->codecpar->codec_type = AVMEDIA_TYPE_VIDEO;
+  stream->codecpar->width = 64;
+  stream->codecpar->height = 48;
+  const std::pair<const char*, AffineTransform> cases[] = {{"90", {0, 1, -1, 0, 48, 0}},
+                                                           {"180", {-1, 0, 0, -1, 64, 48}},
+                                                           {"270", {0, -1, 1, 0, 0, 64}},
+                                                           {"-90", {0, -1, 1, 0, 0, 64}},
+                                                           {"0", {}}};
+  const int turns[] = {1, 2, 3, 3, 0};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    av_dict_set(&stream->metadata, "rotate", cases[i].first, 0);
+    const AffineTransform transform = av::streamTransform(stream);
+    EXPECT_EQ(transform, cases[i].second) << cases[i].first;
+    EXPECT_EQ(av::quarterTurns(transform), turns[i]) << cases[i].first;
+  }
+  avformat_free_context(format);
 }
 
 TEST_F(MediaVideoAsset, ClipWithoutAudioHasNoAudioTrack) {
