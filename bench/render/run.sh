@@ -11,9 +11,11 @@ work="$(mktemp -d)"
 trap 'rm -rf "$work"' EXIT
 
 # A 4032 x 3024 JPEG made from the phone photo, upright, so every tool reads the same file.
-vips copy ../shared/media/photo/classic-car.heic "$work/src.v" 2>/dev/null || convert ../shared/media/photo/classic-car.heic "$work/src.v"
+vips copy ../shared/media/photo/classic-car.heic "$work/src.v"
 vips rot "$work/src.v" "$work/landscape.v" d90
 vips jpegsave "$work/landscape.v" "$work/photo.jpg" --Q 92
+# Debian's ImageMagick 6, not whatever else is called convert on the PATH.
+magick=/usr/bin/convert-im6.q16
 export HALVANE_BUNDLE_PATH="$PWD/$build/bin/Halvane_Halvane.bundle"
 
 median() { sort -n | awk '{a[NR]=$1} END {print (NR%2) ? a[(NR+1)/2] : (a[NR/2]+a[NR/2+1])/2}'; }
@@ -34,7 +36,7 @@ vips_run() {
     vips similarity "$work/r.v" "$work/out-vips.jpg[Q=95]" --angle 7.5
 }
 magick_run() {
-  convert "$work/photo.jpg" -crop 3226x2419+403+302 +repage -rotate 97.5 -quality 95 "$work/out-magick.jpg"
+  "$magick" "$work/photo.jpg" -crop 3226x2419+403+302 +repage -rotate 97.5 -quality 95 "$work/out-magick.jpg"
 }
 
 declare -A results
