@@ -1,12 +1,48 @@
 #version 450
-// The colour pass: adjustments, look and vignette. At neutral values it copies.
+// The colour pass: the sixteen adjustments, the look numbered by filterType blended by
+// filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
+// reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
+// tile of the group's pixels with a one-pixel border, for sharpness.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
+// 18 x 18 pixels of 16 bytes: 5184 bytes of group memory.
 shared vec4 tile[18 * 18];
 
+#include "ColorAdjust.glsl"
+
+ColorParams params;
+
+#define COLOR_SAMPLE(p) textureLod(inputTexture, (p) / params.size, 0.0).rgb
+#include "ColorPixel.glsl"
+
 void main() {
+  ivec2 size = ivec2(int(u.outputWidth), int(u.outputHeight));
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
-  if (pos.x >= int(u.outputWidth) || pos.y >= int(u.outputHeight)) return;
-  imageStore(outputImage, pos, texelFetch(inputTexture, pos, 0));
+  ivec2 origin = ivec2(gl_WorkGroupID.xy) * 16 - ivec2(1);
+
+  // Every thread of the group, inside the image or not (there is no non-uniform
+  // dispatch, so edge groups overrun), loads one or two of the 324 tile entries,
+  // clamped to the image.
+  for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
+    ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
+    tile[i] = texelFetch(inputTexture, t, 0);
+  }
+  barrier();
+  if (pos.x >= size.x || pos.y >= size.y) return;
+
+  params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
+                       u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
+                       u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
+
+  int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
+  vec4 center = tile[ti];
+  float blur3 = 0.0;
+  if (params.sharpness > 0.0) {
+    blur3 = binomialBlur3x3(luma(tile[ti - 19].rgb), luma(tile[ti - 18].rgb), luma(tile[ti - 17].rgb),
+                            luma(tile[ti - 1].rgb), luma(tile[ti].rgb), luma(tile[ti + 1].rgb),
+                            luma(tile[ti + 17].rgb), luma(tile[ti + 18].rgb), luma(tile[ti + 19].rgb));
+  }
+  vec3 result = colorPixel(params, vec2(pos) + vec2(0.5), center.rgb, blur3);
+  imageStore(outputImage, pos, vec4(result, center.a));
 }

@@ -7,6 +7,8 @@ Command makeEditCommand();
 Command makeFiltersCommand();
 Command makePreviewCommand();
 Command makeFocusSheetCommand();
+Command makeContactSheetCommand();
+Command makeAdjustSheetCommand();
 
 const std::vector<Command>& allCommands() {
   static const std::vector<Command> commands = {
@@ -15,6 +17,8 @@ const std::vector<Command>& allCommands() {
       makeFiltersCommand(),
       makePreviewCommand(),
       makeFocusSheetCommand(),
+      makeContactSheetCommand(),
+      makeAdjustSheetCommand(),
   };
   return commands;
 }

@@ -1,0 +1,544 @@
+// The sixteen adjustments of the colour pass on the CPU device: neutral values are an
+// exact identity; each adjustment moves a grey ramp and a colour chart in its
+// documented direction, monotonically, without a NaN and without breaking the ramp's
+// order anywhere in its range; white balance by the Planckian locus; sharpness equal to
+// the CPU reference across the borders of the 16 by 16 groups.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "Halvane/Rendering/ColorKernelSupport.h"
+#include "Halvane/Rendering/ColorReference.h"
+
+namespace halvane {
+namespace {
+
+using colortest::chartPatch;
+using colortest::Image;
+using colortest::makeColorChart;
+using colortest::makeFlat;
+using colortest::makeGreyRamp;
+using colortest::maxAbsoluteDifference;
+using colortest::rampLevel;
+using colortest::renderColor;
+using colortest::rgb;
+using colortest::saveForInspection;
+
+class ColorAdjustments : public testing::EngineTest {};
+
+// ---- Measures -------------------------------------------------------------------------
+
+double luma(const std::array<double, 3>& c) { return 0.2126 * c[0] + 0.7152 * c[1] + 0.0722 * c[2]; }
+
+double rampMean(const Image& ramp, int from = 0, int to = 255) {
+  double sum = 0;
+  for (int x = from; x <= to; ++x) sum += rampLevel(ramp, x);
+  return sum / (to - from + 1);
+}
+
+double rampSpread(const Image& ramp) {
+  const double mean = rampMean(ramp);
+  double sum = 0;
+  for (int x = 0; x < 256; ++x) sum += (rampLevel(ramp, x) - mean) * (rampLevel(ramp, x) - mean);
+  return std::sqrt(sum / 256);
+}
+
+// R minus B, and the mean of R and B minus G, over the middle of the ramp.
+double rampWarmth(const Image& ramp) {
+  double sum = 0;
+  for (int x = 32; x <= 224; ++x) {
+    auto c = rgb(ramp, x, 0);
+    sum += c[0] - c[2];
+  }
+  return sum / 193;
+}
+
+double rampMagenta(const Image& ramp) {
+  double sum = 0;
+  for (int x = 32; x <= 224; ++x) {
+    auto c = rgb(ramp, x, 0);
+    sum += 0.5 * (c[0] + c[2]) - c[1];
+  }
+  return sum / 193;
+}
+
+double chartLuma(const Image& chart, const std::vector<int>& patches) {
+  double sum = 0;
+  for (int p : patches) sum += luma(chartPatch(chart, p));
+  return sum / patches.size();
+}
+
+double chartChroma(const Image& chart) {
+  double sum = 0;
+  for (int p = 0; p < 18; ++p) {
+    auto c = chartPatch(chart, p);
+    sum += std::max({c[0], c[1], c[2]}) - std::min({c[0], c[1], c[2]});
+  }
+  return sum / 18;
+}
+
+double chartWarmth(const Image& chart) {
+  double sum = 0;
+  for (int p = 0; p < 24; ++p) {
+    auto c = chartPatch(chart, p);
+    sum += c[0] - c[2];
+  }
+  return sum / 24;
+}
+
+double chartMagenta(const Image& chart) {
+  double sum = 0;
+  for (int p = 0; p < 24; ++p) {
+    auto c = chartPatch(chart, p);
+    sum += 0.5 * (c[0] + c[2]) - c[1];
+  }
+  return sum / 24;
+}
+
+double neutralSpread(const Image& chart) {
+  std::vector<double> v;
+  for (int p = 18; p < 24; ++p) v.push_back(luma(chartPatch(chart, p)));
+  double mean = 0;
+  for (double x : v) mean += x / v.size();
+  double sum = 0;
+  for (double x : v) sum += (x - mean) * (x - mean);
+  return std::sqrt(sum / v.size());
+}
+
+// ---- The sixteen adjustments ----------------------------------------------------------
+
+using Measure = std::function<double(const Image&)>;
+
+struct Adjustment {
+  const char* name;
+  float EditState::*field;
+  float min, neutral, max;
+  // Grow with the value; none where the picture does not answer to the adjustment.
+  Measure onRamp;
+  Measure onChart;
+  // The least move, in code values of the measure, from neutral to each extreme.
+  double leastMove;
+};
+
+// Patches by luma: bright (white, neutral 8, yellow, orange yellow), dark (the four
+// darkest chromatic patches and neutral 3.5).
+const std::vector<int> kBrightPatches = {18, 19, 15, 11};
+const std::vector<int> kDarkPatches = {0, 9, 12, 3, 22};
+
+std::vector<Adjustment> adjustments() {
+  auto rampRange = [](int from, int to) { return [=](const Image& r) { return rampMean(r, from, to); }; };
+  auto patches = [](std::vector<int> list) { return [=](const Image& c) { return chartLuma(c, list); }; };
+  std::vector<int> all(24);
+  for (int i = 0; i < 24; ++i) all[i] = i;
+  return {
+      {"exposure", &EditState::exposure, -3, 0, 3, [](const Image& r) { return rampMean(r); }, patches(all), 20},
+      {"brightness", &EditState::brightness, -1, 0, 1, [](const Image& r) { return rampMean(r); }, patches(all), 20},
+      {"contrast", &EditState::contrast, 0.5f, 1, 2, rampSpread, neutralSpread, 5},
+      {"highlights", &EditState::highlights, -1, 0, 1, rampRange(170, 240), patches(kBrightPatches), 5},
+      {"shadows", &EditState::shadows, -1, 0, 1, rampRange(15, 100), patches(kDarkPatches), 5},
+      {"whites", &EditState::whites, -1, 0, 1, rampRange(225, 255), patches({18}), 5},
+      {"blacks", &EditState::blacks, -1, 0, 1, rampRange(0, 40), patches({23}), 3},
+      {"gamma", &EditState::gamma, 0.2f, 1, 5, [](const Image& r) { return rampMean(r); }, patches(all), 20},
+      {"saturation", &EditState::saturation, 0, 1, 2, nullptr, chartChroma, 15},
+      {"vibrance", &EditState::vibrance, -1, 0, 1, nullptr, chartChroma, 10},
+      {"temperature", &EditState::temperature, 2000, 6500, 10000, rampWarmth, chartWarmth, 10},
+      {"tint", &EditState::tint, -1, 0, 1, rampMagenta, chartMagenta, 5},
+      {"sharpness", &EditState::sharpness, 0, 0, 2, nullptr, nullptr, 0},
+      {"clarity", &EditState::clarity, -1, 0, 1, nullptr, nullptr, 0},
+      {"vignetteIntensity", &EditState::vignetteIntensity, 0, 0, 2, nullptr, nullptr, 0},
+      {"vignetteRadius", &EditState::vignetteRadius, 0, 1, 2, nullptr, nullptr, 0},
+  };
+}
+
+// The values of a sweep: nine steps from the minimum to the maximum, with the neutral
+// value among them.
+std::vector<float> sweep(const Adjustment& a) {
+  std::vector<float> values;
+  for (int i = 0; i <= 8; ++i) values.push_back(a.min + (a.max - a.min) * float(i) / 8.0f);
+  values.push_back(a.neutral);
+  std::sort(values.begin(), values.end());
+  values.erase(std::unique(values.begin(), values.end()), values.end());
+  return values;
+}
+
+TEST_F(ColorAdjustments, NeutralValuesAreAnExactIdentity) {
+  // Odd sizes: the edge groups overrun in both directions.
+  const Image input = testing::makeDistinctImage(70, 45);
+  EXPECT_EQ(renderColor(*engine, input, EditState{}).pixels, input.pixels);
+  // A vignette size without intensity, and a look at intensity 0, change nothing either.
+  EditState state;
+  state.vignetteRadius = 0.3f;
+  EXPECT_EQ(renderColor(*engine, input, state).pixels, input.pixels);
+  state = EditState{};
+  state.filterIntensity = 0.5f;
+  EXPECT_EQ(renderColor(*engine, input, state).pixels, input.pixels);
+}
+
+// Each adjustment over its whole range on the ramp and the chart: the measure grows
+// with the value, moves at both extremes, the ramp keeps its order, no result is a NaN,
+// and the GPU agrees with the CPU reference.
+TEST_F(ColorAdjustments, EachAdjustmentMovesRampAndChartInItsDirection) {
+  const Image ramp = makeGreyRamp();
+  const Image chart = makeColorChart();
+  for (const Adjustment& a : adjustments()) {
+    SCOPED_TRACE(a.name);
+    double previousRamp = -1e9, previousChart = -1e9;
+    double rampAtNeutral = 0, chartAtNeutral = 0, rampAtMin = 0, chartAtMin = 0, rampAtMax = 0, chartAtMax = 0;
+    for (float value : sweep(a)) {
+      SCOPED_TRACE(value);
+      EditState state;
+      state.*a.field = value;
+      if (a.field == &EditState::vignetteRadius) state.vignetteIntensity = 1;
+      const Image r = renderColor(*engine, ramp, state);
+      const Image c = renderColor(*engine, chart, state);
+
+      size_t nonFinite = 0;
+      const Image referenceRamp = colorref::renderColorPass(ramp, state, &nonFinite);
+      EXPECT_EQ(nonFinite, 0u);
+      const Image referenceChart = colorref::renderColorPass(chart, state, &nonFinite);
+      EXPECT_EQ(nonFinite, 0u);
+      // One code value: the GPU's float functions against the CPU's, then rounding.
+      EXPECT_LE(maxAbsoluteDifference(r, referenceRamp), 1);
+      EXPECT_LE(maxAbsoluteDifference(c, referenceChart), 1);
+
+      // The ramp keeps its order in every channel (the vignette darkens by position,
+      // so it is left to its own test).
+      if (a.field != &EditState::vignetteIntensity && a.field != &EditState::vignetteRadius) {
+        for (int x = 1; x < 256; ++x) {
+          auto before = rgb(r, x - 1, 0), here = rgb(r, x, 0);
+          for (int i = 0; i < 3; ++i) ASSERT_GE(here[i], before[i] - 1) << "ramp breaks at " << x;
+        }
+      }
+      // Half a code value of slack: the measures average many rounded pixels.
+      if (a.onRamp) {
+        const double m = a.onRamp(r);
+        EXPECT_GE(m, previousRamp - 0.5);
+        previousRamp = m;
+        if (value == a.min) rampAtMin = m;
+        if (value == a.neutral) rampAtNeutral = m;
+        if (value == a.max) rampAtMax = m;
+      }
+      if (a.onChart) {
+        const double m = a.onChart(c);
+        EXPECT_GE(m, previousChart - 0.5);
+        previousChart = m;
+        if (value == a.min) chartAtMin = m;
+        if (value == a.neutral) chartAtNeutral = m;
+        if (value == a.max) chartAtMax = m;
+      }
+    }
+    if (a.onRamp) {
+      EXPECT_GE(rampAtMax - rampAtNeutral, a.leastMove);
+      if (a.min != a.neutral) {
+        EXPECT_GE(rampAtNeutral - rampAtMin, a.leastMove);
+      }
+    }
+    if (a.onChart) {
+      EXPECT_GE(chartAtMax - chartAtNeutral, a.leastMove);
+      if (a.min != a.neutral) {
+        EXPECT_GE(chartAtNeutral - chartAtMin, a.leastMove);
+      }
+    }
+  }
+}
+
+TEST_F(ColorAdjustments, SaturationZeroIsGreyscaleByLuminance) {
+  EditState state;
+  state.saturation = 0;
+  const Image out = renderColor(*engine, makeColorChart(), state);
+  for (int p = 0; p < 24; ++p) {
+    auto c = chartPatch(out, p);
+    EXPECT_LE(std::max({c[0], c[1], c[2]}) - std::min({c[0], c[1], c[2]}), 1.0) << "patch " << p;
+  }
+  // The grey keeps the luminance of the colour: compare in linear light.
+  auto linear = [](double v) {
+    v /= 255;
+    return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+  };
+  const Image chart = makeColorChart();
+  for (int p = 0; p < 18; ++p) {
+    auto in = chartPatch(chart, p);
+    double y = 0.2126 * linear(in[0]) + 0.7152 * linear(in[1]) + 0.0722 * linear(in[2]);
+    EXPECT_NEAR(linear(chartPatch(out, p)[1]), y, 0.01) << "patch " << p;
+  }
+}
+
+TEST_F(ColorAdjustments, VibranceSparesSkin) {
+  // Light skin (patch 1) against the blue flower (patch 4), of about the same
+  // saturation: vibrance raises the flower's chroma clearly more.
+  EditState state;
+  state.vibrance = 1;
+  const Image chart = makeColorChart();
+  const Image out = renderColor(*engine, chart, state);
+  auto chroma = [](std::array<double, 3> c) { return std::max({c[0], c[1], c[2]}) - std::min({c[0], c[1], c[2]}); };
+  const double skinGain = chroma(chartPatch(out, 1)) / chroma(chartPatch(chart, 1));
+  const double flowerGain = chroma(chartPatch(out, 4)) / chroma(chartPatch(chart, 4));
+  EXPECT_GT(flowerGain, 1.15);
+  EXPECT_LT(skinGain - 1, 0.5 * (flowerGain - 1));
+}
+
+// Mean absolute difference of each pixel from the mean of its 5 by 5 neighbourhood.
+double localContrast(const Image& image) {
+  double sum = 0;
+  int count = 0;
+  for (int y = 2; y < image.height - 2; ++y)
+    for (int x = 2; x < image.width - 2; ++x) {
+      double mean = 0;
+      for (int dy = -2; dy <= 2; ++dy)
+        for (int dx = -2; dx <= 2; ++dx) mean += rgb(image, x + dx, y + dy)[1] / 25.0;
+      sum += std::abs(rgb(image, x, y)[1] - mean);
+      ++count;
+    }
+  return sum / count;
+}
+
+// Mid-grey with a texture of 3-pixel blocks, 20 code values apart: detail that
+// sharpness and clarity act on.
+Image makeTexture(int width, int height) {
+  Image image = makeFlat(width, height, 128, 128, 128);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      uint32_t h = uint32_t(x / 3) * 73856093u ^ uint32_t(y / 3) * 19349663u;
+      h = (h ^ (h >> 13)) * 0x5bd1e995u;
+      int v = 108 + int((h >> 7) % 41);
+      uint8_t* p = image.pixel(x, y);
+      p[0] = p[1] = p[2] = uint8_t(v);
+    }
+  return image;
+}
+
+TEST_F(ColorAdjustments, SharpnessAndClarityRaiseLocalContrast) {
+  const Image texture = makeTexture(96, 96);
+  const double before = localContrast(texture);
+  for (float EditState::*field : {&EditState::sharpness, &EditState::clarity}) {
+    double previous = -1;
+    for (float value : {-1.0f, -0.5f, 0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
+      if (field == &EditState::sharpness && value < 0) continue;
+      if (field == &EditState::clarity && value > 1) continue;
+      EditState state;
+      state.*field = value;
+      const double c = localContrast(renderColor(*engine, texture, state));
+      EXPECT_GE(c, previous - 0.05) << value;
+      previous = c;
+      if (value == 1) {
+        EXPECT_GT(c, before * 1.15) << "at 1";
+      }
+      if (value == -1) {
+        EXPECT_LT(c, before * 0.85) << "at -1";
+      }
+    }
+  }
+}
+
+TEST_F(ColorAdjustments, VignetteDarkensTheCornersByIntensityAndRadius) {
+  const Image flat = makeFlat(64, 48, 150, 150, 150);
+  auto cornerDrop = [&](float intensity, float radius) {
+    EditState state;
+    state.vignetteIntensity = intensity;
+    state.vignetteRadius = radius;
+    const Image out = renderColor(*engine, flat, state);
+    // The centre stays; the falloff never turns back along the diagonal.
+    for (int i = 1; i < 24; ++i) EXPECT_LE(rgb(out, 32 + i, 24 + i * 24 / 32)[1], rgb(out, 31 + i, 24 + (i - 1) * 24 / 32)[1] + 1);
+    return double(rgb(out, 32, 24)[1] - rgb(out, 0, 0)[1]);
+  };
+  double previous = -1;
+  for (float intensity : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
+    double drop = cornerDrop(intensity, 1);
+    EXPECT_GE(drop, previous);
+    previous = drop;
+  }
+  EXPECT_GT(previous, 60);
+  previous = 1e9;
+  for (float radius : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
+    double drop = cornerDrop(1, radius);
+    EXPECT_LE(drop, previous);
+    previous = drop;
+  }
+  EXPECT_LE(previous, 1);  // radius 2: the clear centre reaches past the corners
+}
+
+// Sharpness reads the group's tile with its border: across the borders of the 16 by 16
+// groups and at the picture's edges it equals the CPU reference of the same formula.
+TEST_F(ColorAdjustments, SharpnessMatchesTheReferenceAcrossGroupBorders) {
+  Image input = makeTexture(61, 45);
+  // Hard edges on and beside the group borders.
+  for (int y = 0; y < input.height; ++y)
+    for (int x : {15, 16, 31, 32, 47, 48}) {
+      uint8_t* p = input.pixel(x, y);
+      p[0] = p[1] = p[2] = uint8_t(x % 2 ? 40 : 220);
+    }
+  for (int x = 0; x < input.width; ++x)
+    for (int y : {15, 16, 31, 32}) {
+      uint8_t* p = input.pixel(x, y);
+      p[0] = p[1] = p[2] = uint8_t(y % 2 ? 200 : 60);
+    }
+  for (float amount : {0.4f, 1.0f, 2.0f}) {
+    EditState state;
+    state.sharpness = amount;
+    const Image gpu = renderColor(*engine, input, state);
+    const Image cpu = colorref::renderColorPass(input, state);
+    EXPECT_LE(maxAbsoluteDifference(gpu, cpu), 1) << amount;
+    EXPECT_GT(testing::meanAbsoluteDifference(gpu, input), 1.0) << amount;
+    if (maxAbsoluteDifference(gpu, cpu) > 1) {
+      saveForInspection(gpu, "gpu");
+      saveForInspection(cpu, "cpu");
+    }
+  }
+}
+
+// ---- White balance ----------------------------------------------------------------------
+
+TEST_F(ColorAdjustments, HighKelvinWarmsAndTungstenKelvinCoolsAGrey) {
+  const Image grey = makeFlat(16, 16, 128, 128, 128);
+  EditState state;
+  state.temperature = 10000;
+  auto warm = rgb(renderColor(*engine, grey, state), 8, 8);
+  EXPECT_GE(warm[0] - warm[2], 10);
+  state.temperature = 3200;
+  auto cool = rgb(renderColor(*engine, grey, state), 8, 8);
+  EXPECT_GE(cool[2] - cool[0], 10);
+  // The tint: magenta above 0, green below.
+  state = EditState{};
+  state.tint = 1;
+  auto magenta = rgb(renderColor(*engine, grey, state), 8, 8);
+  EXPECT_GE((magenta[0] + magenta[2]) / 2 - magenta[1], 5);
+  state.tint = -1;
+  auto green = rgb(renderColor(*engine, grey, state), 8, 8);
+  EXPECT_GE(green[1] - (green[0] + green[2]) / 2, 5);
+}
+
+using Vec3 = std::array<double, 3>;
+using Mat3 = std::array<Vec3, 3>;
+
+Vec3 times(const Mat3& m, const Vec3& v) {
+  return {m[0][0] * v[0] + m[0][1] * v[1] + m[0][2] * v[2], m[1][0] * v[0] + m[1][1] * v[1] + m[1][2] * v[2],
+          m[2][0] * v[0] + m[2][1] * v[1] + m[2][2] * v[2]};
+}
+
+Mat3 multiply(const Mat3& a, const Mat3& b) {
+  Mat3 m{};
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j)
+      for (int k = 0; k < 3; ++k) m[i][j] += a[i][k] * b[k][j];
+  return m;
+}
+
+Mat3 inverse(const Mat3& m) {
+  const double det = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                     m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                     m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+  Mat3 r{};
+  r[0][0] = (m[1][1] * m[2][2] - m[1][2] * m[2][1]) / det;
+  r[0][1] = (m[0][2] * m[2][1] - m[0][1] * m[2][2]) / det;
+  r[0][2] = (m[0][1] * m[1][2] - m[0][2] * m[1][1]) / det;
+  r[1][0] = (m[1][2] * m[2][0] - m[1][0] * m[2][2]) / det;
+  r[1][1] = (m[0][0] * m[2][2] - m[0][2] * m[2][0]) / det;
+  r[1][2] = (m[0][2] * m[1][0] - m[0][0] * m[1][2]) / det;
+  r[2][0] = (m[1][0] * m[2][1] - m[1][1] * m[2][0]) / det;
+  r[2][1] = (m[0][1] * m[2][0] - m[0][0] * m[2][1]) / det;
+  r[2][2] = (m[0][0] * m[1][1] - m[0][1] * m[1][0]) / det;
+  return r;
+}
+
+Vec3 xyzOf(double x, double y) { return {x / y, 1.0, (1.0 - x - y) / y}; }
+
+const Mat3 kBradford = {{{0.8951, 0.2664, -0.1614}, {-0.7502, 1.7135, 0.0367}, {0.0389, -0.0685, 1.0296}}};
+
+// Linear sRGB to XYZ from the primaries and the D65 white, in double precision.
+Mat3 srgbToXyz() {
+  const Mat3 primaries = {{{0.64 / 0.33, 0.30 / 0.60, 0.15 / 0.06},
+                           {1.0, 1.0, 1.0},
+                           {(1 - 0.64 - 0.33) / 0.33, (1 - 0.30 - 0.60) / 0.60, (1 - 0.15 - 0.06) / 0.06}}};
+  const Vec3 scale = times(inverse(primaries), xyzOf(0.3127, 0.3290));
+  Mat3 m = primaries;
+  for (int i = 0; i < 3; ++i)
+    for (int j = 0; j < 3; ++j) m[i][j] *= scale[j];
+  return m;
+}
+
+// The Kim et al. cubic spline of the Planckian locus, in double precision.
+std::array<double, 2> kimXY(double kelvin) {
+  const double t = 1000.0 / kelvin;
+  const double x = kelvin <= 4000 ? -0.2661239 * t * t * t - 0.2343589 * t * t + 0.8776956 * t + 0.179910
+                                  : -3.0258469 * t * t * t + 2.1070379 * t * t + 0.2226347 * t + 0.240390;
+  double y;
+  if (kelvin <= 2222) {
+    y = -1.1063814 * x * x * x - 1.34811020 * x * x + 2.18555832 * x - 0.20219683;
+  } else if (kelvin <= 4000) {
+    y = -0.9549476 * x * x * x - 1.37418593 * x * x + 2.09137015 * x - 0.16748867;
+  } else {
+    y = 3.0817580 * x * x * x - 5.87338670 * x * x + 3.75112997 * x - 0.37001483;
+  }
+  return {x, y};
+}
+
+// Krystek's rational approximation of the Planckian locus (1000 to 15000 K): an
+// independent check of the kernel's spline.
+std::array<double, 2> krystekXY(double T) {
+  const double u = (0.860117757 + 1.54118254e-4 * T + 1.28641212e-7 * T * T) / (1 + 8.42420235e-4 * T + 7.08145163e-7 * T * T);
+  const double v = (0.317398726 + 4.22806245e-5 * T + 4.20481691e-8 * T * T) / (1 - 2.89741816e-5 * T + 1.61456053e-7 * T * T);
+  const double d = 2 * u - 8 * v + 4;
+  return {3 * u / d, 2 * v / d};
+}
+
+TEST(ColorWhiteBalance, KernelConstantsAreTheDoublePrecisionDerivation) {
+  const Mat3 m = srgbToXyz();
+  const Mat3 toCone = multiply(kBradford, m);
+  const Mat3 fromCone = inverse(toCone);
+  auto k = kimXY(6500);
+  const Vec3 white6500 = times(kBradford, xyzOf(k[0], k[1]));
+  const auto constants = colorref::whiteBalanceConstants();
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      // The shader's constants carry seven decimals.
+      EXPECT_NEAR(constants.bradford[i][j], kBradford[i][j], 1e-6);
+      EXPECT_NEAR(constants.srgbToCone[i][j], toCone[i][j], 1e-6);
+      EXPECT_NEAR(constants.coneToSrgb[i][j], fromCone[i][j], 1e-6);
+    }
+    EXPECT_NEAR(constants.coneWhite6500[i], white6500[i], 1e-6);
+  }
+  // The spline follows the locus: within 0.002 in x and y of Krystek's approximation
+  // over the range of the slider.
+  for (double kelvin : {2000.0, 2500.0, 3200.0, 4000.0, 5500.0, 6500.0, 8000.0, 10000.0}) {
+    auto spline = colorref::planckianXY(float(kelvin));
+    auto check = krystekXY(kelvin);
+    EXPECT_NEAR(spline[0], check[0], 0.002) << kelvin;
+    EXPECT_NEAR(spline[1], check[1], 0.002) << kelvin;
+  }
+}
+
+// A grey card lit by a 3200 K black body, as a camera balanced for 6500 K records it
+// (the light's white, adapted by the camera from 6500 K to the D65 white of sRGB), is
+// orange; the temperature 3200 makes it neutral again within a few code values.
+TEST_F(ColorAdjustments, AGreyLitBy3200KelvinComesOutNeutralAt3200) {
+  const Mat3 m = srgbToXyz();
+  auto cone = [&](std::array<double, 2> xy) { return times(kBradford, xyzOf(xy[0], xy[1])); };
+  const Vec3 light = cone(krystekXY(3200));
+  const Vec3 balance = cone(krystekXY(6500));
+  const Vec3 d65 = cone(std::array<double, 2>{0.3127, 0.3290});
+  Vec3 recorded;
+  for (int i = 0; i < 3; ++i) recorded[i] = 0.2 * light[i] * d65[i] / balance[i];
+  const Vec3 linear = times(inverse(m), times(inverse(kBradford), recorded));
+  std::array<int, 3> code;
+  for (int i = 0; i < 3; ++i) {
+    const double v = std::clamp(linear[i], 0.0, 1.0);
+    const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
+    code[i] = int(std::lround(encoded * 255));
+  }
+  const Image card = makeFlat(16, 16, code[0], code[1], code[2]);
+  EXPECT_GE(code[0] - code[2], 40) << "the card is orange as recorded";
+  EditState state;
+  state.temperature = 3200;
+  auto out = rgb(renderColor(*engine, card, state), 8, 8);
+  EXPECT_LE(std::max({out[0], out[1], out[2]}) - std::min({out[0], out[1], out[2]}), 3)
+      << out[0] << " " << out[1] << " " << out[2];
+}
+
+}  // namespace
+}  // namespace halvane

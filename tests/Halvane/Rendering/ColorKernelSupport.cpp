@@ -1,0 +1,130 @@
+#include "Halvane/Rendering/ColorKernelSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+
+#include "Platform/Media/ImageDecoder.h"
+#include "Platform/Media/ImageEncoder.h"
+#include "Platform/Media/ImageScale.h"
+
+namespace halvane::colortest {
+
+Image renderColor(RenderingEngine& engine, const Image& image, EditState state) {
+  state.trimStart = 1;
+  auto texture = engine.makeTexture(image);
+  EXPECT_TRUE(texture != nullptr);
+  if (!texture) return {};
+  auto rendered = engine.renderToImage(texture, state);
+  EXPECT_TRUE(rendered.has_value());
+  return rendered ? *rendered : Image{};
+}
+
+namespace {
+
+Image blank(int width, int height) {
+  Image image;
+  image.width = width;
+  image.height = height;
+  image.pixels.assign(size_t(width) * size_t(height) * 4, 255);
+  return image;
+}
+
+void put(Image& image, int x, int y, int r, int g, int b) {
+  uint8_t* p = image.pixel(x, y);
+  p[0] = uint8_t(b);
+  p[1] = uint8_t(g);
+  p[2] = uint8_t(r);
+  p[3] = 255;
+}
+
+// sRGB values of the ColorChecker patches (X-Rite's published approximations).
+constexpr int kChart[24][3] = {
+    {115, 82, 68},   {194, 150, 130}, {98, 122, 157},  {87, 108, 67},   {133, 128, 177}, {103, 189, 170},
+    {214, 126, 44},  {80, 91, 166},   {193, 90, 99},   {94, 60, 108},   {157, 188, 64},  {224, 163, 46},
+    {56, 61, 150},   {70, 148, 73},   {175, 54, 60},   {231, 199, 31},  {187, 86, 149},  {8, 133, 161},
+    {243, 243, 242}, {200, 200, 200}, {160, 160, 160}, {122, 122, 121}, {85, 85, 85},    {52, 52, 52},
+};
+
+}  // namespace
+
+Image makeGreyRamp(int height) {
+  Image image = blank(256, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < 256; ++x) put(image, x, y, x, x, x);
+  return image;
+}
+
+Image makeColorChart() {
+  Image image = blank(6 * kChartPatch, 4 * kChartPatch);
+  for (int y = 0; y < image.height; ++y)
+    for (int x = 0; x < image.width; ++x) {
+      const int* c = kChart[(y / kChartPatch) * 6 + x / kChartPatch];
+      put(image, x, y, c[0], c[1], c[2]);
+    }
+  return image;
+}
+
+std::array<double, 3> chartPatch(const Image& chart, int index) {
+  const int x0 = (index % 6) * kChartPatch + kChartPatch / 4;
+  const int y0 = (index / 6) * kChartPatch + kChartPatch / 4;
+  std::array<double, 3> sum{};
+  int count = 0;
+  for (int y = y0; y < y0 + kChartPatch / 2; ++y)
+    for (int x = x0; x < x0 + kChartPatch / 2; ++x) {
+      auto c = rgb(chart, x, y);
+      for (int i = 0; i < 3; ++i) sum[i] += c[i];
+      ++count;
+    }
+  for (double& v : sum) v /= count;
+  return sum;
+}
+
+Image naturalPhoto(int width, int height) {
+  auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/photo/flower.webp");
+  EXPECT_TRUE(bool(decoded));
+  if (!decoded) return makeFlat(width, height, 128, 128, 128);
+  return platform::media::scaleImage(*decoded, width, height);
+}
+
+Image makeFlat(int width, int height, int r, int g, int b) {
+  Image image = blank(width, height);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) put(image, x, y, r, g, b);
+  return image;
+}
+
+double rampLevel(const Image& ramp, int x) {
+  double sum = 0;
+  for (int y = 0; y < ramp.height; ++y) {
+    auto c = rgb(ramp, x, y);
+    sum += c[0] + c[1] + c[2];
+  }
+  return sum / (3.0 * ramp.height);
+}
+
+std::array<int, 3> rgb(const Image& image, int x, int y) {
+  const uint8_t* p = image.pixel(x, y);
+  return {p[2], p[1], p[0]};
+}
+
+double maxAbsoluteDifference(const Image& a, const Image& b) {
+  if (a.width != b.width || a.height != b.height) return INFINITY;
+  int most = 0;
+  for (size_t i = 0; i < a.pixels.size(); i += 4)
+    for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c])));
+  return most;
+}
+
+void saveForInspection(const Image& image, const std::string& name) {
+  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+  std::filesystem::path folder = std::filesystem::current_path() / "color-test-output";
+  std::filesystem::create_directories(folder);
+  const std::string stem = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : std::string();
+  platform::media::writePNG(image, folder / (stem + name + ".png"));
+}
+
+}  // namespace halvane::colortest

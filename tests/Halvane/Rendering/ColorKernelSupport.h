@@ -1,0 +1,43 @@
+#pragma once
+// Helpers of the colour pass tests: the pass run through the engine on the CPU device,
+// test pictures (a grey ramp, a colour chart, a natural photo) and measurements on them.
+#include <array>
+#include <string>
+#include <vector>
+
+#include "Halvane/Model/EditState.h"
+#include "Halvane/Rendering/EngineTestSupport.h"
+#include "Platform/Media/Image.h"
+
+namespace halvane::colortest {
+
+using platform::media::Image;
+
+// The picture through the engine's whole chain with `state` (no crop, turn, tilt or
+// focus, so only the colour pass acts). The state is marked as an edit (its trim start
+// moves), so the pass runs even at neutral colour values.
+Image renderColor(RenderingEngine& engine, const Image& image, EditState state);
+
+// A ramp of every code value from 0 to 255 along x, `height` rows.
+Image makeGreyRamp(int height = 4);
+// The 24 patches of the ColorChecker in sRGB, 6 by 4, each `patch` pixels square.
+constexpr int kChartPatch = 8;
+Image makeColorChart();
+// The mean colour (r, g, b in code values) of the centre of a chart patch, 0 to 23 in
+// reading order; patches 18 to 23 are the neutrals from white to black.
+std::array<double, 3> chartPatch(const Image& chart, int index);
+// The flower photo of the sample media, scaled to width by height.
+Image naturalPhoto(int width, int height);
+// A flat picture of one colour.
+Image makeFlat(int width, int height, int r, int g, int b);
+
+// Mean of the three channels at column x of a ramp, over its rows.
+double rampLevel(const Image& ramp, int x);
+// r, g, b of a pixel.
+std::array<int, 3> rgb(const Image& image, int x, int y);
+double maxAbsoluteDifference(const Image& a, const Image& b);
+
+// Writes a failing picture next to the test log (as PNG) so it can be looked at.
+void saveForInspection(const Image& image, const std::string& name);
+
+}  // namespace halvane::colortest

@@ -1,0 +1,55 @@
+#pragma once
+// CPU reference of the colour pass. It compiles the kernel's own colour sources
+// (Halvane/Shaders/Color*.glsl and LookTable.inc) as C++, so the tests compare the GPU
+// with the same formulas evaluated in float on the CPU; only the tile, the texture
+// sampling and the rounding of the output are the reference's own. Thread-safe.
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Halvane/Model/EditState.h"
+#include "Halvane/Rendering/RenderUniforms.h"
+#include "Platform/Media/Image.h"
+
+namespace halvane::colorref {
+
+// The colour pass over a whole image as the kernel computes it from the block's colour
+// fields (alpha is copied). Uses every hardware thread. When nonFinite is given, it
+// receives the number of pixels whose result was a NaN or an infinity before rounding.
+platform::media::Image renderColorPass(const platform::media::Image& input, const RenderUniforms& uniforms,
+                                       size_t* nonFinite = nullptr);
+// The same with the block that the engine makes for the state at this size.
+platform::media::Image renderColorPass(const platform::media::Image& input, const EditState& state,
+                                       size_t* nonFinite = nullptr);
+
+// One row of the look table: its number and catalogue id.
+struct LookRow {
+  uint32_t number;
+  std::string id;
+};
+std::vector<LookRow> lookRows();
+
+// Whether look `number` is monochrome (a channel mix or a duo-tone), and the hue in
+// degrees of its split toning (shadows, highlights) with their amounts.
+bool lookIsMonochrome(uint32_t number);
+std::array<float, 4> lookSplitToning(uint32_t number);
+// The dark and light colours (0xRRGGBB) of a duo-tone look; the light one is 0 for
+// other looks.
+std::array<uint32_t, 2> lookDuoTone(uint32_t number);
+// Whether a look changes pixels by their position (vignette, light, halftone).
+bool lookIsPositional(uint32_t number);
+
+// The white-balance constants of the kernel, rows first, and the chromaticity of the
+// Planckian locus it uses.
+struct WhiteBalanceConstants {
+  std::array<std::array<double, 3>, 3> bradford;
+  std::array<std::array<double, 3>, 3> srgbToCone;
+  std::array<std::array<double, 3>, 3> coneToSrgb;
+  std::array<double, 3> coneWhite6500;
+};
+WhiteBalanceConstants whiteBalanceConstants();
+std::array<double, 2> planckianXY(float kelvin);
+
+}  // namespace halvane::colorref

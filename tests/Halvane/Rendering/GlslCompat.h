@@ -1,0 +1,123 @@
+#pragma once
+// The small part of GLSL that the colour kernel's shared sources use (Color*.glsl and
+// LookTable.inc), so that the CPU reference compiles the very same formulas. Only what
+// those files need: float vectors with .x .y .z .w, their arithmetic, and the built-in
+// functions by GLSL's definitions. Constructors from a scalar are explicit, as in GLSL,
+// so code that GLSL would reject does not compile here either. Scalar functions exist
+// for float only, so that literals (double in C++) resolve to them.
+#include <cmath>
+#include <cstdint>
+
+namespace halvane::glsl {
+
+using uint = std::uint32_t;
+
+struct vec2 {
+  float x, y;
+  vec2() : x(0), y(0) {}
+  explicit vec2(float s) : x(s), y(s) {}
+  vec2(float x_, float y_) : x(x_), y(y_) {}
+};
+
+struct vec3 {
+  float x, y, z;
+  vec3() : x(0), y(0), z(0) {}
+  explicit vec3(float s) : x(s), y(s), z(s) {}
+  vec3(float x_, float y_, float z_) : x(x_), y(y_), z(z_) {}
+};
+
+struct vec4 {
+  float x, y, z, w;
+  vec4() : x(0), y(0), z(0), w(0) {}
+  explicit vec4(float s) : x(s), y(s), z(s), w(s) {}
+  vec4(float x_, float y_, float z_, float w_) : x(x_), y(y_), z(z_), w(w_) {}
+  vec4(vec3 v, float w_) : x(v.x), y(v.y), z(v.z), w(w_) {}
+};
+
+// Component-wise application of a unary or binary function.
+template <typename F>
+inline vec2 map(vec2 a, F f) { return vec2(f(a.x), f(a.y)); }
+template <typename F>
+inline vec3 map(vec3 a, F f) { return vec3(f(a.x), f(a.y), f(a.z)); }
+template <typename F>
+inline vec2 map(vec2 a, vec2 b, F f) { return vec2(f(a.x, b.x), f(a.y, b.y)); }
+template <typename F>
+inline vec3 map(vec3 a, vec3 b, F f) { return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z)); }
+
+#define HALVANE_GLSL_VECTOR_OPS(V)                                                          \
+  inline V operator+(V a, V b) { return map(a, b, [](float p, float q) { return p + q; }); } \
+  inline V operator-(V a, V b) { return map(a, b, [](float p, float q) { return p - q; }); } \
+  inline V operator*(V a, V b) { return map(a, b, [](float p, float q) { return p * q; }); } \
+  inline V operator/(V a, V b) { return map(a, b, [](float p, float q) { return p / q; }); } \
+  inline V operator+(V a, float s) { return a + V(s); }                                    \
+  inline V operator-(V a, float s) { return a - V(s); }                                    \
+  inline V operator*(V a, float s) { return a * V(s); }                                    \
+  inline V operator/(V a, float s) { return a / V(s); }                                    \
+  inline V operator+(float s, V a) { return V(s) + a; }                                    \
+  inline V operator-(float s, V a) { return V(s) - a; }                                    \
+  inline V operator*(float s, V a) { return V(s) * a; }                                    \
+  inline V operator/(float s, V a) { return V(s) / a; }                                    \
+  inline V operator-(V a) { return map(a, [](float p) { return -p; }); }                   \
+  inline V& operator+=(V& a, V b) { return a = a + b; }                                    \
+  inline V& operator-=(V& a, V b) { return a = a - b; }                                    \
+  inline V& operator*=(V& a, V b) { return a = a * b; }                                    \
+  inline V& operator/=(V& a, V b) { return a = a / b; }                                    \
+  inline V& operator+=(V& a, float s) { return a = a + s; }                                \
+  inline V& operator-=(V& a, float s) { return a = a - s; }                                \
+  inline V& operator*=(V& a, float s) { return a = a * s; }                                \
+  inline V& operator/=(V& a, float s) { return a = a / s; }                                \
+  inline V abs(V a) { return map(a, [](float p) { return std::fabs(p); }); }               \
+  inline V floor(V a) { return map(a, [](float p) { return std::floor(p); }); }            \
+  inline V fract(V a) { return map(a, [](float p) { return p - std::floor(p); }); }        \
+  inline V sqrt(V a) { return map(a, [](float p) { return std::sqrt(p); }); }              \
+  inline V exp2(V a) { return map(a, [](float p) { return std::exp2(p); }); }              \
+  inline V log2(V a) { return map(a, [](float p) { return std::log2(p); }); }              \
+  inline V pow(V a, V b) { return map(a, b, [](float p, float q) { return std::pow(p, q); }); } \
+  inline V min(V a, V b) { return map(a, b, [](float p, float q) { return q < p ? q : p; }); } \
+  inline V max(V a, V b) { return map(a, b, [](float p, float q) { return p < q ? q : p; }); } \
+  inline V mod(V a, float b) { return map(a, [b](float p) { return p - b * std::floor(p / b); }); } \
+  inline V min(V a, float s) { return min(a, V(s)); }                                      \
+  inline V max(V a, float s) { return max(a, V(s)); }                                      \
+  inline V clamp(V a, V lo, V hi) { return min(max(a, lo), hi); }                          \
+  inline V clamp(V a, float lo, float hi) { return min(max(a, V(lo)), V(hi)); }            \
+  inline V mix(V a, V b, V t) { return a * (V(1.0f) - t) + b * t; }                        \
+  inline V mix(V a, V b, float t) { return a * (1.0f - t) + b * t; }
+
+HALVANE_GLSL_VECTOR_OPS(vec2)
+HALVANE_GLSL_VECTOR_OPS(vec3)
+#undef HALVANE_GLSL_VECTOR_OPS
+
+inline float abs(float a) { return std::fabs(a); }
+inline float sign(float a) { return a > 0.0f ? 1.0f : (a < 0.0f ? -1.0f : 0.0f); }
+inline float floor(float a) { return std::floor(a); }
+inline float fract(float a) { return a - std::floor(a); }
+inline float mod(float a, float b) { return a - b * std::floor(a / b); }
+inline float min(float a, float b) { return b < a ? b : a; }
+inline float max(float a, float b) { return a < b ? b : a; }
+inline float clamp(float a, float lo, float hi) { return min(max(a, lo), hi); }
+inline float mix(float a, float b, float t) { return a * (1.0f - t) + b * t; }
+inline float step(float edge, float x) { return x < edge ? 0.0f : 1.0f; }
+inline float smoothstep(float e0, float e1, float x) {
+  float t = clamp((x - e0) / (e1 - e0), 0.0f, 1.0f);
+  return t * t * (3.0f - 2.0f * t);
+}
+inline float pow(float a, float b) { return std::pow(a, b); }
+inline float exp(float a) { return std::exp(a); }
+inline float exp2(float a) { return std::exp2(a); }
+inline float log(float a) { return std::log(a); }
+inline float log2(float a) { return std::log2(a); }
+inline float sqrt(float a) { return std::sqrt(a); }
+inline float inversesqrt(float a) { return 1.0f / std::sqrt(a); }
+inline float sin(float a) { return std::sin(a); }
+inline float cos(float a) { return std::cos(a); }
+inline float atan(float y, float x) { return std::atan2(y, x); }
+inline float radians(float d) { return d * 0.017453292519943295f; }
+
+inline float dot(vec2 a, vec2 b) { return a.x * b.x + a.y * b.y; }
+inline float dot(vec3 a, vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+inline float length(vec2 a) { return std::sqrt(dot(a, a)); }
+inline float length(vec3 a) { return std::sqrt(dot(a, a)); }
+inline vec2 normalize(vec2 a) { return a / length(a); }
+inline vec3 normalize(vec3 a) { return a / length(a); }
+
+}  // namespace halvane::glsl
