@@ -67,8 +67,10 @@ Command makeFocusSheetCommand() {
         for (size_t i = 0; i < arguments.size(); ++i) {
           if (arguments[i] == "--tile") {
             if (i + 1 >= arguments.size()) throw UsageError("--tile needs a value");
-            tileSide = std::stoi(arguments[++i]);
-            if (tileSide < 32 || tileSide > 4096) throw UsageError("--tile must be between 32 and 4096");
+            const std::string& value = arguments[++i];
+            const bool digits = !value.empty() && value.size() <= 4 && value.find_first_not_of("0123456789") == value.npos;
+            tileSide = digits ? std::stoi(value) : 0;
+            if (tileSide < 32 || tileSide > 4096) throw UsageError("--tile must be a number from 32 to 4096");
           } else if (arguments[i].starts_with("--")) {
             throw UsageError("unknown option '" + arguments[i] + "'");
           } else {

@@ -1,10 +1,10 @@
 // The focus pass, run alone on the CPU device: exact identities, the sharp region, the
-// growth of the blur, the gaussian against a CPU reference, preview against export,
-// direction of the streaks, and that the eleven modes look different.
+// growth of the blur, the gaussian against a CPU reference, linear light, preview
+// against export, sizes that follow the picture, direction of the streaks, bladed
+// highlights, and that the eleven modes look different.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <string>
