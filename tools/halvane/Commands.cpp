@@ -9,6 +9,7 @@ Command makePreviewCommand();
 Command makeFocusSheetCommand();
 Command makeContactSheetCommand();
 Command makeAdjustSheetCommand();
+Command makeExportVideoCommand();
 
 const std::vector<Command>& allCommands() {
   static const std::vector<Command> commands = {
@@ -19,6 +20,7 @@ const std::vector<Command>& allCommands() {
       makeFocusSheetCommand(),
       makeContactSheetCommand(),
       makeAdjustSheetCommand(),
+      makeExportVideoCommand(),
   };
   return commands;
 }

@@ -1,0 +1,12 @@
+#pragma once
+// Whether an edit leaves the picture of a video untouched, so that no GPU pass is run
+// for it. Trim and audio change the timeline and the sound, never a pixel.
+#include "Halvane/Model/EditState.h"
+
+namespace halvane {
+
+// The state equals the default once version, trimStart, trimEnd, audioVolume and
+// audioMuted are put back to their defaults.
+bool isNeutralForRendering(const EditState& state);
+
+}  // namespace halvane

@@ -1,0 +1,25 @@
+#pragma once
+// How a video track is turned for display: its transform read as whole clockwise
+// quarter turns, the upright size it gives, and the edit that bakes the turn into the
+// pixels. Pure functions, any thread.
+#include <cstdint>
+#include <optional>
+
+#include "Halvane/Model/EditState.h"
+#include "Platform/Media/AssetTypes.h"
+
+namespace halvane {
+
+// 1, 2 or 3 when (a, b, c, d) is within 0.01 of (0, 1, -1, 0), (-1, 0, 0, -1) or
+// (0, -1, 1, 0); 0 for anything else, a scale or shear included. tx and ty play no part.
+std::int64_t quarterTurnsFromTransform(const platform::media::AffineTransform& transform);
+
+// The bounding box of the rectangle at the origin with `naturalSize` after the
+// transform, as absolute width and height: the upright size for a quarter turn.
+platform::media::MediaSize uprightSize(const platform::media::AffineTransform& transform,
+                                       platform::media::MediaSize naturalSize);
+
+// The default edit with only rotationQuarterTurns set; none for 0 turns.
+std::optional<EditState> orientationState(std::int64_t quarterTurns);
+
+}  // namespace halvane

@@ -1,0 +1,293 @@
+#include "Halvane/Video/VideoRenderer.h"
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "Halvane/Video/NeutralRendering.h"
+#include "Halvane/Video/TrackOrientation.h"
+#include "Halvane/Video/VideoExport.h"
+#include "Platform/Base/Fatal.h"
+#include "Platform/Dispatch/MainQueue.h"
+
+namespace halvane {
+
+using platform::dispatch::NotificationCenter;
+using platform::gpu::CommandBuffer;
+using platform::gpu::Texture;
+using platform::media::MediaTime;
+
+namespace {
+
+constexpr std::int32_t kTimescale = 600;
+
+// Whole-number part of a natural size side for the engine; there is no sensible
+// picture for a size that cannot be one.
+std::uint64_t wholePixels(double side) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  if (!std::isfinite(side) || side <= -limit || side >= limit) {
+    platform::fatalError("video natural size cannot be converted to an integer");
+  }
+  const auto whole = std::int64_t(side);
+  return whole > 0 ? std::uint64_t(whole) : 0;
+}
+
+}  // namespace
+
+void VideoDisplayLinkProxy::tick() const {
+  if (auto alive = renderer.lock()) alive->renderTick();
+}
+
+std::shared_ptr<VideoRenderer> VideoRenderer::create(std::shared_ptr<RenderingEngine> engine,
+                                                     VideoRendererOptions options) {
+  return std::shared_ptr<VideoRenderer>(new VideoRenderer(std::move(engine), std::move(options)));
+}
+
+VideoRenderer::VideoRenderer(std::shared_ptr<RenderingEngine> engine, VideoRendererOptions options)
+    : engine_(std::move(engine)),
+      audioSink_(options.audioSink ? std::move(options.audioSink)
+                                   : std::make_shared<platform::media::SilentAudioSink>()),
+      backgroundTasks_(options.backgroundTasks ? std::move(options.backgroundTasks)
+                                               : std::make_shared<platform::media::DesktopBackgroundTaskService>()),
+      player_(std::make_unique<platform::media::Player>(audioSink_)) {
+  if (!engine_) platform::fatalError("VideoRenderer needs a RenderingEngine");
+  // The player reports its item's end by a callback on the main queue; as a
+  // notification, each load can observe just its own item.
+  player_->onItemDidPlayToEnd = [player = player_.get()] {
+    NotificationCenter::defaultCenter().post(kPlayerItemDidPlayToEndTimeNotification, player->currentItem().get());
+  };
+}
+
+VideoRenderer::~VideoRenderer() {
+  player_->pause();
+  player_->replaceCurrentItem(nullptr);
+  if (displayLink_) displayLink_->invalidate();
+  if (endTimeObserver_) NotificationCenter::defaultCenter().removeObserver(endTimeObserver_);
+  removeTrimBoundaryObserver();
+}
+
+// --- Load sequence ---
+
+void VideoRenderer::loadAsset(std::shared_ptr<platform::media::Asset> asset) {
+  platform::dispatch::assertMainQueue();
+  if (endTimeObserver_) {
+    NotificationCenter::defaultCenter().removeObserver(endTimeObserver_);
+    endTimeObserver_ = 0;
+  }
+  asset_ = asset;
+  trackPropertiesLoaded_ = false;
+  if (loadGeneration_ == std::numeric_limits<std::int64_t>::max()) platform::fatalError("loadGeneration overflowed");
+  const std::int64_t generation = ++loadGeneration_;
+
+  std::weak_ptr<VideoRenderer> weakSelf = weak_from_this();
+  platform::dispatch::MainQueue::shared()->async([weakSelf, generation, asset] {
+    if (auto self = weakSelf.lock()) self->runLoadTask(generation, asset);
+  });
+
+  auto output = std::make_shared<platform::media::PlayerItemVideoOutput>();
+  auto item = platform::media::PlayerItem::make(asset);
+  item->addOutput(output);
+  videoOutput_ = output;
+  player_->replaceCurrentItem(item);
+  player_->setActionAtItemEnd(platform::media::ActionAtItemEnd::none);
+
+  endTimeObserver_ = NotificationCenter::defaultCenter().addObserver(
+      kPlayerItemDidPlayToEndTimeNotification, item.get(), [weakSelf](const platform::dispatch::Notification&) {
+        if (auto self = weakSelf.lock()) self->loopToTrimStart();
+      });
+}
+
+void VideoRenderer::runLoadTask(std::int64_t generation, const std::shared_ptr<platform::media::Asset>& asset) {
+  // The one generation test: a load overtaken before it began is dropped; one that
+  // has begun runs to its end, holding the renderer, and its results stand until a
+  // newer load's replace them.
+  if (loadGeneration_ != generation) return;
+  if (!asset) {
+    finishLoad(0);
+    return;
+  }
+  auto self = shared_from_this();
+  asset->loadTracks(platform::media::MediaType::video, [self, asset](auto tracks) {
+    // No track, or a failed list: the size, transform and turns stay as they are.
+    if (tracks && !tracks->empty()) self->applyTrack(tracks->front());
+    asset->loadDuration([self](auto duration) { self->finishLoad(duration ? *duration : 0.0); });
+  });
+}
+
+void VideoRenderer::applyTrack(const platform::media::AssetTrack& track) {
+  videoTrackTransform_ = track.preferredTransform;
+  videoNaturalSize_ = uprightSize(track.preferredTransform, track.naturalSize);
+  trackQuarterTurns_ = quarterTurnsFromTransform(track.preferredTransform);
+}
+
+void VideoRenderer::finishLoad(double durationSeconds) {
+  const MediaTime duration = MediaTime::fromSeconds(durationSeconds, 1'000'000);
+  cachedDuration_ = duration.isValid() ? duration : MediaTime::zero();
+  currentRenderSize_ = videoNaturalSize_;
+  trackPropertiesLoaded_ = true;
+  if (onTrackPropertiesLoaded) {
+    auto callback = onTrackPropertiesLoaded;
+    callback();
+    onTrackPropertiesLoaded = nullptr;
+  }
+}
+
+// --- Edit state ---
+
+void VideoRenderer::updateEditState(const EditState& state) {
+  platform::dispatch::assertMainQueue();
+  currentState_ = state;
+  previewIsDirty_ = true;
+  const PixelSize size =
+      RenderingEngine::outputSize(wholePixels(videoNaturalSize_.width), wholePixels(videoNaturalSize_.height), state);
+  if (size.width >= 1 && size.height >= 1) currentRenderSize_ = {double(size.width), double(size.height)};
+}
+
+// --- The tick ---
+
+void VideoRenderer::renderTick() {
+  auto view = previewView_.lock();
+  if (!videoOutput_ || !view) return;
+  // No frame is taken before the orientation is known.
+  if (!trackPropertiesLoaded_) return;
+  const DrawableSize drawable = view->drawableSize();
+  if (drawable.width == 0 || drawable.height == 0) return;
+
+  std::shared_ptr<Texture> newTexture;
+  platform::media::PixelBuffer newPixelBuffer;
+  const MediaTime itemTime = videoOutput_->itemTime(audioSink_->clock());
+  if (videoOutput_->hasNewPixelBuffer(itemTime)) {
+    newPixelBuffer = videoOutput_->copyPixelBuffer(itemTime);
+    if (newPixelBuffer) {
+      newTexture = engine_->makeTexture(newPixelBuffer.data(), uint32_t(newPixelBuffer.width()),
+                                        uint32_t(newPixelBuffer.height()), newPixelBuffer.bytesPerRow());
+      if (newTexture) {
+        previewIsDirty_ = true;
+      } else {
+        newPixelBuffer = {};
+      }
+    }
+  }
+
+  if (!previewIsDirty_) return;
+  if (!newTexture && !lastSourceTexture_) return;  // stays dirty until a frame comes
+  previewIsDirty_ = false;
+  auto commandBuffer = engine_->commandQueue()->commandBuffer();
+  if (!commandBuffer) return;
+
+  const auto pool = engine_->texturePool();
+  std::vector<std::shared_ptr<Texture>> giveBack;
+  if (newTexture) {
+    if (trackQuarterTurns_ != 0) {
+      const auto upright = engine_->processTexture(newTexture, *orientationState(trackQuarterTurns_), *commandBuffer,
+                                                   /*finalOutput=*/false);
+      if (orientedTexture_) giveBack.push_back(orientedTexture_);
+      orientedTexture_ = upright;
+      lastSourceTexture_ = upright;
+      // An orientation pass that fell back to its input still reads the buffer.
+      lastSourcePixelBuffer_ = upright == newTexture ? newPixelBuffer : platform::media::PixelBuffer();
+    } else {
+      if (orientedTexture_) giveBack.push_back(orientedTexture_);
+      orientedTexture_.reset();
+      lastSourceTexture_ = newTexture;
+      lastSourcePixelBuffer_ = newPixelBuffer;
+    }
+  }
+  if (!lastSourceTexture_) {
+    for (const auto& texture : giveBack) pool->release(texture);
+    return;
+  }
+
+  if (isNeutralForRendering(currentState_)) {
+    view->draw(lastSourceTexture_, *commandBuffer);
+    if (!giveBack.empty()) {
+      commandBuffer->addCompletedHandler([pool, giveBack](CommandBuffer&) {
+        for (const auto& texture : giveBack) pool->release(texture);
+      });
+    }
+  } else {
+    const auto source = lastSourceTexture_;
+    auto edited = engine_->processTexture(source, currentState_, *commandBuffer, /*finalOutput=*/false);
+    view->draw(edited, *commandBuffer);
+    if (edited != source) giveBack.push_back(edited);
+    commandBuffer->addCompletedHandler([pool, giveBack](CommandBuffer&) {
+      for (const auto& texture : giveBack) pool->release(texture);
+    });
+  }
+  commandBuffer->commit();
+
+  if (onFirstSourceTexture && lastSourceTexture_) {
+    auto callback = std::move(onFirstSourceTexture);
+    onFirstSourceTexture = nullptr;
+    callback(lastSourceTexture_);
+  }
+}
+
+// --- Looping ---
+
+void VideoRenderer::loopToTrimStart() {
+  const double start = currentState_.trimStart;
+  player_->seek(start > 0 ? MediaTime::fromSeconds(start, kTimescale) : MediaTime::zero());
+}
+
+void VideoRenderer::applyTrimRange(const EditState& state) {
+  platform::dispatch::assertMainQueue();
+  removeTrimBoundaryObserver();
+  const MediaTime start = MediaTime::fromSeconds(state.trimStart, kTimescale);
+  double durationSeconds = cachedDuration_.seconds();
+  if (std::isnan(durationSeconds)) durationSeconds = 0;
+  const MediaTime end = MediaTime::fromSeconds(state.trimEnd > 0 ? state.trimEnd : durationSeconds, kTimescale);
+  player_->seek(start);
+  std::weak_ptr<VideoRenderer> weakSelf = weak_from_this();
+  trimBoundaryObserver_ = player_->addBoundaryTimeObserver({end}, [weakSelf, start] {
+    if (auto self = weakSelf.lock()) self->player_->seek(start);
+  });
+}
+
+void VideoRenderer::removeTrimBoundaryObserver() {
+  if (!trimBoundaryObserver_) return;
+  player_->removeTimeObserver(*trimBoundaryObserver_);
+  trimBoundaryObserver_.reset();
+}
+
+// --- Lifecycle ---
+
+void VideoRenderer::startDisplayLink() {
+  platform::dispatch::assertMainQueue();
+  if (displayLink_) displayLink_->invalidate();
+  displayLinkProxy_ = std::make_shared<VideoDisplayLinkProxy>(weak_from_this());
+  displayLink_ = platform::dispatch::makeDisplayLink([proxy = displayLinkProxy_](double, double) { proxy->tick(); });
+  // A full pipeline pass per frame: below the screen's rate, never under 24.
+  displayLink_->setPreferredFrameRateRange(24, 60, 30);
+  displayLink_->addToMainQueue();
+}
+
+void VideoRenderer::stopPlayback() {
+  platform::dispatch::assertMainQueue();
+  if (displayLink_) displayLink_->invalidate();
+  displayLink_.reset();
+  displayLinkProxy_.reset();
+  previewView_.reset();
+  player_->replaceCurrentItem(nullptr);
+  videoOutput_.reset();
+  lastSourcePixelBuffer_ = {};
+  lastSourceTexture_.reset();
+  orientedTexture_.reset();
+}
+
+// --- Export entry points ---
+
+void VideoRenderer::exportVideo(std::string outputURL, const EditState& state, VideoExportPreset preset,
+                                std::function<void(float)> progress,
+                                std::function<void(VideoExportResult)> completion) {
+  platform::dispatch::assertMainQueue();
+  cancelState_->set(false);
+  startVideoExport(VideoExportRequest{weak_from_this(), cancelState_, engine_, backgroundTasks_, std::move(outputURL),
+                                      state, preset, std::move(progress), std::move(completion)});
+}
+
+void VideoRenderer::cancelExport() { cancelState_->set(true); }
+
+bool VideoRenderer::exportCancelled() const { return cancelState_->isSet(); }
+
+}  // namespace halvane

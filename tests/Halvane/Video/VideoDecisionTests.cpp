@@ -1,0 +1,200 @@
+// The numeric decisions of playback and export: quarter turns from a track transform,
+// the upright size, the neutral test, output sizes, trim ranges, encoder settings, the
+// audio table and the error texts.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "Halvane/Video/NeutralRendering.h"
+#include "Halvane/Video/TrackOrientation.h"
+#include "Halvane/Video/VideoExportSettings.h"
+#include "Halvane/Video/VideoRenderError.h"
+
+namespace halvane {
+namespace {
+
+using platform::media::AffineTransform;
+using platform::media::AudioFormatDescription;
+using platform::media::MediaError;
+
+TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
+  EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
+  EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1, 0, 480, 0}), 1);
+  EXPECT_EQ(quarterTurnsFromTransform({-1, 0, 0, -1, 640, 480}), 2);
+  EXPECT_EQ(quarterTurnsFromTransform({0, -1, 1, 0, 0, 640}), 3);
+  // Just inside and just outside the strict 0.01.
+  EXPECT_EQ(quarterTurnsFromTransform({0.0099, 0.9901, -1.0099, -0.0099, 0, 0}), 1);
+  EXPECT_EQ(quarterTurnsFromTransform({0.01, 1, -1, 0, 0, 0}), 0);
+  EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1.01, 0, 0, 0}), 0);
+}
+
+TEST(QuarterTurnsTest, ScaleShearAndMirrorCountAsNoTurn) {
+  EXPECT_EQ(quarterTurnsFromTransform({0, 0.5, -0.5, 0, 0, 0}), 0);   // turn with a small scale
+  EXPECT_EQ(quarterTurnsFromTransform({1, 0.2, 0, 1, 0, 0}), 0);      // shear
+  EXPECT_EQ(quarterTurnsFromTransform({0, 1, 1, 0, 0, 0}), 0);        // a turn and a mirror
+  EXPECT_EQ(quarterTurnsFromTransform({0.7071, 0.7071, -0.7071, 0.7071, 0, 0}), 0);  // 45 degrees
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_EQ(quarterTurnsFromTransform({nan, 1, -1, 0, 0, 0}), 0);
+}
+
+TEST(QuarterTurnsTest, UprightSizeExchangesSidesForOddTurnsAndBoundsAShear) {
+  EXPECT_EQ(uprightSize({0, 1, -1, 0, 1080, 0}, {1920, 1080}), (platform::media::MediaSize{1080, 1920}));
+  EXPECT_EQ(uprightSize({-1, 0, 0, -1, 0, 0}, {640, 480}), (platform::media::MediaSize{640, 480}));
+  EXPECT_EQ(uprightSize({0, -1, 1, 0, 0, 0}, {80, 60}), (platform::media::MediaSize{60, 80}));
+  EXPECT_EQ(uprightSize({1, 0, 0.5, 1, 0, 0}, {100, 10}), (platform::media::MediaSize{105, 10}));
+  EXPECT_FALSE(orientationState(0));
+  ASSERT_TRUE(orientationState(3));
+  EditState expected;
+  expected.rotationQuarterTurns = 3;
+  EXPECT_EQ(*orientationState(3), expected);
+}
+
+TEST(NeutralRenderingTest, TrimAudioAndVersionNeverCostAPass) {
+  EditState state;
+  EXPECT_TRUE(isNeutralForRendering(state));
+  state.version = 7;
+  state.trimStart = 1.5;
+  state.trimEnd = 3;
+  state.audioVolume = 0;
+  state.audioMuted = true;
+  EXPECT_TRUE(isNeutralForRendering(state));
+  state.exposure = 0.1f;
+  EXPECT_FALSE(isNeutralForRendering(state));
+  EditState turnedOnly;
+  turnedOnly.rotationQuarterTurns = 1;
+  EXPECT_FALSE(isNeutralForRendering(turnedOnly));
+  EditState unreadable;
+  unreadable.contrast = std::numeric_limits<float>::quiet_NaN();
+  EXPECT_FALSE(isNeutralForRendering(unreadable));
+}
+
+TEST(ExportOutputSizeTest, SocialFitsWithinFullHDAndEverySizeIsEven) {
+  using P = PixelSize;
+  EXPECT_EQ(exportOutputSize({1921, 1080}, VideoExportPreset::social), (P{1920, 1078}));
+  EXPECT_EQ(exportOutputSize({1920, 1080}, VideoExportPreset::social), (P{1920, 1080}));
+  EXPECT_EQ(exportOutputSize({1080, 1920}, VideoExportPreset::social), (P{1080, 1920}));
+  EXPECT_EQ(exportOutputSize({3840, 2160}, VideoExportPreset::social), (P{1920, 1080}));
+  EXPECT_EQ(exportOutputSize({1440, 1440}, VideoExportPreset::social), (P{1080, 1080}));
+  // A long thin strip scales to below 2 on its short side, and is raised again.
+  EXPECT_EQ(exportOutputSize({4000, 1}, VideoExportPreset::social), (P{1920, 2}));
+  EXPECT_EQ(exportOutputSize({3840, 2160}, VideoExportPreset::balanced), (P{3840, 2160}));
+  EXPECT_EQ(exportOutputSize({1081, 721}, VideoExportPreset::maxQuality), (P{1080, 720}));
+  EXPECT_EQ(exportOutputSize({1, 1}, VideoExportPreset::balanced), (P{2, 2}));
+  EXPECT_EQ(exportOutputSize({3, 1}, VideoExportPreset::social), (P{2, 2}));
+}
+
+TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
+  EditState state;
+  auto whole = exportTimeRange(2.0, state);
+  ASSERT_TRUE(whole);
+  EXPECT_DOUBLE_EQ(whole->start, 0);
+  EXPECT_DOUBLE_EQ(whole->end, 2.0);
+
+  state.trimStart = 0.5;
+  state.trimEnd = 1.5;
+  auto trimmed = exportTimeRange(2.0, state);
+  ASSERT_TRUE(trimmed);
+  EXPECT_EQ(trimmed->mediaRange().start.value, 300);
+  EXPECT_EQ(trimmed->mediaRange().start.timescale, 600);
+  EXPECT_EQ(trimmed->mediaRange().duration.value, 600);
+
+  state.trimEnd = 0.5;  // at the start: half a second from it
+  EXPECT_DOUBLE_EQ(exportTimeRange(2.0, state)->end, 1.0);
+  state.trimStart = 1.8;
+  state.trimEnd = 1.0;  // before the start, near the end: shorter than half a second
+  EXPECT_DOUBLE_EQ(exportTimeRange(2.0, state)->end, 2.0);
+
+  state.trimEnd = 0;
+  state.trimStart = 2.0;
+  EXPECT_FALSE(exportTimeRange(2.0, state));
+  state.trimStart = 5.0;
+  EXPECT_FALSE(exportTimeRange(2.0, state));
+  state.trimStart = -1;
+  state.trimEnd = 9;
+  auto clamped = exportTimeRange(2.0, state);
+  ASSERT_TRUE(clamped);
+  EXPECT_DOUBLE_EQ(clamped->start, 0);
+  EXPECT_DOUBLE_EQ(clamped->end, 2.0);
+  state.trimStart = std::numeric_limits<double>::quiet_NaN();
+  EXPECT_TRUE(exportTimeRange(2.0, state));
+
+  EXPECT_FALSE(exportTimeRange(0, EditState()));
+  EXPECT_FALSE(exportTimeRange(-1, EditState()));
+  EXPECT_FALSE(exportTimeRange(std::numeric_limits<double>::quiet_NaN(), EditState()));
+}
+
+TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
+  auto rate = [](VideoExportPreset preset, uint32_t w, uint32_t h) {
+    return videoEncoderSettings(preset, {w, h}, 30).averageBitRate;
+  };
+  EXPECT_EQ(rate(VideoExportPreset::social, 1280, 720), 4'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::social, 1920, 1080), 6'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::social, 720, 1280), 6'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::balanced, 1280, 720), 6'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::balanced, 1920, 1080), 10'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::balanced, 1080, 1920), 10'000'000);
+  EXPECT_EQ(rate(VideoExportPreset::balanced, 3840, 2160), 20'000'000);
+  const auto quality = videoEncoderSettings(VideoExportPreset::maxQuality, {1080, 720}, 24);
+  ASSERT_TRUE(quality.quality);
+  EXPECT_DOUBLE_EQ(*quality.quality, 1.0);
+  EXPECT_EQ(quality.width, 1080);
+  EXPECT_EQ(quality.height, 720);
+  EXPECT_DOUBLE_EQ(quality.expectedFrameRate, 24);
+}
+
+TEST(AudioPlanTest, FollowsTheDecisionTable) {
+  AudioFormatDescription mono;
+  mono.sampleRate = 48000;
+  mono.channels = 1;
+  mono.codec = "aac";
+  EditState state;
+
+  state.audioMuted = true;
+  EXPECT_EQ(planAudio(state, VideoExportPreset::balanced, true, mono).route, AudioRoute::none);
+  state.audioMuted = false;
+  EXPECT_EQ(planAudio(state, VideoExportPreset::balanced, false, mono).route, AudioRoute::none);
+
+  state.audioVolume = 1.0005f;
+  auto passthrough = planAudio(state, VideoExportPreset::balanced, true, mono);
+  EXPECT_EQ(passthrough.route, AudioRoute::passthrough);
+  EXPECT_FALSE(passthrough.appliesGain);
+  // No format description: decoded, but no gain so near 1.
+  auto unknown = planAudio(state, VideoExportPreset::maxQuality, true, std::nullopt);
+  EXPECT_EQ(unknown.route, AudioRoute::reencode);
+  EXPECT_FALSE(unknown.appliesGain);
+  EXPECT_EQ(unknown.encoder.channels, 2);
+  EXPECT_EQ(unknown.encoder.sampleRate, 44100);
+  EXPECT_EQ(unknown.encoder.bitRate, 256000);
+
+  state.audioVolume = 1.002f;
+  auto gained = planAudio(state, VideoExportPreset::balanced, true, mono);
+  EXPECT_EQ(gained.route, AudioRoute::reencode);
+  EXPECT_TRUE(gained.appliesGain);
+  EXPECT_EQ(gained.encoder.bitRate, 256000);
+  EXPECT_EQ(gained.encoder.channels, 1);
+  EXPECT_EQ(gained.encoder.sampleRate, 48000);
+
+  state.audioVolume = 1;
+  auto social = planAudio(state, VideoExportPreset::social, true, mono);
+  EXPECT_EQ(social.route, AudioRoute::reencode);
+  EXPECT_FALSE(social.appliesGain);
+  EXPECT_EQ(social.encoder.bitRate, 128000);
+
+  state.audioVolume = 0;
+  auto silent = planAudio(state, VideoExportPreset::balanced, true, mono);
+  EXPECT_EQ(silent.route, AudioRoute::reencode);
+  EXPECT_TRUE(silent.appliesGain);
+}
+
+TEST(VideoRenderErrorTest, TextsAreTheUsersOwn) {
+  EXPECT_EQ(VideoRenderError::exportFailed().localizedDescription(), "Export failed: unknown");
+  EXPECT_EQ(VideoRenderError::exportFailed(MediaError{MediaError::Code::writeFailed, "Disk full"}).localizedDescription(),
+            "Export failed: Disk full");
+  EXPECT_EQ(VideoRenderError::writerSetupFailed().localizedDescription(), "Failed to set up asset writer");
+  EXPECT_EQ(VideoRenderError::noVideoTrack().localizedDescription(), "No video track found");
+  EXPECT_EQ(VideoRenderError::cancelled().localizedDescription(), "Export was cancelled");
+}
+
+}  // namespace
+}  // namespace halvane

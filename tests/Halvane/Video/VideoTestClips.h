@@ -1,0 +1,91 @@
+#pragma once
+// Small clips for the video tests, made with the FFmpeg libraries, and what the tests
+// read back from a written movie. Every frame shows four coloured quadrants (red top
+// left, green top right, blue bottom left, white bottom right) and, across the middle,
+// its number as eight black or white bars (bit 0 on the left), so orientation and
+// frame identity survive lossy coding. The sound is a 440 Hz tone.
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Media/PixelBuffer.h"
+
+namespace videotest {
+
+enum class ClipAudio { none, aac, pcm };
+
+struct ClipSpec {
+  int width = 64;   // upright (displayed) size
+  int height = 48;
+  int frames = 30;
+  int fps = 30;
+  // The frames are stored turned back by this many clockwise quarter turns, with the
+  // display matrix that turns them upright (1 is a phone's portrait clip, ffprobe's
+  // rotation -90; 3 is rotation +90).
+  int quarterTurns = 0;
+  ClipAudio audio = ClipAudio::aac;
+  bool audioFirst = false;  // the audio track is stream 0
+  float toneAmplitude = 0.5f;
+  int sampleRate = 44100;
+  int channels = 1;
+};
+
+// A QuickTime movie in this process's temporary folder, made once per name.
+std::string makeClip(const std::string& name, const ClipSpec& spec);
+// A path in the temporary folder where nothing stands.
+std::string freshPath(const std::string& name);
+std::string temporaryFolder();
+// HALVANE_MEDIA_DIR + "/" + relative; empty when the file is missing.
+std::string sample(const std::string& relative);
+
+// The upright test pattern of frame `number`, as BGRA.
+platform::media::PixelBuffer patternFrame(int width, int height, int number);
+// The number shown by an upright frame; -1 when the bars can't be read.
+int frameNumber(const platform::media::PixelBuffer& frame);
+// True when the quadrant colours sit where an upright frame has them.
+bool showsUprightQuadrants(const platform::media::PixelBuffer& frame);
+// The frame turned clockwise by quarter turns.
+platform::media::PixelBuffer turned(const platform::media::PixelBuffer& frame, int quarterTurns);
+// Mean absolute difference over the colour channels, in code values; frames of
+// different sizes differ by 255.
+double meanDifference(const platform::media::PixelBuffer& a, const platform::media::PixelBuffer& b);
+double meanLevel(const platform::media::PixelBuffer& frame);
+
+// What FFmpeg reads from a written movie.
+struct StreamFacts {
+  std::string codec;
+  std::string codecTag;
+  int width = 0;
+  int height = 0;
+  bool hasDisplayMatrix = false;
+  std::int64_t bitRate = 0;
+  int sampleRate = 0;
+  int channels = 0;
+};
+struct MovieFacts {
+  std::string formatName;
+  std::vector<StreamFacts> video;
+  std::vector<StreamFacts> audio;
+};
+MovieFacts probeMovie(const std::string& path);
+// The clockwise quarter turns its display matrix asks for (0 without one).
+int displayQuarterTurns(const std::string& path);
+// Presentation times of the video frames in display order, in seconds.
+std::vector<double> videoFrameTimes(const std::string& path);
+// The payload of every packet of the first audio stream, in file order.
+std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path);
+// The first audio stream decoded to float samples (all channels, interleaved).
+std::vector<float> decodedAudio(const std::string& path);
+// The video frames as stored (no transform applied), BGRA, in display order, at most
+// `limit` of them.
+std::vector<platform::media::PixelBuffer> decodedFrames(const std::string& path, int limit = 1 << 30);
+
+// Runs turns of the main queue until `done`, or fails after `limit` of real time.
+bool pumpUntil(platform::dispatch::ManualMainQueue& queue, const std::function<bool()>& done,
+               std::chrono::milliseconds limit = std::chrono::milliseconds(60000));
+
+}  // namespace videotest
