@@ -43,7 +43,8 @@ Bench& bench() {
     std::fprintf(stderr, "device: %s\n", b.device->name().c_str());
 
     std::vector<uint8_t> pixels;
-    auto decoded = platform::media::decodeImageFile(std::filesystem::path(HALVANE_MEDIA_DIR) / "photo/sewing-threads.heic");
+    auto decoded =
+        platform::media::decodeImageFile(std::filesystem::path(HALVANE_MEDIA_DIR) / "photo/sewing-threads.heic");
     if (decoded) {
       pixels = platform::media::scaleImage(*decoded, kWidth, kHeight).pixels;
     } else {
@@ -104,8 +105,9 @@ const char* const kModes[] = {"off",    "radial", "linear", "mirrored", "gaussia
 int registerAll() {
   for (int mode = 1; mode <= 10; ++mode)
     for (bool finalOutput : {false, true})
-      benchmark::RegisterBenchmark((std::string("FocusPass/") + kModes[mode] + (finalOutput ? "/export" : "/preview")).c_str(),
-                                   FocusPass, focusDefaults(mode), finalOutput)
+      benchmark::RegisterBenchmark(
+          (std::string("FocusPass/") + kModes[mode] + (finalOutput ? "/export" : "/preview")).c_str(), FocusPass,
+          focusDefaults(mode), finalOutput)
           ->Unit(benchmark::kMillisecond)
           ->MeasureProcessCPUTime()
           ->UseRealTime()

@@ -215,8 +215,7 @@ Image referenceGaussian(const Image& input, float strength) {
   std::vector<double> linear(size_t(width) * height * 3);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x)
-      for (int c = 0; c < 3; ++c)
-        linear[(size_t(y) * width + x) * 3 + c] = srgbToLinear(input.pixel(x, y)[c] / 255.0);
+      for (int c = 0; c < 3; ++c) linear[(size_t(y) * width + x) * 3 + c] = srgbToLinear(input.pixel(x, y)[c] / 255.0);
   Image output = input;
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
@@ -232,8 +231,7 @@ Image referenceGaussian(const Image& input, float strength) {
           weight += w;
         }
       }
-      for (int c = 0; c < 3; ++c)
-        output.pixel(x, y)[c] = uint8_t(std::lround(255 * linearToSrgb(sum[c] / weight)));
+      for (int c = 0; c < 3; ++c) output.pixel(x, y)[c] = uint8_t(std::lround(255 * linearToSrgb(sum[c] / weight)));
     }
   }
   return output;

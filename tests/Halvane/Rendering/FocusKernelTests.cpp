@@ -23,8 +23,8 @@ using testing::maxAbsoluteDifference;
 using testing::meanAbsoluteDifference;
 using testing::saveForInspection;
 
-const char* const kModeNames[] = {"off",   "radial", "linear", "mirrored", "gaussian", "zoom",
-                                  "motion", "bokeh", "iris",   "depth",    "edge"};
+const char* const kModeNames[] = {"off",    "radial", "linear", "mirrored", "gaussian", "zoom",
+                                  "motion", "bokeh",  "iris",   "depth",    "edge"};
 
 class FocusKernel : public ::testing::Test {
  protected:
@@ -105,8 +105,7 @@ std::vector<double> contrastByDistance(const Image& image, double binWidth, int 
 
 void expectNonIncreasing(const std::vector<double>& contrast, const std::string& what) {
   // Half a code value of slack for the noise of averaging a few hundred pixels a bin.
-  for (size_t b = 1; b < contrast.size(); ++b)
-    EXPECT_LE(contrast[b], contrast[b - 1] + 0.5) << what << " bin " << b;
+  for (size_t b = 1; b < contrast.size(); ++b) EXPECT_LE(contrast[b], contrast[b - 1] + 0.5) << what << " bin " << b;
   EXPECT_LT(contrast.back(), 0.5 * contrast.front()) << what;
 }
 
@@ -126,15 +125,15 @@ TEST_F(FocusKernel, BlurGrowsMonotonicallyFromTheRegionEdge) {
     expectNonIncreasing(radialContrast, "radial");
     const double s = std::sin(30 * M_PI / 180), c = std::cos(30 * M_PI / 180);
     auto normal = [&](double x, double y) { return -(x - 80) * s + (y - 80) * c; };
-    expectNonIncreasing(
-        contrastByDistance(run(input, linear, finalOutput), 4, 14, [&](double x, double y) { return normal(x, y) - 20; }),
-        "linear");
+    expectNonIncreasing(contrastByDistance(run(input, linear, finalOutput), 4, 14,
+                                           [&](double x, double y) { return normal(x, y) - 20; }),
+                        "linear");
     expectNonIncreasing(contrastByDistance(run(input, mirrored, finalOutput), 4, 14,
                                            [&](double x, double y) { return std::abs(normal(x, y)) - 20; }),
                         "mirrored");
     // The linear mode's other side stays sharp.
-    const auto otherSide = contrastByDistance(run(input, linear, finalOutput), 4, 4,
-                                              [&](double x, double y) { return -normal(x, y); });
+    const auto otherSide =
+        contrastByDistance(run(input, linear, finalOutput), 4, 4, [&](double x, double y) { return -normal(x, y); });
     for (double contrast : otherSide) EXPECT_NEAR(contrast, 80.0, 1.0);
   }
 }
@@ -255,7 +254,8 @@ TEST_F(FocusKernel, StreaksFollowTheirDirection) {
   for (int y = 0; y < size; ++y)
     for (int x = 0; x < size; ++x) {
       const double dx = x + 0.5 - size / 2.0, dy = y + 0.5 - size / 2.0;
-      std::fill_n(rays.pixel(x, y), 3, uint8_t(std::fmod(std::atan2(dy, dx) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20));
+      std::fill_n(rays.pixel(x, y), 3,
+                  uint8_t(std::fmod(std::atan2(dy, dx) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20));
       std::fill_n(rings.pixel(x, y), 3, uint8_t(int(std::hypot(dx, dy) / 2) % 2 ? 230 : 20));
     }
   EditState zoom = focusDefaults(5);
@@ -264,9 +264,8 @@ TEST_F(FocusKernel, StreaksFollowTheirDirection) {
   const Image zoomedRays = run(rays, zoom, true);
   EXPECT_LT(meanAbsoluteDifference(zoomedRays, rays), 0.25 * meanAbsoluteDifference(zoomedRings, rings));
   auto ringContrast = [&](double from, double to) {
-    return contrastByDistance(zoomedRings, to - from, 1, [&](double x, double y) {
-      return std::hypot(x - size / 2.0, y - size / 2.0) - from;
-    })[0];
+    return contrastByDistance(zoomedRings, to - from, 1,
+                              [&](double x, double y) { return std::hypot(x - size / 2.0, y - size / 2.0) - from; })[0];
   };
   EXPECT_GT(ringContrast(4, 12), 2 * ringContrast(36, 44));
 }
