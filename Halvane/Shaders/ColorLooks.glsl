@@ -254,6 +254,14 @@ vec3 applyHueFamily(vec3 c, LookHue h) {
   return setLuma(shifted, luma(shifted), yNew);
 }
 
+// A look's saturation: a boost spares skin tones (by up to 60%) so that faces stay
+// pleasant under the most colourful looks; a reduction is even.
+vec3 applyLookSaturation(vec3 lin, float s) {
+  float f = s;
+  if (s > 1.0) f = 1.0 + (s - 1.0) * (1.0 - 0.6 * skinLikeness(rgbToHsv(toEncoded(lin))));
+  return scaleChroma(lin, luma(lin), f);
+}
+
 // The colour of a look for one pixel: every operation that depends on the pixel's
 // colour alone. Input and output are encoded values.
 vec3 lookColor(vec3 encoded, Look k) {
@@ -279,7 +287,7 @@ vec3 lookColor(vec3 encoded, Look k) {
     if (mono) {
       lin = vec3(clamp(dot(lin, k.mono) / (k.mono.x + k.mono.y + k.mono.z), 0.0, 1.0));
     } else {
-      if (k.color.saturation != 1.0) lin = applySaturation(lin, k.color.saturation);
+      if (k.color.saturation != 1.0) lin = applyLookSaturation(lin, k.color.saturation);
       if (k.color.vibrance != 0.0) lin = applyVibrance(lin, k.color.vibrance);
     }
     c = saturate3(toEncoded(lin));

@@ -57,7 +57,7 @@ std::string valueText(float value, const char* unit) {
 // vignette of 1, without which it changes nothing.
 Command makeAdjustSheetCommand() {
   return Command{
-      "adjust-sheet", "adjust-sheet INPUT OUTPUT.jpg [--tile PIXELS]", [](const std::vector<std::string>& arguments) {
+      "adjust-sheet", "adjust-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]", [](const std::vector<std::string>& arguments) {
         const SheetArguments args = parseSheetArguments(arguments, 200);
         auto engine = RenderingEngine::create();
         const SheetPicture picture = loadSheetPicture(*engine, args.input, args.tileSide);
@@ -93,7 +93,7 @@ Command makeAdjustSheetCommand() {
             ++column;
           }
         }
-        sheet.write(args.output);
+        sheet.write(args.output, args.quality);
         std::printf("%s: %d x %d, %zu adjustments\n", args.output.c_str(), sheet.image().width, sheet.image().height,
                     std::size(kAdjustments));
         return 0;

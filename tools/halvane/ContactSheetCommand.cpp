@@ -13,7 +13,7 @@ namespace halvane::cli {
 // heads the sheet.
 Command makeContactSheetCommand() {
   return Command{
-      "contact-sheet", "contact-sheet INPUT OUTPUT.jpg [--tile PIXELS]",
+      "contact-sheet", "contact-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]",
       [](const std::vector<std::string>& arguments) {
         const SheetArguments args = parseSheetArguments(arguments, 160);
         auto engine = RenderingEngine::create();
@@ -56,7 +56,7 @@ Command makeContactSheetCommand() {
           }
           y += bandHeight;
         }
-        sheet.write(args.output);
+        sheet.write(args.output, args.quality);
         std::printf("%s: %d x %d, %zu looks\n", args.output.c_str(), sheet.image().width, sheet.image().height, looks);
         return 0;
       }};

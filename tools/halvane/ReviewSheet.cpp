@@ -24,6 +24,14 @@ SheetArguments parseSheetArguments(const std::vector<std::string>& arguments, in
         throw UsageError("--tile needs a number");
       }
       if (parsed.tileSide < 32 || parsed.tileSide > 2048) throw UsageError("--tile must be between 32 and 2048");
+    } else if (arguments[i] == "--quality") {
+      if (i + 1 >= arguments.size()) throw UsageError("--quality needs a value");
+      try {
+        parsed.quality = std::stod(arguments[++i]);
+      } catch (const std::exception&) {
+        throw UsageError("--quality needs a number");
+      }
+      if (!(parsed.quality >= 0 && parsed.quality <= 1)) throw UsageError("--quality must be between 0 and 1");
     } else if (arguments[i].starts_with("--")) {
       throw UsageError("unknown option '" + arguments[i] + "'");
     } else {
@@ -69,8 +77,8 @@ void ReviewSheet::label(int x, int y, std::string_view text, int maxWidth, tools
   tools::drawText(canvas_, x, y, tools::fitText(text, maxWidth, scale), color, scale);
 }
 
-void ReviewSheet::write(const std::string& path) const {
-  if (auto written = platform::media::writeJPEG(image_, path, 0.8); !written)
+void ReviewSheet::write(const std::string& path, double quality) const {
+  if (auto written = platform::media::writeJPEG(image_, path, quality); !written)
     throw CommandError("cannot write " + path + ": " + written.error().message);
 }
 

@@ -12,11 +12,12 @@
 
 namespace halvane::cli {
 
-// INPUT OUTPUT.jpg [--tile PIXELS]; throws UsageError.
+// INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]; throws UsageError.
 struct SheetArguments {
   std::string input;
   std::string output;
-  int tileSide = 0;  // the longer side of a tile
+  int tileSide = 0;      // the longer side of a tile
+  double quality = 0.8;  // of the JPEG
 };
 SheetArguments parseSheetArguments(const std::vector<std::string>& arguments, int defaultTileSide);
 
@@ -39,8 +40,8 @@ class ReviewSheet {
   // One line, shortened to fit maxWidth.
   void label(int x, int y, std::string_view text, int maxWidth, tools::Rgb color = kText, int scale = 1);
   const platform::media::Image& image() const { return image_; }
-  // JPEG at quality 0.8; throws CommandError.
-  void write(const std::string& path) const;
+  // A JPEG; throws CommandError.
+  void write(const std::string& path, double quality) const;
 
  private:
   platform::media::Image image_;

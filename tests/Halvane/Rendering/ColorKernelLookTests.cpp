@@ -171,6 +171,34 @@ TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
   }
 }
 
+// The gentle categories are safe on skin: the ColorChecker's two skin patches and two
+// more skin tones keep a skin hue, a moderate saturation and every channel short of
+// clipping under every Basic and Portrait look.
+TEST_F(ColorLooks, BasicAndPortraitLooksKeepSkinPleasant) {
+  const int skins[4][3] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
+  Image patches = makeFlat(4, 1, 0, 0, 0);
+  for (int i = 0; i < 4; ++i) {
+    uint8_t* p = patches.pixel(i, 0);
+    p[0] = uint8_t(skins[i][2]), p[1] = uint8_t(skins[i][1]), p[2] = uint8_t(skins[i][0]);
+  }
+  for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait}) {
+    for (const auto& definition : FilterCatalogue::byCategory().at(category)) {
+      SCOPED_TRACE(definition.id);
+      const Image out = look(patches, int(definition.shaderFilterType));
+      for (int i = 0; i < 4; ++i) {
+        auto c = rgb(out, i, 0);
+        const int most = std::max({c[0], c[1], c[2]}), least = std::min({c[0], c[1], c[2]});
+        EXPECT_LT(most, 255) << "skin " << i;
+        EXPECT_GT(least, 0) << "skin " << i;
+        EXPECT_LE(double(most - least) / most, 0.6) << "skin " << i;
+        // Red leads, then green, then blue: a hue between 0 and 60 degrees.
+        EXPECT_EQ(most, c[0]) << "skin " << i;
+        EXPECT_GE(c[1], c[2]) << "skin " << i;
+      }
+    }
+  }
+}
+
 // Grain and halftone are keyed to the output pixel's position: the same picture gives
 // the same pattern every time, in a preview as in an export.
 TEST_F(ColorLooks, PatternsAreDeterministicInPreviewAndExport) {
