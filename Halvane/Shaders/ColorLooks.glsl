@@ -114,7 +114,8 @@ struct Look {
 #define COLOR_NONE COLOR(6500.0, 0.0, 1.0, 0.0)
 #define GRADE(lr, lg, lb, gr, gg, gb, kr, kg, kb) LookGrade(vec3(lr, lg, lb), vec3(gr, gg, gb), vec3(kr, kg, kb))
 #define GRADE_NONE GRADE(0.0, 0.0, 0.0, 1.0, 1.0, 1.0, 1.0, 1.0, 1.0)
-#define HUE(center, width, saturation, shift, lightness, skin) LookHue(center, width, saturation, shift, lightness, skin)
+#define HUE(center, width, saturation, shift, lightness, skin) \
+  LookHue(center, width, saturation, shift, lightness, skin)
 #define HUE_NONE HUE(0.0, 0.0, 1.0, 0.0, 0.0, 0.0)
 #define SPLIT(shadowHue, shadowAmount, highlightHue, highlightAmount, balance) \
   LookSplit(shadowHue, shadowAmount, highlightHue, highlightAmount, balance)

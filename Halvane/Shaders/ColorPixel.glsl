@@ -44,7 +44,8 @@ WideBlur gatherWide(vec2 pos, vec2 size, vec3 center) {
     weightL += wl;
     sumC = sumC + s * spatial;
     weightC += spatial;
-    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN, dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
+    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN,
+               dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
   }
   return WideBlur(sumL / weightL, sumC / weightC);
 }

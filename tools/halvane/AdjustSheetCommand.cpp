@@ -56,48 +56,48 @@ std::string valueText(float value, const char* unit) {
 // adjustments to a row, the unfiltered picture first. The vignette size is shown with a
 // vignette of 1, without which it changes nothing.
 Command makeAdjustSheetCommand() {
-  return Command{
-      "adjust-sheet", "adjust-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]", [](const std::vector<std::string>& arguments) {
-        const SheetArguments args = parseSheetArguments(arguments, 200);
-        auto engine = RenderingEngine::create();
-        const SheetPicture picture = loadSheetPicture(*engine, args.input, args.tileSide);
-        const int tileWidth = picture.image.width, tileHeight = picture.image.height;
+  return Command{"adjust-sheet", "adjust-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]",
+                 [](const std::vector<std::string>& arguments) {
+                   const SheetArguments args = parseSheetArguments(arguments, 200);
+                   auto engine = RenderingEngine::create();
+                   const SheetPicture picture = loadSheetPicture(*engine, args.input, args.tileSide);
+                   const int tileWidth = picture.image.width, tileHeight = picture.image.height;
 
-        const int perRow = 4, gap = 8, pairGap = 20, labelHeight = tools::textHeight() + 6;
-        const int pairWidth = 2 * tileWidth + gap;
-        const int cellHeight = labelHeight + tileHeight + gap;
-        const int rows = int(std::size(kAdjustments) + perRow - 1) / perRow;
-        ReviewSheet sheet(gap + perRow * (pairWidth + pairGap), gap + (rows + 1) * cellHeight);
+                   const int perRow = 4, gap = 8, pairGap = 20, labelHeight = tools::textHeight() + 6;
+                   const int pairWidth = 2 * tileWidth + gap;
+                   const int cellHeight = labelHeight + tileHeight + gap;
+                   const int rows = int(std::size(kAdjustments) + perRow - 1) / perRow;
+                   ReviewSheet sheet(gap + perRow * (pairWidth + pairGap), gap + (rows + 1) * cellHeight);
 
-        auto render = [&](const EditState& state) {
-          auto rendered = engine->renderToImage(picture.texture, state);
-          if (!rendered) throw CommandError("rendering failed");
-          return *rendered;
-        };
-        sheet.label(gap, gap, "Original", tileWidth, ReviewSheet::kHeading);
-        sheet.paste(render(EditState{}), gap, gap + labelHeight);
-        for (size_t i = 0; i < std::size(kAdjustments); ++i) {
-          const SheetAdjustment& a = kAdjustments[i];
-          const int x = gap + int(i % perRow) * (pairWidth + pairGap);
-          const int y = gap + int(i / perRow + 1) * cellHeight;
-          int column = 0;
-          for (float value : {a.min, a.max}) {
-            EditState state;
-            state.*a.field = value;
-            state.trimStart = 1;  // an edit even at a neutral end (sharpness 0, vignette 0)
-            if (a.field == &EditState::vignetteRadius) state.vignetteIntensity = 1;
-            const int tx = x + column * (tileWidth + gap);
-            sheet.paste(render(state), tx, y + labelHeight);
-            sheet.label(tx, y, std::string(a.title) + " " + valueText(value, a.unit), tileWidth,
-                        column == 0 ? ReviewSheet::kText : ReviewSheet::kHeading);
-            ++column;
-          }
-        }
-        sheet.write(args.output, args.quality);
-        std::printf("%s: %d x %d, %zu adjustments\n", args.output.c_str(), sheet.image().width, sheet.image().height,
-                    std::size(kAdjustments));
-        return 0;
-      }};
+                   auto render = [&](const EditState& state) {
+                     auto rendered = engine->renderToImage(picture.texture, state);
+                     if (!rendered) throw CommandError("rendering failed");
+                     return *rendered;
+                   };
+                   sheet.label(gap, gap, "Original", tileWidth, ReviewSheet::kHeading);
+                   sheet.paste(render(EditState{}), gap, gap + labelHeight);
+                   for (size_t i = 0; i < std::size(kAdjustments); ++i) {
+                     const SheetAdjustment& a = kAdjustments[i];
+                     const int x = gap + int(i % perRow) * (pairWidth + pairGap);
+                     const int y = gap + int(i / perRow + 1) * cellHeight;
+                     int column = 0;
+                     for (float value : {a.min, a.max}) {
+                       EditState state;
+                       state.*a.field = value;
+                       state.trimStart = 1;  // an edit even at a neutral end (sharpness 0, vignette 0)
+                       if (a.field == &EditState::vignetteRadius) state.vignetteIntensity = 1;
+                       const int tx = x + column * (tileWidth + gap);
+                       sheet.paste(render(state), tx, y + labelHeight);
+                       sheet.label(tx, y, std::string(a.title) + " " + valueText(value, a.unit), tileWidth,
+                                   column == 0 ? ReviewSheet::kText : ReviewSheet::kHeading);
+                       ++column;
+                     }
+                   }
+                   sheet.write(args.output, args.quality);
+                   std::printf("%s: %d x %d, %zu adjustments\n", args.output.c_str(), sheet.image().width,
+                               sheet.image().height, std::size(kAdjustments));
+                   return 0;
+                 }};
 }
 
 }  // namespace halvane::cli

@@ -344,7 +344,8 @@ TEST_F(ColorAdjustments, VignetteDarkensTheCornersByIntensityAndRadius) {
     state.vignetteRadius = radius;
     const Image out = renderColor(*engine, flat, state);
     // The centre stays; the falloff never turns back along the diagonal.
-    for (int i = 1; i < 24; ++i) EXPECT_LE(rgb(out, 32 + i, 24 + i * 24 / 32)[1], rgb(out, 31 + i, 24 + (i - 1) * 24 / 32)[1] + 1);
+    for (int i = 1; i < 24; ++i)
+      EXPECT_LE(rgb(out, 32 + i, 24 + i * 24 / 32)[1], rgb(out, 31 + i, 24 + (i - 1) * 24 / 32)[1] + 1);
     return double(rgb(out, 32, 24)[1] - rgb(out, 0, 0)[1]);
   };
   double previous = -1;
@@ -481,8 +482,10 @@ std::array<double, 2> kimXY(double kelvin) {
 // Krystek's rational approximation of the Planckian locus (1000 to 15000 K): an
 // independent check of the kernel's spline.
 std::array<double, 2> krystekXY(double T) {
-  const double u = (0.860117757 + 1.54118254e-4 * T + 1.28641212e-7 * T * T) / (1 + 8.42420235e-4 * T + 7.08145163e-7 * T * T);
-  const double v = (0.317398726 + 4.22806245e-5 * T + 4.20481691e-8 * T * T) / (1 - 2.89741816e-5 * T + 1.61456053e-7 * T * T);
+  const double u =
+      (0.860117757 + 1.54118254e-4 * T + 1.28641212e-7 * T * T) / (1 + 8.42420235e-4 * T + 7.08145163e-7 * T * T);
+  const double v =
+      (0.317398726 + 4.22806245e-5 * T + 4.20481691e-8 * T * T) / (1 - 2.89741816e-5 * T + 1.61456053e-7 * T * T);
   const double d = 2 * u - 8 * v + 4;
   return {3 * u / d, 2 * v / d};
 }

@@ -47,15 +47,13 @@ inline vec3 sampleBilinear(vec2 p) {
 
 namespace {
 
-uint8_t toByte(float v) {
-  return static_cast<uint8_t>(std::lround(std::clamp(v, 0.0f, 1.0f) * 255.0f));
-}
+uint8_t toByte(float v) { return static_cast<uint8_t>(std::lround(std::clamp(v, 0.0f, 1.0f) * 255.0f)); }
 
 using platform::media::Image;
 
 shader::ColorParams toParams(const RenderUniforms& u, int width, int height) {
-  return shader::ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks,
-                             u.gamma, u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity,
+  return shader::ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
+                             u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity,
                              u.vignetteIntensity, u.vignetteRadius, u.filterType, u.filterIntensity,
                              shader::vec2(static_cast<float>(width), static_cast<float>(height)));
 }

@@ -36,51 +36,89 @@ struct vec4 {
 
 // Component-wise application of a unary or binary function.
 template <typename F>
-inline vec2 map(vec2 a, F f) { return vec2(f(a.x), f(a.y)); }
+inline vec2 map(vec2 a, F f) {
+  return vec2(f(a.x), f(a.y));
+}
 template <typename F>
-inline vec3 map(vec3 a, F f) { return vec3(f(a.x), f(a.y), f(a.z)); }
+inline vec3 map(vec3 a, F f) {
+  return vec3(f(a.x), f(a.y), f(a.z));
+}
 template <typename F>
-inline vec2 map(vec2 a, vec2 b, F f) { return vec2(f(a.x, b.x), f(a.y, b.y)); }
+inline vec2 map(vec2 a, vec2 b, F f) {
+  return vec2(f(a.x, b.x), f(a.y, b.y));
+}
 template <typename F>
-inline vec3 map(vec3 a, vec3 b, F f) { return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z)); }
+inline vec3 map(vec3 a, vec3 b, F f) {
+  return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z));
+}
 
-#define HALVANE_GLSL_VECTOR_OPS(V)                                                          \
-  inline V operator+(V a, V b) { return map(a, b, [](float p, float q) { return p + q; }); } \
-  inline V operator-(V a, V b) { return map(a, b, [](float p, float q) { return p - q; }); } \
-  inline V operator*(V a, V b) { return map(a, b, [](float p, float q) { return p * q; }); } \
-  inline V operator/(V a, V b) { return map(a, b, [](float p, float q) { return p / q; }); } \
-  inline V operator+(V a, float s) { return a + V(s); }                                    \
-  inline V operator-(V a, float s) { return a - V(s); }                                    \
-  inline V operator*(V a, float s) { return a * V(s); }                                    \
-  inline V operator/(V a, float s) { return a / V(s); }                                    \
-  inline V operator+(float s, V a) { return V(s) + a; }                                    \
-  inline V operator-(float s, V a) { return V(s) - a; }                                    \
-  inline V operator*(float s, V a) { return V(s) * a; }                                    \
-  inline V operator/(float s, V a) { return V(s) / a; }                                    \
-  inline V operator-(V a) { return map(a, [](float p) { return -p; }); }                   \
-  inline V& operator+=(V& a, V b) { return a = a + b; }                                    \
-  inline V& operator-=(V& a, V b) { return a = a - b; }                                    \
-  inline V& operator*=(V& a, V b) { return a = a * b; }                                    \
-  inline V& operator/=(V& a, V b) { return a = a / b; }                                    \
-  inline V& operator+=(V& a, float s) { return a = a + s; }                                \
-  inline V& operator-=(V& a, float s) { return a = a - s; }                                \
-  inline V& operator*=(V& a, float s) { return a = a * s; }                                \
-  inline V& operator/=(V& a, float s) { return a = a / s; }                                \
-  inline V abs(V a) { return map(a, [](float p) { return std::fabs(p); }); }               \
-  inline V floor(V a) { return map(a, [](float p) { return std::floor(p); }); }            \
-  inline V fract(V a) { return map(a, [](float p) { return p - std::floor(p); }); }        \
-  inline V sqrt(V a) { return map(a, [](float p) { return std::sqrt(p); }); }              \
-  inline V exp2(V a) { return map(a, [](float p) { return std::exp2(p); }); }              \
-  inline V log2(V a) { return map(a, [](float p) { return std::log2(p); }); }              \
-  inline V pow(V a, V b) { return map(a, b, [](float p, float q) { return std::pow(p, q); }); } \
-  inline V min(V a, V b) { return map(a, b, [](float p, float q) { return q < p ? q : p; }); } \
-  inline V max(V a, V b) { return map(a, b, [](float p, float q) { return p < q ? q : p; }); } \
-  inline V mod(V a, float b) { return map(a, [b](float p) { return p - b * std::floor(p / b); }); } \
-  inline V min(V a, float s) { return min(a, V(s)); }                                      \
-  inline V max(V a, float s) { return max(a, V(s)); }                                      \
-  inline V clamp(V a, V lo, V hi) { return min(max(a, lo), hi); }                          \
-  inline V clamp(V a, float lo, float hi) { return min(max(a, V(lo)), V(hi)); }            \
-  inline V mix(V a, V b, V t) { return a * (V(1.0f) - t) + b * t; }                        \
+#define HALVANE_GLSL_VECTOR_OPS(V)                                              \
+  inline V operator+(V a, V b) {                                                \
+    return map(a, b, [](float p, float q) { return p + q; });                   \
+  }                                                                             \
+  inline V operator-(V a, V b) {                                                \
+    return map(a, b, [](float p, float q) { return p - q; });                   \
+  }                                                                             \
+  inline V operator*(V a, V b) {                                                \
+    return map(a, b, [](float p, float q) { return p * q; });                   \
+  }                                                                             \
+  inline V operator/(V a, V b) {                                                \
+    return map(a, b, [](float p, float q) { return p / q; });                   \
+  }                                                                             \
+  inline V operator+(V a, float s) { return a + V(s); }                         \
+  inline V operator-(V a, float s) { return a - V(s); }                         \
+  inline V operator*(V a, float s) { return a * V(s); }                         \
+  inline V operator/(V a, float s) { return a / V(s); }                         \
+  inline V operator+(float s, V a) { return V(s) + a; }                         \
+  inline V operator-(float s, V a) { return V(s) - a; }                         \
+  inline V operator*(float s, V a) { return V(s) * a; }                         \
+  inline V operator/(float s, V a) { return V(s) / a; }                         \
+  inline V operator-(V a) {                                                     \
+    return map(a, [](float p) { return -p; });                                  \
+  }                                                                             \
+  inline V& operator+=(V& a, V b) { return a = a + b; }                         \
+  inline V& operator-=(V& a, V b) { return a = a - b; }                         \
+  inline V& operator*=(V& a, V b) { return a = a * b; }                         \
+  inline V& operator/=(V& a, V b) { return a = a / b; }                         \
+  inline V& operator+=(V& a, float s) { return a = a + s; }                     \
+  inline V& operator-=(V& a, float s) { return a = a - s; }                     \
+  inline V& operator*=(V& a, float s) { return a = a * s; }                     \
+  inline V& operator/=(V& a, float s) { return a = a / s; }                     \
+  inline V abs(V a) {                                                           \
+    return map(a, [](float p) { return std::fabs(p); });                        \
+  }                                                                             \
+  inline V floor(V a) {                                                         \
+    return map(a, [](float p) { return std::floor(p); });                       \
+  }                                                                             \
+  inline V fract(V a) {                                                         \
+    return map(a, [](float p) { return p - std::floor(p); });                   \
+  }                                                                             \
+  inline V sqrt(V a) {                                                          \
+    return map(a, [](float p) { return std::sqrt(p); });                        \
+  }                                                                             \
+  inline V exp2(V a) {                                                          \
+    return map(a, [](float p) { return std::exp2(p); });                        \
+  }                                                                             \
+  inline V log2(V a) {                                                          \
+    return map(a, [](float p) { return std::log2(p); });                        \
+  }                                                                             \
+  inline V pow(V a, V b) {                                                      \
+    return map(a, b, [](float p, float q) { return std::pow(p, q); });          \
+  }                                                                             \
+  inline V min(V a, V b) {                                                      \
+    return map(a, b, [](float p, float q) { return q < p ? q : p; });           \
+  }                                                                             \
+  inline V max(V a, V b) {                                                      \
+    return map(a, b, [](float p, float q) { return p < q ? q : p; });           \
+  }                                                                             \
+  inline V mod(V a, float b) {                                                  \
+    return map(a, [b](float p) { return p - b * std::floor(p / b); });          \
+  }                                                                             \
+  inline V min(V a, float s) { return min(a, V(s)); }                           \
+  inline V max(V a, float s) { return max(a, V(s)); }                           \
+  inline V clamp(V a, V lo, V hi) { return min(max(a, lo), hi); }               \
+  inline V clamp(V a, float lo, float hi) { return min(max(a, V(lo)), V(hi)); } \
+  inline V mix(V a, V b, V t) { return a * (V(1.0f) - t) + b * t; }             \
   inline V mix(V a, V b, float t) { return a * (1.0f - t) + b * t; }
 
 HALVANE_GLSL_VECTOR_OPS(vec2)
