@@ -1,5 +1,5 @@
 #pragma once
-// Undo and redo over whole EditState values (spec Part 1.3). Owned by one editing
+// Undo and redo over whole EditState values. Owned by one editing
 // session and used on the main queue only: push, undo and redo assert it and stop the
 // program on any other thread. The history notifies nobody; the caller applies the
 // state it returns.

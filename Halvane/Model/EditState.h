@@ -1,5 +1,5 @@
 #pragma once
-// EditState: the whole of an edit as one plain value (spec Part 1.2). It holds no
+// EditState: the whole of an edit as one plain value. It holds no
 // pointers and owns no resources, so a copy is cheap and can go to any thread; the
 // history stores it whole. Fields are plain: values out of range can live in memory,
 // and every consumer that feeds the GPU cleans them again (RenderUniforms).
@@ -104,7 +104,7 @@ struct EditState {
 };
 
 // The valid range of a Float field and the value that replaces a NaN or an infinity.
-// The same rule serves the decoder (Part 1.2) and the parameter block (Part 2.2).
+// The same rule serves the decoder and the parameter block.
 struct FloatRange {
   float lower;
   float upper;
@@ -134,7 +134,7 @@ struct IntRange {
   }
 };
 
-// The ranges of the table of Part 1.2; each fallback is the field's default.
+// The valid ranges of the fields; each fallback is the field's default.
 namespace edit_ranges {
 inline constexpr FloatRange exposure{-3, 3, 0};
 inline constexpr FloatRange brightness{-1, 1, 0};

@@ -132,7 +132,7 @@ float cleanFloat(std::optional<float> read, const FloatRange& range) {
 // Not a NaN, not an infinity.
 bool finite(float value) { return std::isfinite(value); }
 
-// The crop repair of Part 1.2, in Float precision, stored as Double. Unlike the
+// The crop repair, in Float precision, stored as Double. Unlike the
 // parameter block it keeps every side at 0.01 or more.
 Rect repairCrop(const std::optional<Rect>& read) {
   if (!read) return Rect{0, 0, 1, 1};

@@ -1,5 +1,5 @@
 #pragma once
-// The coded form of EditState (spec Part 1.2): a JSON object with the 41 field names as
+// The coded form of EditState: a JSON object with the 41 field names as
 // keys, written in the order of the record. Nothing in the system stores it yet; it is
 // the format any future store of edits must use. Pure functions, callable on any thread.
 #include <array>
@@ -49,7 +49,7 @@ nlohmann::ordered_json encodeEditState(const EditState& state);
 
 // Never fails on content: each key is read by itself, and a missing key or a value of
 // the wrong type gives the field's default; then every field is made valid by the rules
-// of Part 1.2 (NaN, infinity and out-of-range values, the crop repair in Float
+// of the record (NaN, infinity and out-of-range values, the crop repair in Float
 // precision, the trim order). Unknown keys are ignored; `version` is kept as read (1
 // when missing). Throws EditStateCodingError only when `document` is not an object.
 EditState decodeEditState(const nlohmann::json& document);

@@ -37,7 +37,7 @@ struct Row {
   const char* displayName;
 };
 
-// The list of Part 1.4, in catalogue order. The first ten numbers went to the first ten
+// The catalogue, in its own order. The first ten numbers went to the first ten
 // looks, which stand in their categories, so the numbers are not in list order.
 constexpr Row kRows[] = {
     {"vivid", FilterCategory::basic, 1, "Vivid"},

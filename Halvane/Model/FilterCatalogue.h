@@ -1,5 +1,5 @@
 #pragma once
-// The filter catalogue (spec Part 1.4): the fixed table of the 146 looks of the colour
+// The filter catalogue: the fixed table of the 146 looks of the colour
 // kernel in 11 categories, plus the entry for no filter, and the tables built from it.
 // Every table is built lazily once on first use and shared for the life of the process;
 // first use may come from any thread (the build is guarded by the language's static

@@ -1,6 +1,6 @@
 #pragma once
 // RenderUniforms: the 208-byte parameter block that the three compute kernels get at
-// binding 0 (spec Part 2.2), and the pixel size of a render. Values are cleaned here on
+// binding 0, and the pixel size of a render. Values are cleaned here on
 // every frame, so no kernel has to defend itself against a NaN or a value out of
 // range. Pure functions, callable on any thread. The GLSL mirror of the block is
 // Halvane/Shaders/Uniforms.glsl; both change together.
@@ -14,7 +14,7 @@
 
 namespace halvane {
 
-// Little-endian, 4-byte aligned, 208 bytes, byte for byte the table of Part 2.2.
+// Little-endian, 4-byte aligned, 208 bytes, byte for byte the layout the kernels read.
 struct RenderUniforms {
   float cropX = 0;
   float cropY = 0;

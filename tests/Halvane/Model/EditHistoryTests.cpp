@@ -1,5 +1,5 @@
 // EditHistory: coalescing of equal states, the limit of 1000, the redo rules, and the
-// main-queue assertion of push, undo and redo (Part 1.3).
+// main-queue assertion of push, undo and redo.
 #include "Halvane/Model/EditHistory.h"
 
 #include <gtest/gtest.h>

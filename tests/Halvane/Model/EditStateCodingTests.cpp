@@ -1,5 +1,5 @@
 // The coded form of EditState: key order and value types of the encoder, the round
-// trip, and every repair rule of the decoder (Part 1.2).
+// trip, and every repair rule of the decoder.
 #include "Halvane/Model/EditStateCoding.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The filter catalogue: the 146 rows exactly as Part 1.4 lists them, the entry for no
+// The filter catalogue: the 146 rows exactly as the catalogue lists them, the entry for no
 // filter, the four tables, the two look-ups, and the stop on a duplicate key.
 #include "Halvane/Model/FilterCatalogue.h"
 
@@ -24,7 +24,7 @@ struct Expected {
   const char* displayName;
 };
 
-// Copied from the lists of Part 1.4, in catalogue order.
+// The catalogue's own lists, in catalogue order.
 const Expected kExpected[] = {
     {"vivid", C::basic, 1, "Vivid"},
     {"warm", C::basic, 2, "Warm"},

@@ -1,5 +1,5 @@
 // RenderUniforms: the byte layout of the block and its GLSL mirror, and every cleaning,
-// rounding and angle rule of makeUniforms and outputSize (Part 2.2).
+// rounding and angle rule of makeUniforms and outputSize.
 #include "Halvane/Rendering/RenderUniforms.h"
 
 #include <gtest/gtest.h>
