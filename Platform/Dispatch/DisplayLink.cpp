@@ -6,7 +6,7 @@
 #include <limits>
 #include <string>
 
-#include "Platform/Dispatch/Fatal.h"
+#include "Platform/Base/Fatal.h"
 #include "Platform/Dispatch/MediaClock.h"
 
 namespace platform::dispatch {
@@ -37,7 +37,7 @@ DisplayLink::~DisplayLink() = default;
 void DisplayLink::setPreferredFrameRateRange(float minimum, float maximum, float preferred) {
   const FrameRateRange range{minimum, maximum, preferred};
   if (!range.isValid()) {
-    detail::fatal("DisplayLink::setPreferredFrameRateRange: invalid range (minimum " + std::to_string(minimum) +
+    platform::fatalError("DisplayLink::setPreferredFrameRateRange: invalid range (minimum " + std::to_string(minimum) +
                   ", maximum " + std::to_string(maximum) + ", preferred " + std::to_string(preferred) + ")");
   }
   if (range == range_) return;
@@ -82,7 +82,7 @@ bool ManualDisplayLink::tick(double time) { return fire(time, time + frameInterv
 // RunLoopDisplayLink
 
 std::shared_ptr<RunLoopDisplayLink> RunLoopDisplayLink::create(std::shared_ptr<MainQueue> queue, Target target) {
-  if (!queue) detail::fatal("RunLoopDisplayLink::create: no main queue given");
+  if (!queue) platform::fatalError("RunLoopDisplayLink::create: no main queue given");
   return std::shared_ptr<RunLoopDisplayLink>(new RunLoopDisplayLink(std::move(queue), std::move(target)));
 }
 
@@ -148,7 +148,7 @@ std::shared_ptr<DisplayLink> makeDisplayLink(DisplayLink::Target target) {
   }
   if (factory) return factory(std::move(target));
   auto queue = MainQueue::shared();
-  if (!queue) detail::fatal("makeDisplayLink: no display link factory and no main queue are set");
+  if (!queue) platform::fatalError("makeDisplayLink: no display link factory and no main queue are set");
   return RunLoopDisplayLink::create(std::move(queue), std::move(target));
 }
 

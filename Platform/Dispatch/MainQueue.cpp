@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "Platform/Dispatch/Fatal.h"
+#include "Platform/Base/Fatal.h"
 
 namespace platform::dispatch {
 namespace {
@@ -22,16 +22,6 @@ SharedSlot& sharedSlot() {
 }
 
 }  // namespace
-
-namespace detail {
-
-void fatal(std::string_view message) {
-  std::fprintf(stderr, "fatal: %.*s\n", static_cast<int>(message.size()), message.data());
-  std::fflush(stderr);
-  std::abort();
-}
-
-}  // namespace detail
 
 void MainQueue::setShared(std::shared_ptr<MainQueue> queue) {
   auto& slot = sharedSlot();
@@ -53,7 +43,7 @@ std::shared_ptr<MainQueue> MainQueue::shared() {
 namespace {
 
 [[noreturn]] void failAssertion(const char* what, const char* file, int line, const char* function) {
-  detail::fatal(std::string("assertMainQueue: ") + what + "; called at " + file + ":" + std::to_string(line) +
+  platform::fatalError(std::string("assertMainQueue: ") + what + "; called at " + file + ":" + std::to_string(line) +
                 " in " + function);
 }
 

@@ -8,7 +8,7 @@
 #include <mutex>
 #include <thread>
 
-#include "Platform/Dispatch/Fatal.h"
+#include "Platform/Base/Fatal.h"
 
 namespace platform::dispatch {
 
@@ -69,7 +69,7 @@ void SerialQueue::async(std::function<void()> work) {
 
 void SerialQueue::sync(const std::function<void()>& work) {
   if (isCurrentThread()) {
-    detail::fatal("SerialQueue::sync called on the queue's own thread (\"" + state_->label +
+    platform::fatalError("SerialQueue::sync called on the queue's own thread (\"" + state_->label +
                   "\"); it would wait for itself forever");
   }
   std::promise<void> done;
