@@ -44,6 +44,8 @@ struct PipelineCacheInfo {
 
 class Device {
  public:
+  // Waits for all committed work and its completed handlers, then writes the pipeline
+  // cache. Textures, pipelines and queues still held elsewhere stay valid until they go.
   virtual ~Device() = default;
 
   // None when no Vulkan device can be found.

@@ -11,6 +11,15 @@
 //   render:  setVertexBytes index i -> binding i; setFragmentBytes index i ->
 //            binding 4 + i; setFragmentTexture index i -> binding 8 + i (sampler2D).
 // A uniform block may be up to DeviceCapabilities::maxBytesLength bytes (at least 256).
+// Indices: bytes 0 to 7 (compute) or 0 to 3 (each render stage), textures 0 to 15.
+//
+// Render passes use Vulkan's clip space as it is: y points down, (-1, -1) is the top
+// left of the target. A vertex shader written for y up negates y itself.
+//
+// Misuse (a missing pipeline, bytes or texture the shader reads, a block shorter than
+// the shader's, a group size other than the kernel's local size, too much group memory)
+// skips that command and marks the command buffer: its status ends as error, with the
+// reasons in errorMessage.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -32,6 +41,8 @@ class ComputeCommandEncoder {
   virtual void setBytes(const void* bytes, size_t length, uint32_t index) = 0;
   // Group memory is declared in the shader on Vulkan; this checks the length fits.
   virtual void setThreadgroupMemoryLength(size_t length, uint32_t index) = 0;
+  // threadsPerThreadgroup must equal the kernel's local size (16 by 16 by 1 here);
+  // there is no non-uniform dispatch, so edge groups overrun and kernels test positions.
   virtual void dispatchThreadgroups(Size threadgroups, Size threadsPerThreadgroup) = 0;
   virtual void endEncoding() = 0;
 };
