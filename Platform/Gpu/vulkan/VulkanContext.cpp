@@ -472,7 +472,8 @@ void Context::savePipelineCache() {
   fs::path target(pipelineCachePath_);
   if (target.has_parent_path()) fs::create_directories(target.parent_path(), ignored);
   fs::path temporary = target;
-  temporary += ".tmp-" + std::to_string(::getpid());
+  static std::atomic<unsigned> saves{0};
+  temporary += ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(saves.fetch_add(1));
   {
     std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
     if (!file) return;
