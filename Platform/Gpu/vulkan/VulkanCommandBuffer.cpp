@@ -542,8 +542,6 @@ void CommandBufferImpl::retain(std::shared_ptr<const void> object) {
   retained_.push_back(std::move(object));
 }
 
-void CommandBufferImpl::retainUntilCompleted(std::shared_ptr<void> object) { retained_.push_back(std::move(object)); }
-
 void CommandBufferImpl::recordError(const std::string& message) {
   if (!encodingErrors_.empty()) encodingErrors_ += "; ";
   encodingErrors_ += message;

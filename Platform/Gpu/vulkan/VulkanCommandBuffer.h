@@ -93,11 +93,12 @@ class CommandBufferImpl final : public CommandBuffer, public std::enable_shared_
   void bindPipeline(VkPipelineBindPoint point, VkPipeline pipeline);
   void pushDescriptors(VkPipelineBindPoint point, const PipelineBase& pipeline, const std::vector<BytesBinding>& bytes,
                        const std::vector<std::shared_ptr<TextureImpl>>& textures);
+  // Keeps the object alive until the buffer completed (the context also uses it for
+  // what the submission's prologue recorded).
   void retain(std::shared_ptr<const void> object);
   void recordError(const std::string& message);
 
   // For the context.
-  void retainUntilCompleted(std::shared_ptr<void> object);
   void complete(bool ok, const std::string& error);
 
  private:

@@ -524,7 +524,6 @@ int32_t Context::findMemoryType(uint32_t typeBits, VkMemoryPropertyFlags require
 std::unique_ptr<HostBuffer> Context::createHostBuffer(VkDeviceSize size, VkBufferUsageFlags usage, bool forReading) {
   auto buffer = std::make_unique<HostBuffer>();
   buffer->device_ = device_;
-  buffer->size_ = size;
   VkBufferCreateInfo info{VK_STRUCTURE_TYPE_BUFFER_CREATE_INFO};
   info.size = size;
   info.usage = usage;
@@ -635,8 +634,8 @@ void Context::submit(const std::shared_ptr<CommandBufferImpl>& commandBuffer, co
         for (PrologueItem& item : prologue_) {
           if (auto texture = item.texture.lock()) {
             item.record(slot.prologue, *texture);
-            commandBuffer->retainUntilCompleted(std::move(texture));
-            if (item.keepAlive) commandBuffer->retainUntilCompleted(std::move(item.keepAlive));
+            commandBuffer->retain(std::move(texture));
+            if (item.keepAlive) commandBuffer->retain(std::move(item.keepAlive));
           }
         }
         prologue_.clear();

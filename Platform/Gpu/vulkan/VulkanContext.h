@@ -34,7 +34,6 @@ class HostBuffer {
 
   VkBuffer buffer() const { return buffer_; }
   uint8_t* data() const { return mapped_; }
-  VkDeviceSize size() const { return size_; }
 
  private:
   friend class Context;
@@ -42,7 +41,6 @@ class HostBuffer {
   VkBuffer buffer_ = VK_NULL_HANDLE;
   VkDeviceMemory memory_ = VK_NULL_HANDLE;
   uint8_t* mapped_ = nullptr;
-  VkDeviceSize size_ = 0;
 };
 
 // A command pool with its two command buffers: the prologue (texture initialisation and
@@ -63,7 +61,6 @@ class Context {
 
   // Immutable after creation.
   VkDevice device() const { return device_; }
-  VkPhysicalDevice physicalDevice() const { return physicalDevice_; }
   const VkPhysicalDeviceProperties& properties() const { return properties_; }
   const DeviceCapabilities& capabilities() const { return capabilities_; }
   const std::string& name() const { return name_; }
