@@ -27,7 +27,7 @@ layout(local_size_x = 16, local_size_y = 16) in;
 #include "FocusRegion.glsl"
 
 const int TILE = 16;
-const int GRID = 43;  // cells per side: 2 x 43 x 43 words = 14792 bytes, with the table 15816
+const int GRID = 43;  // cells per side: 2 x 43 x 43 words = 14792 bytes; 15824 in all, under 16 KiB
 shared uint cellRedGreen[GRID * GRID];    // packHalf2x16 of the mean linear red, green
 shared uint cellBlueCoverage[GRID * GRID];  // mean linear blue, fraction inside the picture
 shared float srgbToLinearTable[256];
