@@ -131,11 +131,8 @@ struct Look {
 #define LIGHT(color, amount, x, y, radius) LookLight(uint(color), amount, x, y, radius)
 #define LIGHT_NONE LIGHT(0, 0.0, 0.5, 0.5, 1.0)
 
-Look neutralLook() {
-  return Look(TONE_NONE, COLOR_NONE, GRADE_NONE, HUE_NONE, SPLIT_NONE, MONO_NONE, DUO_NONE, FX_NONE, LIGHT_NONE);
-}
-
-// The row of look number n; the neutral look for a number without one.
+// The row of look number n; the neutral look for 0 and for a number without a row.
+// filterType is the same for every pixel, so on a GPU the switch is a uniform branch.
 Look lookTable(uint n) {
   switch (n) {
 #define LOOK(number, id, tone, color, grade, hue, split, mono, duo, fx, light) \
@@ -146,7 +143,7 @@ Look lookTable(uint n) {
     default:
       break;
   }
-  return neutralLook();
+  return Look(TONE_NONE, COLOR_NONE, GRADE_NONE, HUE_NONE, SPLIT_NONE, MONO_NONE, DUO_NONE, FX_NONE, LIGHT_NONE);
 }
 
 bool lookIsMono(Look k) { return k.mono.x != 0.0 || k.mono.y != 0.0 || k.mono.z != 0.0; }
@@ -189,13 +186,10 @@ vec3 bleachBypassColor(vec3 c) {
 }
 
 // A colour halftone print: cyan, magenta, yellow and black dots on screens turned by
-// 15, 75, 0 and 45 degrees, the cell a ninetieth of the shorter side (at least 3
-// pixels), the dot edges anti-aliased over a pixel.
-float halftoneInk(vec2 pos, float cell, float angleDegrees, float coverage) {
-  float a = radians(angleDegrees);
-  float ca = cos(a);
-  float sa = sin(a);
-  vec2 r = vec2(ca * pos.x + sa * pos.y, -sa * pos.x + ca * pos.y) / cell;
+// 15, 75, 0 and 45 degrees (given by their cosine and sine), the cell a ninetieth of the
+// shorter side (at least 3 pixels), the dot edges anti-aliased over a pixel.
+float halftoneInk(vec2 pos, float cell, vec2 turn, float coverage) {
+  vec2 r = vec2(turn.x * pos.x + turn.y * pos.y, -turn.y * pos.x + turn.x * pos.y) / cell;
   vec2 f = fract(r) - vec2(0.5);
   float d = length(f) * cell;
   float radius = cell * sqrt(clamp(coverage, 0.0, 1.0) / PI) * 1.12;
@@ -211,12 +205,11 @@ vec3 halftoneColor(vec3 c, vec2 pos, vec2 size) {
   float cyan = (1.0 - c.x - k) * inv;
   float magenta = (1.0 - c.y - k) * inv;
   float yellow = (1.0 - c.z - k) * inv;
-  vec3 paper = vec3(0.97, 0.96, 0.92);
-  vec3 ink = paper;
-  ink = ink * mix(vec3(1.0), vec3(0.0, 0.62, 0.88), halftoneInk(pos, cell, 15.0, cyan));
-  ink = ink * mix(vec3(1.0), vec3(0.9, 0.0, 0.55), halftoneInk(pos, cell, 75.0, magenta));
-  ink = ink * mix(vec3(1.0), vec3(1.0, 0.92, 0.0), halftoneInk(pos, cell, 0.0, yellow));
-  ink = ink * mix(vec3(1.0), vec3(0.08), halftoneInk(pos, cell, 45.0, k));
+  vec3 ink = vec3(0.97, 0.96, 0.92);  // the paper
+  ink = ink * mix(vec3(1.0), vec3(0.0, 0.62, 0.88), halftoneInk(pos, cell, vec2(0.96592583, 0.25881905), cyan));
+  ink = ink * mix(vec3(1.0), vec3(0.9, 0.0, 0.55), halftoneInk(pos, cell, vec2(0.25881905, 0.96592583), magenta));
+  ink = ink * mix(vec3(1.0), vec3(1.0, 0.92, 0.0), halftoneInk(pos, cell, vec2(1.0, 0.0), yellow));
+  ink = ink * mix(vec3(1.0), vec3(0.08), halftoneInk(pos, cell, vec2(0.70710678, 0.70710678), k));
   return ink;
 }
 

@@ -54,7 +54,7 @@ WideBlur gatherWide(vec2 pos, vec2 size, vec3 center) {
 // luma of its 3 by 3 neighbourhood (edges clamped). Returns the encoded output.
 vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
   bool lookOn = p.filterType != 0u && p.filterIntensity > 0.0;
-  Look k = lookOn ? lookTable(p.filterType) : neutralLook();
+  Look k = lookTable(lookOn ? p.filterType : 0u);
   bool wide = p.clarity != 0.0 || (lookOn && lookNeedsWide(k));
   WideBlur around = WideBlur(luma(center), center);
   if (wide) around = gatherWide(pos, p.size, center);

@@ -180,6 +180,37 @@ TEST_F(ColorAdjustments, NeutralValuesAreAnExactIdentity) {
   EXPECT_EQ(renderColor(*engine, input, state).pixels, input.pixels);
 }
 
+// A measure followed over a sweep: it never falls (half a code value of slack, since
+// the measures average many rounded pixels), and it moves by at least `leastMove` from
+// the neutral value to each extreme.
+class SweepTrack {
+ public:
+  SweepTrack(const Adjustment& a, Measure measure, const char* picture)
+      : a_(a), measure_(std::move(measure)), picture_(picture) {}
+  void add(float value, const Image& rendered) {
+    if (!measure_) return;
+    const double m = measure_(rendered);
+    EXPECT_GE(m, previous_ - 0.5) << picture_;
+    previous_ = m;
+    if (value == a_.min) atMin_ = m;
+    if (value == a_.neutral) atNeutral_ = m;
+    if (value == a_.max) atMax_ = m;
+  }
+  void expectMoves() const {
+    if (!measure_) return;
+    EXPECT_GE(atMax_ - atNeutral_, a_.leastMove) << picture_;
+    if (a_.min != a_.neutral) {
+      EXPECT_GE(atNeutral_ - atMin_, a_.leastMove) << picture_;
+    }
+  }
+
+ private:
+  const Adjustment& a_;
+  Measure measure_;
+  const char* picture_;
+  double previous_ = -1e9, atMin_ = 0, atNeutral_ = 0, atMax_ = 0;
+};
+
 // Each adjustment over its whole range on the ramp and the chart: the measure grows
 // with the value, moves at both extremes, the ramp keeps its order, no result is a NaN,
 // and the GPU agrees with the CPU reference.
@@ -188,8 +219,7 @@ TEST_F(ColorAdjustments, EachAdjustmentMovesRampAndChartInItsDirection) {
   const Image chart = makeColorChart();
   for (const Adjustment& a : adjustments()) {
     SCOPED_TRACE(a.name);
-    double previousRamp = -1e9, previousChart = -1e9;
-    double rampAtNeutral = 0, chartAtNeutral = 0, rampAtMin = 0, chartAtMin = 0, rampAtMax = 0, chartAtMax = 0;
+    SweepTrack onRamp(a, a.onRamp, "ramp"), onChart(a, a.onChart, "chart");
     for (float value : sweep(a)) {
       SCOPED_TRACE(value);
       EditState state;
@@ -215,36 +245,11 @@ TEST_F(ColorAdjustments, EachAdjustmentMovesRampAndChartInItsDirection) {
           for (int i = 0; i < 3; ++i) ASSERT_GE(here[i], before[i] - 1) << "ramp breaks at " << x;
         }
       }
-      // Half a code value of slack: the measures average many rounded pixels.
-      if (a.onRamp) {
-        const double m = a.onRamp(r);
-        EXPECT_GE(m, previousRamp - 0.5);
-        previousRamp = m;
-        if (value == a.min) rampAtMin = m;
-        if (value == a.neutral) rampAtNeutral = m;
-        if (value == a.max) rampAtMax = m;
-      }
-      if (a.onChart) {
-        const double m = a.onChart(c);
-        EXPECT_GE(m, previousChart - 0.5);
-        previousChart = m;
-        if (value == a.min) chartAtMin = m;
-        if (value == a.neutral) chartAtNeutral = m;
-        if (value == a.max) chartAtMax = m;
-      }
+      onRamp.add(value, r);
+      onChart.add(value, c);
     }
-    if (a.onRamp) {
-      EXPECT_GE(rampAtMax - rampAtNeutral, a.leastMove);
-      if (a.min != a.neutral) {
-        EXPECT_GE(rampAtNeutral - rampAtMin, a.leastMove);
-      }
-    }
-    if (a.onChart) {
-      EXPECT_GE(chartAtMax - chartAtNeutral, a.leastMove);
-      if (a.min != a.neutral) {
-        EXPECT_GE(chartAtNeutral - chartAtMin, a.leastMove);
-      }
-    }
+    onRamp.expectMoves();
+    onChart.expectMoves();
   }
 }
 

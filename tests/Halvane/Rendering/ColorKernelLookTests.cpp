@@ -45,6 +45,8 @@ TEST(ColorLookTable, EveryCatalogueLookHasItsRowUnderItsNumber) {
   const auto rows = colorref::lookRows();
   ASSERT_EQ(rows.size(), 146u);
   std::set<uint32_t> numbers;
+  // Rows stand in the order of their numbers.
+  for (size_t i = 0; i < rows.size(); ++i) EXPECT_EQ(rows[i].number, i + 1) << rows[i].id;
   for (const auto& row : rows) {
     EXPECT_TRUE(numbers.insert(row.number).second) << "number " << row.number << " twice";
     auto definition = FilterCatalogue::definitionForType(row.number);
