@@ -181,7 +181,7 @@ vec3 applyClarity(vec3 c, float y, float yBlur, float amount) {
   return c + vec3((amount > 0.0 ? 1.5 : 1.0) * amount * d * m);
 }
 
-// Radius of the wide neighbourhood (clarity, glow, diffusion): a fiftieth of the
+// Radius of the wide neighbourhood (clarity, detail, glow): a fiftieth of the
 // shorter side, so the effect looks the same at every resolution.
 float wideRadius(vec2 size) { return max(1.5, 0.02 * min(size.x, size.y)); }
 

@@ -15,7 +15,7 @@ float binomialBlur3x3(float a, float b, float c, float d, float e, float f, floa
 
 struct WideBlur {
   float luma;  // edge-aware (luma-weighted) blur of the luma, for clarity and detail
-  vec3 color;  // plain blur of the colour, for glow and diffusion
+  vec3 color;  // plain blur of the colour, for glow
 };
 
 const int WIDE_TAPS = 24;
