@@ -32,13 +32,13 @@ void EngineStartCold(benchmark::State& state) {
     benchmark::DoNotOptimize(makeEngine());
   }
 }
-BENCHMARK(EngineStartCold)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(EngineStartCold)->Unit(benchmark::kMillisecond)->Iterations(5)->UseRealTime();
 
 void EngineStartWarm(benchmark::State& state) {
   makeEngine();  // fills the cache
   for (auto _ : state) benchmark::DoNotOptimize(makeEngine());
 }
-BENCHMARK(EngineStartWarm)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(EngineStartWarm)->Unit(benchmark::kMillisecond)->Iterations(5)->UseRealTime();
 
 platform::media::Image noiseImage(int width, int height) {
   platform::media::Image image;
@@ -76,8 +76,8 @@ EditState cropTurn() {
   return edit;
 }
 
-BENCHMARK_CAPTURE(ProcessTexture, cropTurn, cropTurn())->Unit(benchmark::kMillisecond)->MinTime(2.0);
-BENCHMARK_CAPTURE(ProcessTexture, cropTurnTilt, cropTurnTilt())->Unit(benchmark::kMillisecond)->MinTime(2.0);
+BENCHMARK_CAPTURE(ProcessTexture, cropTurn, cropTurn())->Unit(benchmark::kMillisecond)->MinTime(2.0)->UseRealTime();
+BENCHMARK_CAPTURE(ProcessTexture, cropTurnTilt, cropTurnTilt())->Unit(benchmark::kMillisecond)->MinTime(2.0)->UseRealTime();
 
 EditState fullEdit() {
   EditState edit = cropTurnTilt();
@@ -112,7 +112,7 @@ void DirtyPreviewFrame(benchmark::State& state) {
     if (result != source) engine->texturePool()->release(result);
   }
 }
-BENCHMARK(DirtyPreviewFrame)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+BENCHMARK(DirtyPreviewFrame)->Unit(benchmark::kMillisecond)->MinTime(3.0)->UseRealTime();
 
 // The filter panel's batch: 146 thumbnails of a 12-megapixel photo under a full edit.
 void FilterThumbnails146(benchmark::State& state) {
@@ -138,7 +138,7 @@ void FilterThumbnails146(benchmark::State& state) {
   }
   platform::dispatch::MainQueue::setShared(nullptr);
 }
-BENCHMARK(FilterThumbnails146)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+BENCHMARK(FilterThumbnails146)->Unit(benchmark::kMillisecond)->MinTime(3.0)->UseRealTime();
 
 }  // namespace
 
