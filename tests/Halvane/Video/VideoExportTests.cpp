@@ -26,8 +26,8 @@ class VideoExportTest : public testing::VideoRendererTest {
   }
 
   static std::string toneClip() {
-    ClipSpec spec;
-    return videotest::makeClip("tone-64x48", spec);
+    ClipSpec clip;
+    return videotest::makeClip("tone-64x48", clip);
   }
 
   static double rms(const std::vector<float>& samples) {
@@ -47,11 +47,11 @@ class RotatedExportTest : public VideoExportTest, public ::testing::WithParamInt
 TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   // libx265 3.5 overruns its heap on pictures 48 or fewer pixels wide (its cuTree
   // analysis), so the upright picture is kept at 64 wide.
-  ClipSpec spec;
-  spec.width = 64;
-  spec.height = 96;
-  spec.quarterTurns = GetParam();
-  const auto source = videotest::makeClip("export-turned-" + std::to_string(GetParam()), spec);
+  ClipSpec clip;
+  clip.width = 64;
+  clip.height = 96;
+  clip.quarterTurns = GetParam();
+  const auto source = videotest::makeClip("export-turned-" + std::to_string(GetParam()), clip);
   const auto output = videotest::freshPath("turned-" + std::to_string(GetParam()) + ".mov");
   std::vector<float> progress;
   const auto result = runExport(source, output, EditState(), VideoExportPreset::balanced, &progress);
@@ -87,10 +87,10 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
 INSTANTIATE_TEST_SUITE_P(QuarterTurns, RotatedExportTest, ::testing::Values(1, 2, 3));
 
 TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
-  ClipSpec spec;
-  spec.frames = 60;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("silent-2s", spec);
+  ClipSpec clip;
+  clip.frames = 60;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("silent-2s", clip);
   const auto output = videotest::freshPath("trimmed.mov");
   EditState trim;
   trim.trimStart = 0.5;
@@ -110,12 +110,12 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
 }
 
 TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
-  ClipSpec spec;
-  spec.width = 63;
-  spec.height = 47;
-  spec.frames = 5;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("odd-63x47", spec);
+  ClipSpec clip;
+  clip.width = 63;
+  clip.height = 47;
+  clip.frames = 5;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("odd-63x47", clip);
   const auto output = videotest::freshPath("odd.mov");
   const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
@@ -127,10 +127,10 @@ TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
 }
 
 TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
-  ClipSpec spec;
-  spec.frames = 10;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("edit-64x48", spec);
+  ClipSpec clip;
+  clip.frames = 10;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("edit-64x48", clip);
   const auto output = videotest::freshPath("edited.mov");
   EditState dark;
   dark.exposure = -3;
@@ -144,12 +144,12 @@ TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
 
 // Real 1080-line sources, a few frames long.
 TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
-  ClipSpec spec;
-  spec.width = 1921;
-  spec.height = 1080;
-  spec.frames = 3;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("wide-1921x1080", spec);
+  ClipSpec clip;
+  clip.width = 1921;
+  clip.height = 1080;
+  clip.frames = 3;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("wide-1921x1080", clip);
   const auto output = videotest::freshPath("social.mov");
   const auto result = runExport(source, output, EditState(), VideoExportPreset::social);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
@@ -162,12 +162,12 @@ TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
 }
 
 TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
-  ClipSpec spec;
-  spec.width = 1081;
-  spec.height = 721;
-  spec.frames = 3;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("odd-1081x721", spec);
+  ClipSpec clip;
+  clip.width = 1081;
+  clip.height = 721;
+  clip.frames = 3;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("odd-1081x721", clip);
   const auto output = videotest::freshPath("maxquality.mov");
   const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
@@ -183,10 +183,10 @@ TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
 }
 
 TEST_F(VideoExportTest, ACropToOnePixelWritesTwoByTwo) {
-  ClipSpec spec;
-  spec.frames = 3;
-  spec.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("crop-source", spec);
+  ClipSpec clip;
+  clip.frames = 3;
+  clip.audio = ClipAudio::none;
+  const auto source = videotest::makeClip("crop-source", clip);
   const auto output = videotest::freshPath("pixel.mov");
   EditState crop;
   crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};  // inside the red quadrant
@@ -249,10 +249,10 @@ TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThrough) {
 }
 
 TEST_F(VideoExportTest, PcmSoundPassesThroughAsPcm) {
-  ClipSpec spec;
-  spec.audio = ClipAudio::pcm;
-  spec.audioFirst = true;
-  const auto source = videotest::makeClip("pcm-first", spec);
+  ClipSpec clip;
+  clip.audio = ClipAudio::pcm;
+  clip.audioFirst = true;
+  const auto source = videotest::makeClip("pcm-first", clip);
   const auto output = videotest::freshPath("pcm.mov");
   const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
@@ -280,9 +280,9 @@ TEST_F(VideoExportTest, AVolumeJustOffOneIsReencodedWithGain) {
 }
 
 TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
-  ClipSpec spec;
-  spec.toneAmplitude = 0.8f;
-  const auto source = videotest::makeClip("loud-tone", spec);
+  ClipSpec clip;
+  clip.toneAmplitude = 0.8f;
+  const auto source = videotest::makeClip("loud-tone", clip);
   const auto output = videotest::freshPath("clipped.mov");
   EditState doubled;
   doubled.audioVolume = 2;

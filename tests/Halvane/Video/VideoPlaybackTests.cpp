@@ -20,9 +20,9 @@ using videotest::ClipSpec;
 class VideoPlaybackTest : public testing::VideoRendererTest {
  protected:
   std::string plainClip() {
-    ClipSpec spec;
-    spec.audio = ClipAudio::none;
-    return videotest::makeClip("plain-64x48", spec);
+    ClipSpec clip;
+    clip.audio = ClipAudio::none;
+    return videotest::makeClip("plain-64x48", clip);
   }
 
   // Advances the player's clock in steps until `done`, pumping and ticking between.
@@ -87,12 +87,12 @@ TEST_F(VideoPlaybackTest, AnAssetWithoutVideoStillEndsItsLoadWithoutASize) {
 class VideoOrientationTest : public VideoPlaybackTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
-  ClipSpec spec;
-  spec.width = 48;
-  spec.height = 64;
-  spec.quarterTurns = GetParam();
-  spec.audio = ClipAudio::none;
-  const auto path = videotest::makeClip("turned-" + std::to_string(GetParam()), spec);
+  ClipSpec clip;
+  clip.width = 48;
+  clip.height = 64;
+  clip.quarterTurns = GetParam();
+  clip.audio = ClipAudio::none;
+  const auto path = videotest::makeClip("turned-" + std::to_string(GetParam()), clip);
   ASSERT_EQ(videotest::displayQuarterTurns(path), GetParam());
 
   EditState edit;

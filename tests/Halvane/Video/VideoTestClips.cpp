@@ -79,7 +79,7 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
   av_packet_free(&packet);
 }
 
-void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec, int storedWidth, int storedHeight) {
+void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip, int storedWidth, int storedHeight) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (!codec) throw std::runtime_error("no libx264");
   encoder.context = avcodec_alloc_context3(codec);
@@ -88,8 +88,8 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec, 
   video->height = storedHeight;
   // 4:2:0 needs even sides; odd ones go 4:4:4.
   video->pix_fmt = (storedWidth % 2 || storedHeight % 2) ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV420P;
-  video->time_base = AVRational{1, spec.fps};
-  video->framerate = AVRational{spec.fps, 1};
+  video->time_base = AVRational{1, clip.fps};
+  video->framerate = AVRational{clip.fps, 1};
   video->gop_size = 10;
   video->max_b_frames = 2;
   video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -98,34 +98,34 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec, 
   av_opt_set(video->priv_data, "crf", "10", 0);
   check(avcodec_open2(video, codec, nullptr), "open libx264");
   encoder.stream = avformat_new_stream(format, nullptr);
-  encoder.stream->time_base = AVRational{1, 600 * spec.fps};
+  encoder.stream->time_base = AVRational{1, 600 * clip.fps};
   check(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
-  if (spec.quarterTurns % 4 != 0) {
+  if (clip.quarterTurns % 4 != 0) {
     auto* matrix = reinterpret_cast<int32_t*>(
         av_stream_new_side_data(encoder.stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(int32_t)));
     // The angle set here reads back negated (ffprobe shows -90 for one clockwise turn).
-    av_display_rotation_set(matrix, 90.0 * spec.quarterTurns);
+    av_display_rotation_set(matrix, 90.0 * clip.quarterTurns);
   }
 }
 
-void openAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec) {
-  const bool pcm = spec.audio == ClipAudio::pcm;
+void openAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
+  const bool pcm = clip.audio == ClipAudio::pcm;
   const AVCodec* codec = avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
   encoder.context = avcodec_alloc_context3(codec);
   AVCodecContext* audio = encoder.context;
-  audio->sample_rate = spec.sampleRate;
-  av_channel_layout_default(&audio->ch_layout, spec.channels);
+  audio->sample_rate = clip.sampleRate;
+  av_channel_layout_default(&audio->ch_layout, clip.channels);
   audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
-  audio->time_base = AVRational{1, spec.sampleRate};
+  audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 128000;
   audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   check(avcodec_open2(audio, codec, nullptr), "open audio encoder");
   encoder.stream = avformat_new_stream(format, nullptr);
-  encoder.stream->time_base = AVRational{1, spec.sampleRate};
+  encoder.stream->time_base = AVRational{1, clip.sampleRate};
   check(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
 }
 
-void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec) {
+void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
   AVCodecContext* video = encoder.context;
   AVFrame* frame = av_frame_alloc();
   frame->format = video->pix_fmt;
@@ -134,9 +134,9 @@ void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec)
   check(av_frame_get_buffer(frame, 0), "video frame");
   SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
                                    video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
-  for (int n = 0; n < spec.frames; ++n) {
+  for (int n = 0; n < clip.frames; ++n) {
     // Stored turned back, so that the display matrix turns it upright again.
-    const PixelBuffer stored = turned(patternFrame(spec.width, spec.height, n), (4 - spec.quarterTurns % 4) % 4);
+    const PixelBuffer stored = turned(patternFrame(clip.width, clip.height, n), (4 - clip.quarterTurns % 4) % 4);
     check(av_frame_make_writable(frame), "writable frame");
     const std::uint8_t* source[4] = {stored.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(stored.bytesPerRow()), 0, 0, 0};
@@ -149,10 +149,10 @@ void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec)
   av_frame_free(&frame);
 }
 
-void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec) {
+void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
   AVCodecContext* audio = encoder.context;
   const int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
-  const std::int64_t total = std::int64_t(spec.sampleRate) * spec.frames / spec.fps;
+  const std::int64_t total = std::int64_t(clip.sampleRate) * clip.frames / clip.fps;
   AVFrame* frame = av_frame_alloc();
   frame->format = audio->sample_fmt;
   frame->sample_rate = audio->sample_rate;
@@ -163,11 +163,11 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec)
     check(av_frame_make_writable(frame), "writable frame");
     frame->nb_samples = int(std::min<std::int64_t>(frameSize, total - start));
     for (int i = 0; i < frame->nb_samples; ++i) {
-      const double t = double(start + i) / spec.sampleRate;
-      const float value = spec.toneAmplitude * float(std::sin(2 * M_PI * 440 * t));
-      for (int c = 0; c < spec.channels; ++c) {
-        if (spec.audio == ClipAudio::pcm) {
-          reinterpret_cast<std::int16_t*>(frame->data[0])[i * spec.channels + c] = std::int16_t(value * 32767);
+      const double t = double(start + i) / clip.sampleRate;
+      const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * t));
+      for (int c = 0; c < clip.channels; ++c) {
+        if (clip.audio == ClipAudio::pcm) {
+          reinterpret_cast<std::int16_t*>(frame->data[0])[i * clip.channels + c] = std::int16_t(value * 32767);
         } else {
           reinterpret_cast<float*>(frame->data[c])[i] = value;
         }
@@ -180,22 +180,22 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& spec)
   av_frame_free(&frame);
 }
 
-void generate(const std::string& path, const ClipSpec& spec) {
+void generate(const std::string& path, const ClipSpec& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
   check(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
-  const bool sideways = spec.quarterTurns % 2 != 0;
-  const int storedWidth = sideways ? spec.height : spec.width;
-  const int storedHeight = sideways ? spec.width : spec.height;
+  const bool sideways = clip.quarterTurns % 2 != 0;
+  const int storedWidth = sideways ? clip.height : clip.width;
+  const int storedHeight = sideways ? clip.width : clip.height;
   Encoder video, audio;
-  const bool hasAudio = spec.audio != ClipAudio::none;
-  if (hasAudio && spec.audioFirst) openAudio(format, audio, spec);
-  openVideo(format, video, spec, storedWidth, storedHeight);
-  if (hasAudio && !spec.audioFirst) openAudio(format, audio, spec);
+  const bool hasAudio = clip.audio != ClipAudio::none;
+  if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
+  openVideo(format, video, clip, storedWidth, storedHeight);
+  if (hasAudio && !clip.audioFirst) openAudio(format, audio, clip);
   check(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
   check(avformat_write_header(format, nullptr), "header");
-  writeVideo(format, video, spec);
-  if (hasAudio) writeAudio(format, audio, spec);
+  writeVideo(format, video, clip);
+  if (hasAudio) writeAudio(format, audio, clip);
   check(av_write_trailer(format), "trailer");
   avio_closep(&format->pb);
   avformat_free_context(format);
@@ -285,13 +285,13 @@ std::string freshPath(const std::string& name) {
   return path;
 }
 
-std::string makeClip(const std::string& name, const ClipSpec& spec) {
+std::string makeClip(const std::string& name, const ClipSpec& clip) {
   static std::mutex lock;
   static std::map<std::string, std::string> made;
   std::lock_guard guard(lock);
   if (auto found = made.find(name); found != made.end()) return found->second;
   const std::string path = temporaryFolder() + "/" + name + ".mov";
-  generate(path, spec);
+  generate(path, clip);
   made[name] = path;
   return path;
 }

@@ -35,7 +35,7 @@ struct ClipSpec {
 };
 
 // A QuickTime movie in this process's temporary folder, made once per name.
-std::string makeClip(const std::string& name, const ClipSpec& spec);
+std::string makeClip(const std::string& name, const ClipSpec& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);
 std::string temporaryFolder();
