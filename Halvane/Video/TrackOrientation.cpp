@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "Platform/Base/Fatal.h"
+
 namespace halvane {
 
 namespace {
@@ -28,6 +30,15 @@ platform::media::MediaSize uprightSize(const platform::media::AffineTransform& t
   const auto [minX, maxX] = std::minmax_element(std::begin(xs), std::end(xs));
   const auto [minY, maxY] = std::minmax_element(std::begin(ys), std::end(ys));
   return {std::fabs(*maxX - *minX), std::fabs(*maxY - *minY)};
+}
+
+std::uint64_t wholePixels(double side) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  if (!std::isfinite(side) || side <= -limit || side >= limit) {
+    platform::fatalError("a video size cannot be converted to an integer");
+  }
+  const auto whole = std::int64_t(side);
+  return whole > 0 ? std::uint64_t(whole) : 0;
 }
 
 std::optional<EditState> orientationState(std::int64_t quarterTurns) {

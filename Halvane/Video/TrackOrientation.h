@@ -19,6 +19,10 @@ std::int64_t quarterTurnsFromTransform(const platform::media::AffineTransform& t
 platform::media::MediaSize uprightSize(const platform::media::AffineTransform& transform,
                                        platform::media::MediaSize naturalSize);
 
+// The whole-number part of a side for the engine's size arithmetic. A side that can't
+// be an integer (not finite, or beyond 64 bits) stops the program: no track gives one.
+std::uint64_t wholePixels(double side);
+
 // The default edit with only rotationQuarterTurns set; none for 0 turns.
 std::optional<EditState> orientationState(std::int64_t quarterTurns);
 

@@ -108,7 +108,7 @@ void VideoExportRun::runExport() {
       uprightSize(inputs_.videoTrack.preferredTransform, inputs_.videoTrack.naturalSize);
   const std::int64_t quarterTurns = quarterTurnsFromTransform(inputs_.videoTrack.preferredTransform);
   const PixelSize renderSize =
-      RenderingEngine::outputSize(std::uint64_t(upright.width), std::uint64_t(upright.height), request_.state);
+      RenderingEngine::outputSize(wholePixels(upright.width), wholePixels(upright.height), request_.state);
   outputSize_ = exportOutputSize(renderSize, request_.preset);
 
   const auto range = exportTimeRange(inputs_.durationSeconds, request_.state);

@@ -6,7 +6,6 @@
 // frame at a time through orientation, edit and scale on the GPU into the writer; the
 // audio pump copies or re-encodes the sound. When both have left, the export finishes
 // on the main queue. Internal to Halvane/Video: VideoRenderer::exportVideo is the entry.
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>

@@ -21,17 +21,6 @@ namespace {
 
 constexpr std::int32_t kTimescale = 600;
 
-// Whole-number part of a natural size side for the engine; there is no sensible
-// picture for a size that cannot be one.
-std::uint64_t wholePixels(double side) {
-  constexpr double limit = 9223372036854775808.0;  // 2^63
-  if (!std::isfinite(side) || side <= -limit || side >= limit) {
-    platform::fatalError("video natural size cannot be converted to an integer");
-  }
-  const auto whole = std::int64_t(side);
-  return whole > 0 ? std::uint64_t(whole) : 0;
-}
-
 }  // namespace
 
 void VideoDisplayLinkProxy::tick() const {
