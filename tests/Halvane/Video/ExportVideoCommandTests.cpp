@@ -86,7 +86,7 @@ class ToolProcess {
 
 Finished run(const std::vector<std::string>& arguments) { return ToolProcess(arguments).wait(); }
 
-std::string toneClip() { return videotest::makeClip("cli-tone", videotest::ClipSpec()); }
+std::string toneClip() { return videotest::makeClip("cli-tone", videotest::ClipDescription()); }
 
 TEST(ExportVideoCommandTest, WritesAnEditedHevcMovie) {
   const auto output = videotest::freshPath("cli.mov");
@@ -126,9 +126,9 @@ TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndLeavesNoFile) {
 }
 
 TEST(ExportVideoCommandTest, CtrlCCancelsCleanly) {
-  videotest::ClipSpec longSpec;
-  longSpec.frames = 2400;  // 80 seconds of tiny frames: long enough to interrupt
-  const auto source = videotest::makeClip("cli-long", longSpec);
+  videotest::ClipDescription longClip;
+  longClip.frames = 2400;  // 80 seconds of tiny frames: long enough to interrupt
+  const auto source = videotest::makeClip("cli-long", longClip);
   const auto output = videotest::freshPath("cli-interrupted.mov");
   ToolProcess tool({"export-video", source, output});
   const std::string started = tool.readLine();

@@ -16,7 +16,7 @@ namespace {
 
 using platform::media::PixelBuffer;
 using videotest::ClipAudio;
-using videotest::ClipSpec;
+using videotest::ClipDescription;
 
 class VideoExportTest : public testing::VideoRendererTest {
  protected:
@@ -26,7 +26,7 @@ class VideoExportTest : public testing::VideoRendererTest {
   }
 
   static std::string toneClip() {
-    ClipSpec clip;
+    ClipDescription clip;
     return videotest::makeClip("tone-64x48", clip);
   }
 
@@ -47,7 +47,7 @@ class RotatedExportTest : public VideoExportTest, public ::testing::WithParamInt
 TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   // libx265 3.5 overruns its heap on pictures 48 or fewer pixels wide (its cuTree
   // analysis), so the upright picture is kept at 64 wide.
-  ClipSpec clip;
+  ClipDescription clip;
   clip.width = 64;
   clip.height = 96;
   clip.quarterTurns = GetParam();
@@ -87,7 +87,7 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
 INSTANTIATE_TEST_SUITE_P(QuarterTurns, RotatedExportTest, ::testing::Values(1, 2, 3));
 
 TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.frames = 60;
   clip.audio = ClipAudio::none;
   const auto source = videotest::makeClip("silent-2s", clip);
@@ -110,7 +110,7 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
 }
 
 TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.width = 63;
   clip.height = 47;
   clip.frames = 5;
@@ -127,7 +127,7 @@ TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
 }
 
 TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.frames = 10;
   clip.audio = ClipAudio::none;
   const auto source = videotest::makeClip("edit-64x48", clip);
@@ -144,7 +144,7 @@ TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
 
 // Real 1080-line sources, a few frames long.
 TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.width = 1921;
   clip.height = 1080;
   clip.frames = 3;
@@ -162,7 +162,7 @@ TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
 }
 
 TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.width = 1081;
   clip.height = 721;
   clip.frames = 3;
@@ -183,7 +183,7 @@ TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
 }
 
 TEST_F(VideoExportTest, ACropToOnePixelWritesTwoByTwo) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.frames = 3;
   clip.audio = ClipAudio::none;
   const auto source = videotest::makeClip("crop-source", clip);
@@ -249,7 +249,7 @@ TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThrough) {
 }
 
 TEST_F(VideoExportTest, PcmSoundPassesThroughAsPcm) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.audio = ClipAudio::pcm;
   clip.audioFirst = true;
   const auto source = videotest::makeClip("pcm-first", clip);
@@ -280,7 +280,7 @@ TEST_F(VideoExportTest, AVolumeJustOffOneIsReencodedWithGain) {
 }
 
 TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.toneAmplitude = 0.8f;
   const auto source = videotest::makeClip("loud-tone", clip);
   const auto output = videotest::freshPath("clipped.mov");

@@ -15,12 +15,12 @@ namespace {
 
 using platform::media::MediaSize;
 using videotest::ClipAudio;
-using videotest::ClipSpec;
+using videotest::ClipDescription;
 
 class VideoPlaybackTest : public testing::VideoRendererTest {
  protected:
   std::string plainClip() {
-    ClipSpec clip;
+    ClipDescription clip;
     clip.audio = ClipAudio::none;
     return videotest::makeClip("plain-64x48", clip);
   }
@@ -40,10 +40,10 @@ class VideoPlaybackTest : public testing::VideoRendererTest {
 };
 
 TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
-  ClipSpec portrait;
+  ClipDescription portrait;
   portrait.quarterTurns = 1;
   const auto first = videotest::makeClip("portrait-48x64", portrait);
-  ClipSpec small;
+  ClipDescription small;
   small.width = 32;
   small.height = 24;
   small.frames = 10;
@@ -87,7 +87,7 @@ TEST_F(VideoPlaybackTest, AnAssetWithoutVideoStillEndsItsLoadWithoutASize) {
 class VideoOrientationTest : public VideoPlaybackTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
-  ClipSpec clip;
+  ClipDescription clip;
   clip.width = 48;
   clip.height = 64;
   clip.quarterTurns = GetParam();

@@ -79,7 +79,7 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
   av_packet_free(&packet);
 }
 
-void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip, int storedWidth, int storedHeight) {
+void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip, int storedWidth, int storedHeight) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (!codec) throw std::runtime_error("no libx264");
   encoder.context = avcodec_alloc_context3(codec);
@@ -108,7 +108,7 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip, 
   }
 }
 
-void openAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
+void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   const bool pcm = clip.audio == ClipAudio::pcm;
   const AVCodec* codec = avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
   encoder.context = avcodec_alloc_context3(codec);
@@ -125,7 +125,7 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) 
   check(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
 }
 
-void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
+void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   AVCodecContext* video = encoder.context;
   AVFrame* frame = av_frame_alloc();
   frame->format = video->pix_fmt;
@@ -149,7 +149,7 @@ void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip)
   av_frame_free(&frame);
 }
 
-void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip) {
+void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   AVCodecContext* audio = encoder.context;
   const int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
   const std::int64_t total = std::int64_t(clip.sampleRate) * clip.frames / clip.fps;
@@ -180,7 +180,7 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipSpec& clip)
   av_frame_free(&frame);
 }
 
-void generate(const std::string& path, const ClipSpec& clip) {
+void generate(const std::string& path, const ClipDescription& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
   check(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
@@ -285,7 +285,7 @@ std::string freshPath(const std::string& name) {
   return path;
 }
 
-std::string makeClip(const std::string& name, const ClipSpec& clip) {
+std::string makeClip(const std::string& name, const ClipDescription& clip) {
   static std::mutex lock;
   static std::map<std::string, std::string> made;
   std::lock_guard guard(lock);

@@ -18,7 +18,7 @@ namespace videotest {
 
 enum class ClipAudio { none, aac, pcm };
 
-struct ClipSpec {
+struct ClipDescription {
   int width = 64;   // upright (displayed) size
   int height = 48;
   int frames = 30;
@@ -35,7 +35,7 @@ struct ClipSpec {
 };
 
 // A QuickTime movie in this process's temporary folder, made once per name.
-std::string makeClip(const std::string& name, const ClipSpec& clip);
+std::string makeClip(const std::string& name, const ClipDescription& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);
 std::string temporaryFolder();
