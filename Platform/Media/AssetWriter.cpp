@@ -480,9 +480,10 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   // "fast" keeps a desktop export near real time on a few cores; x265 talks only of
   // errors. No B-frames: packets then come in presentation order, so each one's
   // duration is the gap to the next (see heldPacket), and the file starts at 0 with
-  // no decode-time shift to hide behind an edit list.
+  // no decode-time shift to hide behind an edit list. No cu-tree: libx265 3.5 writes
+  // past its lookahead buffers on pictures 48 pixels wide or narrower with it on.
   av_opt_set(encoder->priv_data, "preset", "fast", 0);
-  av_opt_set(encoder->priv_data, "x265-params", "log-level=error:bframes=0", 0);
+  av_opt_set(encoder->priv_data, "x265-params", "log-level=error:bframes=0:cutree=0", 0);
   if (settings.quality) {
     av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(*settings.quality), 0);
   } else if (settings.averageBitRate > 0) {
