@@ -85,4 +85,23 @@ ParsedEdit parseEditOptions(const std::vector<std::string>& arguments) {
   return parsed;
 }
 
+InputOutput parseInputOutput(const std::vector<std::string>& rest) {
+  InputOutput parsed;
+  std::vector<std::string> paths;
+  for (size_t i = 0; i < rest.size(); ++i) {
+    if (rest[i] == "--preset") {
+      if (i + 1 >= rest.size()) throw UsageError("--preset needs a value");
+      parsed.preset = rest[++i];
+    } else if (rest[i].starts_with("--")) {
+      throw UsageError("unknown option '" + rest[i] + "'");
+    } else {
+      paths.push_back(rest[i]);
+    }
+  }
+  if (paths.size() != 2) throw UsageError("needs an input and an output path");
+  parsed.input = paths[0];
+  parsed.output = paths[1];
+  return parsed;
+}
+
 }  // namespace halvane::cli

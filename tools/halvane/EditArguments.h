@@ -3,6 +3,7 @@
 // EditState, each `--set field=value` changes one field on top of it. A value outside
 // its field's range is refused with the value it would have become, rather than
 // silently repaired.
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,5 +25,14 @@ struct ParsedEdit {
   std::vector<std::string> rest;
 };
 ParsedEdit parseEditOptions(const std::vector<std::string>& arguments);
+
+// The rest of a rendering command's line: an input, an output and an optional
+// `--preset NAME`. Throws UsageError for anything else.
+struct InputOutput {
+  std::string input;
+  std::string output;
+  std::optional<std::string> preset;
+};
+InputOutput parseInputOutput(const std::vector<std::string>& rest);
 
 }  // namespace halvane::cli

@@ -128,21 +128,10 @@ Command makeExportVideoCommand() {
       "export-video INPUT OUTPUT.mov [--edit EDIT.json] [--set field=value]... [--preset social|balanced|maxQuality]",
       [](const std::vector<std::string>& arguments) {
         auto parsed = parseEditOptions(arguments);
-        VideoExportPreset preset = VideoExportPreset::balanced;
-        std::vector<std::string> paths;
-        for (size_t i = 0; i < parsed.rest.size(); ++i) {
-          if (parsed.rest[i] == "--preset") {
-            if (i + 1 >= parsed.rest.size()) throw UsageError("--preset needs a value");
-            preset = parsePreset(parsed.rest[++i]);
-          } else if (parsed.rest[i].starts_with("--")) {
-            throw UsageError("unknown option '" + parsed.rest[i] + "'");
-          } else {
-            paths.push_back(parsed.rest[i]);
-          }
-        }
-        if (paths.size() != 2) throw UsageError("needs an input and an output path");
-        const std::string& input = paths[0];
-        const std::string& output = paths[1];
+        const InputOutput io = parseInputOutput(parsed.rest);
+        const VideoExportPreset preset = io.preset ? parsePreset(*io.preset) : VideoExportPreset::balanced;
+        const std::string& input = io.input;
+        const std::string& output = io.output;
         if (!hasMovExtension(output)) throw UsageError("the output is a QuickTime movie: name it .mov");
         if (!std::filesystem::is_regular_file(input)) throw CommandError(input + ": no such file");
         if (std::filesystem::exists(output)) throw CommandError(output + ": already exists");

@@ -26,27 +26,16 @@ Command makeRenderCommand() {
       "render INPUT OUTPUT.jpg [--edit EDIT.json] [--set field=value]... [--preset compressed|balanced|maxQuality]",
       [](const std::vector<std::string>& arguments) {
         auto parsed = parseEditOptions(arguments);
-        PhotoExportPreset preset = PhotoExportPreset::maxQuality;
-        std::vector<std::string> paths;
-        for (size_t i = 0; i < parsed.rest.size(); ++i) {
-          if (parsed.rest[i] == "--preset") {
-            if (i + 1 >= parsed.rest.size()) throw UsageError("--preset needs a value");
-            preset = parsePreset(parsed.rest[++i]);
-          } else if (parsed.rest[i].starts_with("--")) {
-            throw UsageError("unknown option '" + parsed.rest[i] + "'");
-          } else {
-            paths.push_back(parsed.rest[i]);
-          }
-        }
-        if (paths.size() != 2) throw UsageError("needs an input and an output path");
+        const InputOutput io = parseInputOutput(parsed.rest);
+        const PhotoExportPreset preset = io.preset ? parsePreset(*io.preset) : PhotoExportPreset::maxQuality;
 
         auto engine = RenderingEngine::create();
-        const PhotoSource source = loadPhotoSource(*engine, paths[0]);
+        const PhotoSource source = loadPhotoSource(*engine, io.input);
         auto image = engine->renderToImage(source.texture, parsed.state, source.colorSpace);
         if (!image) throw CommandError("rendering failed: the GPU could not produce the picture");
         const auto limited = limitedImage(*image, platform::media::ImageOrientation::up, preset);
-        if (auto error = writeJPEGFile(limited, preset, paths[1])) throw CommandError(*error);
-        std::printf("%s: %d x %d\n", paths[1].c_str(), limited.width, limited.height);
+        if (auto error = writeJPEGFile(limited, preset, io.output)) throw CommandError(*error);
+        std::printf("%s: %d x %d\n", io.output.c_str(), limited.width, limited.height);
         return 0;
       }};
 }
