@@ -11,6 +11,7 @@
 
 #include "Halvane/Rendering/BundleLocator.h"
 #include "Halvane/Rendering/RenderUniforms.h"
+#include "KernelBench.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageScale.h"
@@ -20,46 +21,12 @@ namespace {
 using namespace halvane;
 namespace gpu = platform::gpu;
 
-constexpr uint32_t kWidth = 4000, kHeight = 3000;
 
-struct Bench {
-  std::shared_ptr<gpu::Device> device;
-  std::shared_ptr<gpu::CommandQueue> queue;
-  std::shared_ptr<gpu::ComputePipelineState> pipeline;
-  std::shared_ptr<gpu::Texture> source, target;
-};
+using Bench = kernelbench::KernelBench;
+constexpr uint32_t kWidth = kernelbench::kBenchWidth, kHeight = kernelbench::kBenchHeight;
 
 Bench& bench() {
-  static Bench b = [] {
-    Bench b;
-    b.device = gpu::Device::createSystemDefault();
-    const auto bundle = findBundle();
-    if (!b.device || !bundle) return b;
-    std::string error;
-    auto library = b.device->newLibrary(*bundle, &error);
-    if (!library) return b;
-    b.queue = b.device->newCommandQueue();
-    b.pipeline = b.device->newComputePipelineState(library, "focusKernel", &error);
-    std::fprintf(stderr, "device: %s\n", b.device->name().c_str());
-
-    std::vector<uint8_t> pixels;
-    auto decoded =
-        platform::media::decodeImageFile(std::filesystem::path(HALVANE_MEDIA_DIR) / "photo/sewing-threads.heic");
-    if (decoded) {
-      pixels = platform::media::scaleImage(*decoded, kWidth, kHeight).pixels;
-    } else {
-      pixels.resize(size_t(kWidth) * kHeight * 4);
-      for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = uint8_t(i * 2654435761u >> 24);
-    }
-    gpu::TextureDescriptor descriptor;
-    descriptor.width = kWidth;
-    descriptor.height = kHeight;
-    descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
-    b.source = b.device->newTexture(descriptor);
-    b.target = b.device->newTexture(descriptor);
-    if (b.source) b.source->replaceRegion({{0, 0}, kWidth, kHeight}, pixels.data(), size_t(kWidth) * 4);
-    return b;
-  }();
+  static Bench b = kernelbench::makeKernelBench("focusKernel");
   return b;
 }
 

@@ -1,0 +1,46 @@
+#include "KernelBench.h"
+
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include "Halvane/Rendering/BundleLocator.h"
+#include "Platform/Media/ImageDecoder.h"
+#include "Platform/Media/ImageScale.h"
+
+namespace halvane::kernelbench {
+
+namespace gpu = platform::gpu;
+
+KernelBench makeKernelBench(const std::string& kernel) {
+  KernelBench b;
+  b.device = gpu::Device::createSystemDefault();
+  const auto bundle = findBundle();
+  if (!b.device || !bundle) return b;
+  std::string error;
+  auto library = b.device->newLibrary(*bundle, &error);
+  if (!library) return b;
+  b.queue = b.device->newCommandQueue();
+  b.pipeline = b.device->newComputePipelineState(library, kernel, &error);
+  std::fprintf(stderr, "device: %s\n", b.device->name().c_str());
+
+  std::vector<uint8_t> pixels;
+  auto decoded =
+      platform::media::decodeImageFile(std::filesystem::path(HALVANE_MEDIA_DIR) / "photo/sewing-threads.heic");
+  if (decoded) {
+    pixels = platform::media::scaleImage(*decoded, kBenchWidth, kBenchHeight).pixels;
+  } else {
+    pixels.resize(size_t(kBenchWidth) * kBenchHeight * 4);
+    for (size_t i = 0; i < pixels.size(); ++i) pixels[i] = uint8_t(i * 2654435761u >> 24);
+  }
+  gpu::TextureDescriptor descriptor;
+  descriptor.width = kBenchWidth;
+  descriptor.height = kBenchHeight;
+  descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
+  b.source = b.device->newTexture(descriptor);
+  b.target = b.device->newTexture(descriptor);
+  if (b.source) b.source->replaceRegion({{0, 0}, kBenchWidth, kBenchHeight}, pixels.data(), size_t(kBenchWidth) * 4);
+  return b;
+}
+
+}  // namespace halvane::kernelbench
