@@ -11,6 +11,7 @@
 
 #include "Platform/Dispatch/GlobalQueue.h"
 #include "Platform/Media/FfmpegSupport.h"
+#include "Platform/Media/HevcPadding.h"
 
 namespace platform::media {
 namespace detail {
@@ -47,6 +48,7 @@ struct WriterInputState {
   av::CodecContextPtr encoder;
   av::FramePtr frame;
   av::SwsPtr sws;
+  av::BsfPtr cropFilter;  // only for pictures padded up to x265's smallest size
   av::SwrPtr swr;
   int swrRate = 0, swrChannels = 0;
   av::FifoPtr fifo;
@@ -171,6 +173,13 @@ struct WriterCore : std::enable_shared_from_this<WriterCore> {
       if (status < 0) {
         fail(av::error(MediaError::Code::encodeFailed, "Encoding failed", status));
         return false;
+      }
+      if (input.cropFilter) {
+        const int cropped = av::cropPacket(*input.cropFilter, *packet);
+        if (cropped < 0) {
+          fail(av::error(MediaError::Code::encodeFailed, "Cannot crop the HEVC stream", cropped));
+          return false;
+        }
       }
       av_packet_rescale_ts(packet.get(), input.encoder->time_base, input.stream->time_base);
       packet->stream_index = input.stream->index;
@@ -312,7 +321,8 @@ bool AssetWriterInput::append(const PixelBuffer& buffer, MediaTime presentationT
   MediaTime start;
   if (!core->sessionStartForAppend(input, start)) return false;
   AVCodecContext* encoder = input.encoder.get();
-  if (!buffer || buffer.width() != encoder->width || buffer.height() != encoder->height || !presentationTime.isValid()) {
+  if (!buffer || buffer.width() != input.video.width || buffer.height() != input.video.height ||
+      !presentationTime.isValid()) {
     core->fail({MediaError::Code::invalidArgument, "The frame does not match the video input"});
     return false;
   }
@@ -329,6 +339,7 @@ bool AssetWriterInput::append(const PixelBuffer& buffer, MediaTime presentationT
   const std::uint8_t* source[4] = {buffer.data(), nullptr, nullptr, nullptr};
   const int strides[4] = {int(buffer.bytesPerRow()), 0, 0, 0};
   sws_scale(input.sws.get(), source, strides, 0, buffer.height(), input.frame->data, input.frame->linesize);
+  av::repeatEdges(*input.frame, buffer.width(), buffer.height());
   input.frame->pts = pts;
   const int sent = avcodec_send_frame(encoder, input.frame.get());
   if (sent < 0) {
@@ -467,8 +478,9 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   input->video = settings;
   input->encoder.reset(avcodec_alloc_context3(codec));
   AVCodecContext* encoder = input->encoder.get();
-  encoder->width = settings.width;
-  encoder->height = settings.height;
+  const av::CodedSize coded = av::hevcCodedSize(settings.width, settings.height);
+  encoder->width = coded.width;
+  encoder->height = coded.height;
   encoder->pix_fmt = AV_PIX_FMT_YUV420P;
   encoder->time_base = kVideoTimeBase;
   encoder->framerate = av_d2q(settings.expectedFrameRate > 0 ? settings.expectedFrameRate : 30.0, 1 << 16);
@@ -496,6 +508,14 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (!input->stream) return failure(MediaError::Code::encodeFailed, "Out of memory");
   input->stream->time_base = encoder->time_base;
   avcodec_parameters_from_context(input->stream->codecpar, encoder);
+  if (coded.width != settings.width || coded.height != settings.height) {
+    auto filter = av::makeHevcCropFilter(*encoder, settings.width, settings.height);
+    if (!filter) return platform::unexpected(filter.error());
+    input->cropFilter = std::move(*filter);
+    avcodec_parameters_copy(input->stream->codecpar, input->cropFilter->par_out);
+    input->stream->codecpar->width = settings.width;
+    input->stream->codecpar->height = settings.height;
+  }
   input->stream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
   input->frame = av::makeFrame();
   input->frame->format = encoder->pix_fmt;

@@ -14,9 +14,11 @@ PixelBuffer::PixelBuffer(int width, int height, std::size_t bytesPerRow, std::sh
 PixelBuffer PixelBuffer::allocate(int width, int height, MediaTime presentationTime) {
   if (width <= 0 || height <= 0) return {};
   const std::size_t bytesPerRow = (std::size_t(width) * 4 + 31) / 32 * 32;
-  const std::size_t size = bytesPerRow * std::size_t(height);
-  // 64-byte alignment suits every SIMD path of swscale.
-  auto* raw = static_cast<std::uint8_t*>(std::aligned_alloc(64, (size + 63) / 64 * 64));
+  // 64-byte alignment suits every SIMD path of swscale, and the 64 bytes beyond the
+  // last row take its vector loads that run past the final pixel.
+  constexpr std::size_t kReadSlack = 64;
+  const std::size_t size = (bytesPerRow * std::size_t(height) + kReadSlack + 63) / 64 * 64;
+  auto* raw = static_cast<std::uint8_t*>(std::aligned_alloc(64, size));
   if (!raw) throw std::bad_alloc();
   std::memset(raw, 0, size);
   return PixelBuffer(width, height, bytesPerRow, std::shared_ptr<std::uint8_t>(raw, [](std::uint8_t* p) { std::free(p); }),

@@ -14,6 +14,8 @@ extern "C" {
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "MediaVideoTestSupport.h"
@@ -291,6 +293,44 @@ TEST(MediaVideoWriter, ConstantQualityMode) {
   auto frames = readFrames(path);
   ASSERT_EQ(frames.size(), 10u);
   EXPECT_EQ(mediatest::frameNumber(frames[9]), 9);
+}
+
+// x265 takes nothing under 16 by 16: such pictures are padded for the encoder and
+// cropped back by the stream itself, so a decoder shows the asked size and colours.
+TEST(MediaVideoWriter, PicturesSmallerThanTheEncoderTakesKeepTheirSize) {
+  struct Colour {
+    std::uint8_t b, g, r;
+  };
+  const Colour colours[] = {{30, 30, 220}, {40, 200, 40}, {210, 60, 30}};
+  for (const auto& [width, height] : {std::pair{2, 2}, std::pair{2, 40}, std::pair{40, 2}, std::pair{14, 16}, std::pair{32, 48}}) {
+    SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
+    const std::string path = outputPath("small-" + std::to_string(width) + "x" + std::to_string(height));
+    auto writer = AssetWriter::make(path).value();
+    auto input = writer->addVideoInput(smallVideo(width, height)).value();
+    ASSERT_TRUE(writer->startWriting());
+    writer->startSession(MediaTime::zero());
+    for (int n = 0; n < 3; ++n) {
+      PixelBuffer frame = input->pixelBufferPool()->makePixelBuffer();
+      for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+          std::uint8_t* pixel = frame.row(y) + x * 4;
+          pixel[0] = colours[n].b, pixel[1] = colours[n].g, pixel[2] = colours[n].r, pixel[3] = 255;
+        }
+      ASSERT_TRUE(input->append(frame, MediaTime{n, 30}));
+    }
+    ASSERT_TRUE(finish(*writer));
+    ASSERT_EQ(writer->status(), AssetWriterStatus::completed) << (writer->error() ? writer->error()->message : "");
+    auto frames = readFrames(path);
+    ASSERT_EQ(frames.size(), 3u);
+    for (int n = 0; n < 3; ++n) {
+      ASSERT_EQ(frames[n].width(), width);
+      ASSERT_EQ(frames[n].height(), height);
+      const std::uint8_t* corner = frames[n].row(height - 1) + (width - 1) * 4;
+      EXPECT_NEAR(corner[0], colours[n].b, 24) << n;
+      EXPECT_NEAR(corner[1], colours[n].g, 24) << n;
+      EXPECT_NEAR(corner[2], colours[n].r, 24) << n;
+    }
+  }
 }
 
 TEST(MediaVideoWriter, AnInputAheadOfTheOtherWaits) {
