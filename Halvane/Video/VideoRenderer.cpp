@@ -40,11 +40,6 @@ VideoRenderer::VideoRenderer(std::shared_ptr<RenderingEngine> engine, VideoRende
                                                : std::make_shared<platform::media::DesktopBackgroundTaskService>()),
       player_(std::make_unique<platform::media::Player>(audioSink_)) {
   if (!engine_) platform::fatalError("VideoRenderer needs a RenderingEngine");
-  // The player reports its item's end by a callback on the main queue; as a
-  // notification, each load can observe just its own item.
-  player_->onItemDidPlayToEnd = [player = player_.get()] {
-    NotificationCenter::defaultCenter().post(kPlayerItemDidPlayToEndTimeNotification, player->currentItem().get());
-  };
 }
 
 VideoRenderer::~VideoRenderer() {
@@ -81,7 +76,7 @@ void VideoRenderer::loadAsset(std::shared_ptr<platform::media::Asset> asset) {
   player_->setActionAtItemEnd(platform::media::ActionAtItemEnd::none);
 
   endTimeObserver_ = NotificationCenter::defaultCenter().addObserver(
-      kPlayerItemDidPlayToEndTimeNotification, item.get(), [weakSelf](const platform::dispatch::Notification&) {
+      platform::media::kPlayerItemDidPlayToEndTimeNotification, item.get(), [weakSelf](const platform::dispatch::Notification&) {
         if (auto self = weakSelf.lock()) self->loopToTrimStart();
       });
 }

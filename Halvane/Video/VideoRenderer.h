@@ -33,10 +33,6 @@ namespace halvane {
 
 class VideoRenderer;
 
-// Posted on the default notification centre, on the main queue, each time the player
-// reaches the end of its item; the object is that PlayerItem.
-inline constexpr const char* kPlayerItemDidPlayToEndTimeNotification = "PlayerItemDidPlayToEndTime";
-
 // The display link's target: it holds the renderer weakly, so the running link never
 // keeps the renderer alive. Once the renderer has gone, a tick does nothing.
 class VideoDisplayLinkProxy {

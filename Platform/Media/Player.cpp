@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/FfmpegSupport.h"
 
 namespace platform::media {
@@ -427,14 +428,14 @@ void PlayerCore::checkEventsLocked(std::vector<Work>& posts) {
       reanchorLocked();
       rate = 0;
     }
-    posts.push_back([weak = self, generation = itemGeneration] {
+    posts.push_back([weak = self, generation = itemGeneration, sender = static_cast<const void*>(item.get())] {
       auto core = weak.lock();
       if (!core || !core->owner) return;
       {
         std::lock_guard lock(core->mutex);
         if (core->itemGeneration != generation) return;
       }
-      if (core->owner->onItemDidPlayToEnd) core->owner->onItemDidPlayToEnd();
+      dispatch::NotificationCenter::defaultCenter().post(kPlayerItemDidPlayToEndTimeNotification, sender);
     });
   }
 }

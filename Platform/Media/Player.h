@@ -8,7 +8,7 @@
 //
 // Threads: Player, PlayerItem and the output are used from the main thread (the
 // output's calls are also safe from any thread). Seek completions, boundary observers
-// and onItemDidPlayToEnd run on the shared main queue (MainQueue::shared()).
+// and the end-of-item notification run on the shared main queue (MainQueue::shared()).
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -65,6 +65,10 @@ class PlayerItem {
   std::shared_ptr<detail::PlayerItemState> state_;
 };
 
+// Posted to the default notification centre, with the item as its object, each time
+// playback reaches the end of the current item.
+inline constexpr const char* kPlayerItemDidPlayToEndTimeNotification = "PlayerItemDidPlayToEndTime";
+
 // What happens when the item's end is reached while playing. `none` keeps the rate,
 // so a seek back plays on at once.
 enum class ActionAtItemEnd { advance = 0, pause = 1, none = 2 };
@@ -106,9 +110,6 @@ class Player {
   // over it). Removing the token stops deliveries, including ones already queued.
   TimeObserverToken addBoundaryTimeObserver(std::vector<MediaTime> times, std::function<void()> block);
   void removeTimeObserver(TimeObserverToken token);
-
-  // Called once each time playback reaches the end of the current item.
-  std::function<void()> onItemDidPlayToEnd;
 
  private:
   std::shared_ptr<detail::PlayerCore> core_;

@@ -207,7 +207,7 @@ TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToTheTrimStartWithoutStopping) {
   renderer->updateEditState(trim);
   bool ended = false;
   const auto token = platform::dispatch::NotificationCenter::defaultCenter().addObserver(
-      kPlayerItemDidPlayToEndTimeNotification, nullptr, [&](const platform::dispatch::Notification&) { ended = true; });
+      platform::media::kPlayerItemDidPlayToEndTimeNotification, nullptr, [&](const platform::dispatch::Notification&) { ended = true; });
   renderer->player().play();
   ASSERT_TRUE(runClockUntil([&] { return ended; }));
   // With the clock held, the seek lands exactly on the trim start.

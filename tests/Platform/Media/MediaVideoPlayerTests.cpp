@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -13,11 +14,14 @@
 #include "MediaVideoTestSupport.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/Player.h"
 
 using namespace platform::media;
 using platform::dispatch::MainQueue;
 using platform::dispatch::ManualMainQueue;
+using platform::dispatch::Notification;
+using platform::dispatch::NotificationCenter;
 
 namespace {
 
@@ -58,6 +62,7 @@ class MediaVideoPlayer : public ::testing::Test {
     MainQueue::setShared(queue);
   }
   void TearDown() override {
+    if (endObserver) NotificationCenter::defaultCenter().removeObserver(endObserver);
     player.reset();
     MainQueue::setShared(nullptr);
   }
@@ -75,6 +80,12 @@ class MediaVideoPlayer : public ::testing::Test {
     player->replaceCurrentItem(item);
     ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
     ASSERT_EQ(item->status(), PlayerItem::Status::readyToPlay);
+  }
+
+  // Runs `handler` at each end-of-item notification of the loaded item.
+  void onEnd(std::function<void()> handler) {
+    endObserver = NotificationCenter::defaultCenter().addObserver(
+        kPlayerItemDidPlayToEndTimeNotification, item.get(), [handler](const Notification&) { handler(); });
   }
 
   // The frame due now, waiting (in real time) for the decoder to have it.
@@ -104,6 +115,7 @@ class MediaVideoPlayer : public ::testing::Test {
   std::unique_ptr<Player> player;
   std::shared_ptr<PlayerItem> item;
   std::shared_ptr<PlayerItemVideoOutput> output;
+  NotificationCenter::ObserverToken endObserver = 0;
 };
 
 }  // namespace
@@ -177,10 +189,10 @@ TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   makePlayer();
   load(mediatest::makeClip("basic", {}));
   int ends = 0;
-  player->onItemDidPlayToEnd = [&] {
+  onEnd([&] {
     EXPECT_TRUE(queue->isCurrentThread());
     ++ends;
-  };
+  });
   player->play();
   now = now + 0.5;
   queue->runPending();
@@ -208,7 +220,7 @@ TEST_F(MediaVideoPlayer, EndOfItemPausesWithActionPause) {
   player->setActionAtItemEnd(ActionAtItemEnd::pause);
   load(mediatest::makeClip("basic", {}));
   bool ended = false;
-  player->onItemDidPlayToEnd = [&] { ended = true; };
+  onEnd([&] { ended = true; });
   player->play();
   now = now + 3.0;
   ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
@@ -295,7 +307,7 @@ TEST_F(MediaVideoPlayer, AClipWithoutSoundPlaysToItsEnd) {
   clip.audio = false;
   load(mediatest::makeClip("silent", clip));
   bool ended = false;
-  player->onItemDidPlayToEnd = [&] { ended = true; };
+  onEnd([&] { ended = true; });
   player->play();
   now = now + 2.0;
   ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
@@ -319,7 +331,7 @@ TEST_P(MediaVideoPlayerRealClip, PlaysToItsEnd) {
   makePlayer();
   load(path);
   bool ended = false;
-  player->onItemDidPlayToEnd = [&] { ended = true; };
+  onEnd([&] { ended = true; });
   player->play();
   int frames = 0;
   MediaTime last = MediaTime::invalid();
