@@ -9,43 +9,20 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-#include <unistd.h>
-
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <map>
 #include <mutex>
 #include <stdexcept>
-#include <thread>
+
+#include "Support/AvCheck.h"
 
 namespace videotest {
 
 using platform::media::PixelBuffer;
 
 namespace {
-
-void check(int status, const char* what) {
-  if (status < 0) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(status, text, sizeof text);
-    throw std::runtime_error(std::string(what) + ": " + text);
-  }
-}
-
-struct Folder {
-  std::string path;
-  Folder() {
-    path = (std::filesystem::temp_directory_path() / ("halvane-video-test-" + std::to_string(::getpid()))).string();
-    std::filesystem::create_directories(path);
-  }
-  ~Folder() {
-    if (std::getenv("HALVANE_KEEP_TEST_FILES")) return;  // for a look at what a test wrote
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-};
 
 struct Bgra {
   std::uint8_t b, g, r;
@@ -66,7 +43,7 @@ struct Encoder {
 };
 
 void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
-  check(avcodec_send_frame(encoder.context, frame), "send frame");
+  testsupport::avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
   AVPacket* packet = av_packet_alloc();
   while (avcodec_receive_packet(encoder.context, packet) == 0) {
     // Video packets come without a duration; the last frame needs one to count in the
@@ -74,7 +51,7 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
     if (packet->duration == 0 && encoder.context->codec_type == AVMEDIA_TYPE_VIDEO) packet->duration = 1;
     av_packet_rescale_ts(packet, encoder.context->time_base, encoder.stream->time_base);
     packet->stream_index = encoder.stream->index;
-    check(av_interleaved_write_frame(format, packet), "write packet");
+    testsupport::avCheck(av_interleaved_write_frame(format, packet), "write packet");
   }
   av_packet_free(&packet);
 }
@@ -96,10 +73,10 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   av_opt_set(video->priv_data, "preset", "ultrafast", 0);
   av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
   av_opt_set(video->priv_data, "crf", "10", 0);
-  check(avcodec_open2(video, codec, nullptr), "open libx264");
+  testsupport::avCheck(avcodec_open2(video, codec, nullptr), "open libx264");
   encoder.stream = avformat_new_stream(format, nullptr);
   encoder.stream->time_base = AVRational{1, 600 * clip.fps};
-  check(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
+  testsupport::avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
   if (clip.quarterTurns % 4 != 0) {
     auto* matrix = reinterpret_cast<int32_t*>(
         av_stream_new_side_data(encoder.stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(int32_t)));
@@ -119,10 +96,10 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 128000;
   audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  check(avcodec_open2(audio, codec, nullptr), "open audio encoder");
+  testsupport::avCheck(avcodec_open2(audio, codec, nullptr), "open audio encoder");
   encoder.stream = avformat_new_stream(format, nullptr);
   encoder.stream->time_base = AVRational{1, clip.sampleRate};
-  check(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
+  testsupport::avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
 }
 
 void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -131,13 +108,13 @@ void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription
   frame->format = video->pix_fmt;
   frame->width = video->width;
   frame->height = video->height;
-  check(av_frame_get_buffer(frame, 0), "video frame");
+  testsupport::avCheck(av_frame_get_buffer(frame, 0), "video frame");
   SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
                                    video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
   for (int n = 0; n < clip.frames; ++n) {
     // Stored turned back, so that the display matrix turns it upright again.
     const PixelBuffer stored = turned(patternFrame(clip.width, clip.height, n), (4 - clip.quarterTurns % 4) % 4);
-    check(av_frame_make_writable(frame), "writable frame");
+    testsupport::avCheck(av_frame_make_writable(frame), "writable frame");
     const std::uint8_t* source[4] = {stored.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(stored.bytesPerRow()), 0, 0, 0};
     sws_scale(sws, source, strides, 0, stored.height(), frame->data, frame->linesize);
@@ -156,11 +133,11 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
   AVFrame* frame = av_frame_alloc();
   frame->format = audio->sample_fmt;
   frame->sample_rate = audio->sample_rate;
-  check(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
+  testsupport::avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
   frame->nb_samples = frameSize;
-  check(av_frame_get_buffer(frame, 0), "audio frame");
+  testsupport::avCheck(av_frame_get_buffer(frame, 0), "audio frame");
   for (std::int64_t start = 0; start < total; start += frameSize) {
-    check(av_frame_make_writable(frame), "writable frame");
+    testsupport::avCheck(av_frame_make_writable(frame), "writable frame");
     frame->nb_samples = int(std::min<std::int64_t>(frameSize, total - start));
     for (int i = 0; i < frame->nb_samples; ++i) {
       const double t = double(start + i) / clip.sampleRate;
@@ -183,7 +160,7 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
 void generate(const std::string& path, const ClipDescription& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
-  check(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
+  testsupport::avCheck(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
   const int storedWidth = sideways ? clip.height : clip.width;
   const int storedHeight = sideways ? clip.width : clip.height;
@@ -192,11 +169,11 @@ void generate(const std::string& path, const ClipDescription& clip) {
   if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
   openVideo(format, video, clip, storedWidth, storedHeight);
   if (hasAudio && !clip.audioFirst) openAudio(format, audio, clip);
-  check(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
-  check(avformat_write_header(format, nullptr), "header");
+  testsupport::avCheck(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
+  testsupport::avCheck(avformat_write_header(format, nullptr), "header");
   writeVideo(format, video, clip);
   if (hasAudio) writeAudio(format, audio, clip);
-  check(av_write_trailer(format), "trailer");
+  testsupport::avCheck(av_write_trailer(format), "trailer");
   avio_closep(&format->pb);
   avformat_free_context(format);
 }
@@ -206,8 +183,8 @@ void generate(const std::string& path, const ClipDescription& clip) {
 struct Input {
   AVFormatContext* format = nullptr;
   explicit Input(const std::string& path) {
-    check(avformat_open_input(&format, path.c_str(), nullptr, nullptr), "open input");
-    check(avformat_find_stream_info(format, nullptr), "stream info");
+    testsupport::avCheck(avformat_open_input(&format, path.c_str(), nullptr, nullptr), "open input");
+    testsupport::avCheck(avformat_find_stream_info(format, nullptr), "stream info");
   }
   ~Input() { avformat_close_input(&format); }
   int best(AVMediaType type) const { return av_find_best_stream(format, type, -1, -1, nullptr, 0); }
@@ -219,9 +196,9 @@ struct Decoder {
     const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
     if (!codec) throw std::runtime_error("no decoder");
     context = avcodec_alloc_context3(codec);
-    check(avcodec_parameters_to_context(context, stream->codecpar), "decoder parameters");
+    testsupport::avCheck(avcodec_parameters_to_context(context, stream->codecpar), "decoder parameters");
     context->pkt_timebase = stream->time_base;
-    check(avcodec_open2(context, codec, nullptr), "open decoder");
+    testsupport::avCheck(avcodec_open2(context, codec, nullptr), "open decoder");
   }
   ~Decoder() { avcodec_free_context(&context); }
 };
@@ -274,11 +251,6 @@ bool near(Bgra a, Bgra b) {
 
 }  // namespace
 
-std::string temporaryFolder() {
-  static Folder folder;
-  return folder.path;
-}
-
 std::string freshPath(const std::string& name) {
   const std::string path = temporaryFolder() + "/" + name;
   std::filesystem::remove(path);
@@ -294,11 +266,6 @@ std::string makeClip(const std::string& name, const ClipDescription& clip) {
   generate(path, clip);
   made[name] = path;
   return path;
-}
-
-std::string sample(const std::string& relative) {
-  const std::string path = std::string(HALVANE_MEDIA_DIR) + "/" + relative;
-  return std::filesystem::exists(path) ? path : std::string();
 }
 
 PixelBuffer patternFrame(int width, int height, int number) {
@@ -496,16 +463,6 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   });
   sws_freeContext(sws);
   return frames;
-}
-
-bool pumpUntil(platform::dispatch::ManualMainQueue& queue, const std::function<bool()>& done,
-               std::chrono::milliseconds limit) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (queue.runPending() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
 }
 
 }  // namespace videotest

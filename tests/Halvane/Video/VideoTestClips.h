@@ -4,15 +4,14 @@
 // left, green top right, blue bottom left, white bottom right) and, across the middle,
 // its number as eight black or white bars (bit 0 on the left), so orientation and
 // frame identity survive lossy coding. The sound is a 440 Hz tone.
-#include <chrono>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Media/PixelBuffer.h"
+#include "Support/MainQueuePump.h"
+#include "Support/TestFiles.h"
 
 namespace videotest {
 
@@ -34,13 +33,14 @@ struct ClipDescription {
   int channels = 1;
 };
 
+using testsupport::pumpUntil;
+using testsupport::sample;
+using testsupport::temporaryFolder;
+
 // A QuickTime movie in this process's temporary folder, made once per name.
 std::string makeClip(const std::string& name, const ClipDescription& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);
-std::string temporaryFolder();
-// HALVANE_MEDIA_DIR + "/" + relative; empty when the file is missing.
-std::string sample(const std::string& relative);
 
 // The upright test pattern of frame `number`, as BGRA.
 platform::media::PixelBuffer patternFrame(int width, int height, int number);
@@ -83,9 +83,5 @@ std::vector<float> decodedAudio(const std::string& path);
 // The video frames as stored (no transform applied), BGRA, in display order, at most
 // `limit` of them.
 std::vector<platform::media::PixelBuffer> decodedFrames(const std::string& path, int limit = 1 << 30);
-
-// Runs turns of the main queue until `done`, or fails after `limit` of real time.
-bool pumpUntil(platform::dispatch::ManualMainQueue& queue, const std::function<bool()>& done,
-               std::chrono::milliseconds limit = std::chrono::milliseconds(60000));
 
 }  // namespace videotest

@@ -7,49 +7,24 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-#include <unistd.h>
-
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <map>
 #include <mutex>
-#include <stdexcept>
-#include <thread>
+
+#include "Support/AvCheck.h"
 
 namespace mediatest {
 
 namespace {
 
-void check(int status, const char* what) {
-  if (status < 0) {
-    char text[AV_ERROR_MAX_STRING_SIZE] = {};
-    av_strerror(status, text, sizeof text);
-    throw std::runtime_error(std::string(what) + ": " + text);
-  }
-}
-
-struct Folder {
-  std::string path;
-  Folder() {
-    path = (std::filesystem::temp_directory_path() / ("halvane-media-test-" + std::to_string(::getpid()))).string();
-    std::filesystem::create_directories(path);
-  }
-  ~Folder() {
-    if (std::getenv("HALVANE_KEEP_TEST_FILES")) return;  // for a look at what a test wrote
-    std::error_code ignored;
-    std::filesystem::remove_all(path, ignored);
-  }
-};
-
 void writePackets(AVFormatContext* format, AVCodecContext* encoder, AVStream* stream, AVFrame* frame) {
-  check(avcodec_send_frame(encoder, frame), "send frame");
+  testsupport::avCheck(avcodec_send_frame(encoder, frame), "send frame");
   AVPacket* packet = av_packet_alloc();
   while (avcodec_receive_packet(encoder, packet) == 0) {
     av_packet_rescale_ts(packet, encoder->time_base, stream->time_base);
     packet->stream_index = stream->index;
-    check(av_interleaved_write_frame(format, packet), "write packet");
+    testsupport::avCheck(av_interleaved_write_frame(format, packet), "write packet");
   }
   av_packet_free(&packet);
 }
@@ -57,7 +32,7 @@ void writePackets(AVFormatContext* format, AVCodecContext* encoder, AVStream* st
 void generate(const std::string& path, const ClipSpec& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
-  check(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
+  testsupport::avCheck(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
   const bool odd = clip.width % 2 || clip.height % 2;
 
   const AVCodec* videoCodec = avcodec_find_encoder_by_name("libx264");
@@ -75,7 +50,7 @@ void generate(const std::string& path, const ClipSpec& clip) {
   av_opt_set(video->priv_data, "preset", "ultrafast", 0);
   av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
   av_opt_set(video->priv_data, "crf", "12", 0);
-  check(avcodec_open2(video, videoCodec, nullptr), "open x264");
+  testsupport::avCheck(avcodec_open2(video, videoCodec, nullptr), "open x264");
   AVStream* videoStream = avformat_new_stream(format, nullptr);
   videoStream->time_base = AVRational{1, 600};
   avcodec_parameters_from_context(videoStream->codecpar, video);
@@ -103,20 +78,20 @@ void generate(const std::string& path, const ClipSpec& clip) {
     audio->bit_rate = 64000 * clip.channels;
     audio->time_base = AVRational{1, clip.sampleRate};
     audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-    check(avcodec_open2(audio, audioCodec, nullptr), "open aac");
+    testsupport::avCheck(avcodec_open2(audio, audioCodec, nullptr), "open aac");
     audioStream = avformat_new_stream(format, nullptr);
     audioStream->time_base = audio->time_base;
     avcodec_parameters_from_context(audioStream->codecpar, audio);
   }
 
-  check(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "create");
-  check(avformat_write_header(format, nullptr), "header");
+  testsupport::avCheck(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "create");
+  testsupport::avCheck(avformat_write_header(format, nullptr), "header");
 
   AVFrame* frame = av_frame_alloc();
   frame->format = video->pix_fmt;
   frame->width = clip.width;
   frame->height = clip.height;
-  check(av_frame_get_buffer(frame, 0), "frame");
+  testsupport::avCheck(av_frame_get_buffer(frame, 0), "frame");
   AVFrame* sound = nullptr;
   std::int64_t samplesWritten = 0;
   const std::int64_t totalSamples = std::int64_t(clip.frames) * clip.sampleRate / clip.fps;
@@ -126,11 +101,11 @@ void generate(const std::string& path, const ClipSpec& clip) {
     sound->nb_samples = audio->frame_size;
     sound->sample_rate = audio->sample_rate;
     av_channel_layout_copy(&sound->ch_layout, &audio->ch_layout);
-    check(av_frame_get_buffer(sound, 0), "sound");
+    testsupport::avCheck(av_frame_get_buffer(sound, 0), "sound");
   }
   const int barWidth = std::max(1, clip.width / 8);
   for (int n = 0; n < clip.frames; ++n) {
-    check(av_frame_make_writable(frame), "writable");
+    testsupport::avCheck(av_frame_make_writable(frame), "writable");
     for (int y = 0; y < clip.height; ++y) {
       for (int x = 0; x < clip.width; ++x) {
         int luma;
@@ -151,7 +126,7 @@ void generate(const std::string& path, const ClipSpec& clip) {
     writePackets(format, video, videoStream, frame);
     // Sound up to this frame's end, in whole encoder frames.
     while (audio && samplesWritten < std::min(totalSamples, std::int64_t(n + 1) * clip.sampleRate / clip.fps)) {
-      check(av_frame_make_writable(sound), "writable sound");
+      testsupport::avCheck(av_frame_make_writable(sound), "writable sound");
       for (int c = 0; c < clip.channels; ++c) {
         auto* samples = reinterpret_cast<float*>(sound->data[c]);
         for (int i = 0; i < sound->nb_samples; ++i)
@@ -164,7 +139,7 @@ void generate(const std::string& path, const ClipSpec& clip) {
   }
   writePackets(format, video, videoStream, nullptr);
   if (audio) writePackets(format, audio, audioStream, nullptr);
-  check(av_write_trailer(format), "trailer");
+  testsupport::avCheck(av_write_trailer(format), "trailer");
   avio_closep(&format->pb);
   av_frame_free(&frame);
   av_frame_free(&sound);
@@ -174,11 +149,6 @@ void generate(const std::string& path, const ClipSpec& clip) {
 }
 
 }  // namespace
-
-std::string temporaryFolder() {
-  static Folder folder;
-  return folder.path;
-}
 
 std::string makeClip(const std::string& name, const ClipSpec& clip) {
   static std::mutex mutex;
@@ -215,21 +185,6 @@ int frameNumber(const platform::media::PixelBuffer& frame, int quarterTurns) {
     if (green >= 160) number |= 1 << bar;
   }
   return number;
-}
-
-std::string sample(const std::string& relative) {
-  const std::string path = std::string(HALVANE_MEDIA_DIR) + "/" + relative;
-  return std::filesystem::exists(path) ? path : std::string();
-}
-
-bool pumpUntil(platform::dispatch::ManualMainQueue& queue, const std::function<bool()>& done,
-               std::chrono::milliseconds limit) {
-  const auto deadline = std::chrono::steady_clock::now() + limit;
-  while (!done()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    if (queue.runPending() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
 }
 
 }  // namespace mediatest

@@ -1,0 +1,36 @@
+#include "Support/TestFiles.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace testsupport {
+namespace {
+
+struct Folder {
+  std::string path;
+  Folder() {
+    path = (std::filesystem::temp_directory_path() / ("halvane-test-" + std::to_string(::getpid()))).string();
+    std::filesystem::create_directories(path);
+  }
+  ~Folder() {
+    if (std::getenv("HALVANE_KEEP_TEST_FILES")) return;
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+  }
+};
+
+}  // namespace
+
+std::string temporaryFolder() {
+  static Folder folder;
+  return folder.path;
+}
+
+std::string sample(const std::string& relative) {
+  const std::string path = std::string(HALVANE_MEDIA_DIR) + "/" + relative;
+  return std::filesystem::exists(path) ? path : std::string();
+}
+
+}  // namespace testsupport

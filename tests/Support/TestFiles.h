@@ -1,0 +1,14 @@
+#pragma once
+// Files for the tests: one temporary folder per test process, and the sample media.
+#include <string>
+
+namespace testsupport {
+
+// This process's temporary folder, made on first use and removed at exit unless
+// HALVANE_KEEP_TEST_FILES is set (for a look at what a test wrote).
+std::string temporaryFolder();
+
+// HALVANE_MEDIA_DIR + "/" + relative; empty when the file is missing.
+std::string sample(const std::string& relative);
+
+}  // namespace testsupport
