@@ -7,22 +7,15 @@
 // CPU device (lavapipe) is the kernel's work.
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
-#include <filesystem>
 #include <string>
 
 #include "Halvane/Model/FilterCatalogue.h"
-#include "Halvane/Rendering/BundleLocator.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "KernelBench.h"
-#include "Platform/Gpu/Device.h"
-#include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageScale.h"
 
 namespace {
 
 using namespace halvane;
-namespace gpu = platform::gpu;
 
 // The colour pass's group memory: an 18 by 18 tile of four floats.
 constexpr size_t kTileBytes = 18 * 18 * 16;
@@ -36,26 +29,7 @@ Bench& bench() {
 }
 
 void ColorPass(benchmark::State& state, EditState edit) {
-  Bench& b = bench();
-  if (!b.pipeline || !b.source || !b.target) {
-    state.SkipWithError("no device, kernel bundle or texture");
-    return;
-  }
-  const RenderUniforms block = makeUniforms(kWidth, kHeight, edit, true);
-  for (auto _ : state) {
-    auto buffer = b.queue->commandBuffer();
-    auto encoder = buffer->computeCommandEncoder();
-    encoder->setComputePipelineState(b.pipeline);
-    encoder->setTexture(b.source, 0);
-    encoder->setTexture(b.target, 1);
-    encoder->setBytes(&block, sizeof block, 0);
-    encoder->setThreadgroupMemoryLength(kTileBytes, 0);
-    encoder->dispatchThreadgroups({(kWidth + 15) / 16, (kHeight + 15) / 16, 1}, {16, 16, 1});
-    encoder->endEncoding();
-    buffer->commit();
-    buffer->waitUntilCompleted();
-  }
-  state.counters["Mpixel/s"] = benchmark::Counter(12.0 * double(state.iterations()), benchmark::Counter::kIsRate);
+  kernelbench::runPass(state, bench(), makeUniforms(kWidth, kHeight, edit, true), kTileBytes);
 }
 
 EditState look(const char* id) {

@@ -43,4 +43,28 @@ KernelBench makeKernelBench(const std::string& kernel) {
   return b;
 }
 
+void runPass(benchmark::State& state, const KernelBench& bench, const RenderUniforms& block,
+             std::size_t groupMemoryBytes) {
+  if (!bench.pipeline || !bench.source || !bench.target) {
+    state.SkipWithError("no device, kernel bundle or texture");
+    return;
+  }
+  for (auto _ : state) {
+    auto buffer = bench.queue->commandBuffer();
+    auto encoder = buffer->computeCommandEncoder();
+    encoder->setComputePipelineState(bench.pipeline);
+    encoder->setTexture(bench.source, 0);
+    encoder->setTexture(bench.target, 1);
+    encoder->setBytes(&block, sizeof block, 0);
+    if (groupMemoryBytes) encoder->setThreadgroupMemoryLength(groupMemoryBytes, 0);
+    encoder->dispatchThreadgroups({(kBenchWidth + 15) / 16, (kBenchHeight + 15) / 16, 1}, {16, 16, 1});
+    encoder->endEncoding();
+    buffer->commit();
+    buffer->waitUntilCompleted();
+  }
+  const double megapixels = double(kBenchWidth) * kBenchHeight / 1e6;
+  state.counters["Mpixel/s"] =
+      benchmark::Counter(megapixels * double(state.iterations()), benchmark::Counter::kIsRate);
+}
+
 }  // namespace halvane::kernelbench

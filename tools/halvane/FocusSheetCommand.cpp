@@ -1,10 +1,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "BitmapFont.h"
 #include "Command.h"
+#include "Halvane/Model/FocusMode.h"
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "PhotoSource.h"
 #include "Platform/Media/ImageEncoder.h"
@@ -17,43 +20,20 @@ namespace {
 using platform::media::Image;
 
 struct FocusSheetEntry {
-  const char* title;  // the mode's button text in the focus panel
+  std::string title;  // the mode's button text in the focus panel
   EditState state;
 };
 
-// Each mode as the focus tool starts it from "Off": centre 0.5, 0.5, aspect 1, then
-// the mode's own values.
+// Each mode as the focus tool starts it from "Off".
 std::vector<FocusSheetEntry> focusSheetEntries() {
-  auto mode = [](int number, float strength) {
-    EditState s;
-    s.focusMode = number;
-    s.focusCenterX = 0.5f, s.focusCenterY = 0.5f, s.focusAspect = 1;
-    s.focusStrength = strength;
-    return s;
-  };
-  auto region = [&](int number, float radius) {
-    EditState s = mode(number, 0.75f);
-    s.focusRadius = radius, s.focusFeather = 0.5f, s.focusAngle = 0;
-    return s;
-  };
-  EditState bokeh = region(7, 0.25f), iris = region(8, 0.25f), depth = region(9, 0.25f), edge = mode(10, 0.5f);
-  bokeh.focusBokehHighlights = 0.3f;
-  iris.irisBlades = 6;
-  depth.depthMix = 0.5f;
-  edge.edgeProtect = 0.5f;
-  EditState motion = mode(6, 0.5f);
-  motion.focusAngle = 0;
-  return {{"Off", EditState{}},
-          {"Radial", region(1, 0.25f)},
-          {"Linear", region(2, 0.15f)},
-          {"Mirrored", region(3, 0.15f)},
-          {"Gaussian", mode(4, 0.5f)},
-          {"Zoom", mode(5, 0.5f)},
-          {"Motion", motion},
-          {"Bokeh", bokeh},
-          {"Iris", iris},
-          {"Depth", depth},
-          {"Edge", edge}};
+  std::vector<FocusSheetEntry> entries;
+  for (const FocusMode mode : kAllFocusModes) {
+    EditState state;
+    state.focusMode = std::int64_t(mode);
+    focusDefaults(state, mode);
+    entries.push_back({std::string(focusModeTitle(mode).defaultText), state});
+  }
+  return entries;
 }
 
 void paste(Image& sheet, const Image& tile, int x0, int y0) {
@@ -109,7 +89,7 @@ Command makeFocusSheetCommand() {
                    tools::fillRect(canvas, 0, 0, sheet.width, sheet.height, {24, 24, 24});
                    for (size_t i = 0; i < entries.size(); ++i) {
                      auto rendered = engine->renderToImage(texture, entries[i].state);
-                     if (!rendered) throw CommandError(std::string("rendering failed for ") + entries[i].title);
+                     if (!rendered) throw CommandError("rendering failed for " + entries[i].title);
                      const int x = gap + int(i % columns) * (tileWidth + gap);
                      const int y = gap + int(i / columns) * (tileHeight + labelHeight + gap);
                      paste(sheet, *rendered, x, y);

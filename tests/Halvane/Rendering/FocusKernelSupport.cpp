@@ -19,45 +19,10 @@ namespace halvane::testing {
 
 namespace gpu = platform::gpu;
 
-EditState focusDefaults(int mode) {
+EditState focusStarted(int mode) {
   EditState state;
   state.focusMode = mode;
-  state.focusCenterX = 0.5f;
-  state.focusCenterY = 0.5f;
-  state.focusAspect = 1;
-  switch (mode) {
-    case 1:  // radial
-      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
-      break;
-    case 2:  // linear
-    case 3:  // mirrored
-      state.focusRadius = 0.15f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
-      break;
-    case 4:  // gaussian
-    case 5:  // zoom
-      state.focusStrength = 0.5f;
-      break;
-    case 6:  // motion
-      state.focusAngle = 0, state.focusStrength = 0.5f;
-      break;
-    case 7:  // bokeh
-      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
-      state.focusBokehHighlights = 0.3f;
-      break;
-    case 8:  // iris
-      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
-      state.irisBlades = 6;
-      break;
-    case 9:  // depth
-      state.focusRadius = 0.25f, state.focusFeather = 0.5f, state.focusAngle = 0, state.focusStrength = 0.75f;
-      state.depthMix = 0.5f;
-      break;
-    case 10:  // edge
-      state.focusStrength = 0.5f, state.edgeProtect = 0.5f;
-      break;
-    default:
-      break;
-  }
+  focusDefaults(state, FocusMode(mode));
   return state;
 }
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Halvane/Model/EditState.h"
+#include "Halvane/Model/FocusMode.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
@@ -18,9 +19,8 @@ namespace halvane::testing {
 
 using platform::media::Image;
 
-// The values the focus tool starts a mode with, as the focus session seeds them:
-// centre 0.5, 0.5, aspect 1, then the mode's own row.
-EditState focusDefaults(int mode);
+// A default state in focus mode `mode` with the values the focus tool starts it with.
+EditState focusStarted(int mode);
 
 class FocusKernelRunner {
  public:

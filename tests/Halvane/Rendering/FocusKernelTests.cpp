@@ -16,7 +16,7 @@
 namespace halvane {
 namespace {
 
-using testing::focusDefaults;
+using testing::focusStarted;
 using testing::focusRunner;
 using testing::Image;
 using testing::maxAbsoluteDifference;
@@ -51,7 +51,7 @@ TEST_F(FocusKernel, StrengthZeroIsAnExactIdentityInEveryMode) {
   const Image input = testing::makeImage(45, 29, 7);
   for (int mode = 0; mode <= 10; ++mode) {
     for (bool finalOutput : {false, true}) {
-      EditState state = focusDefaults(mode);
+      EditState state = focusStarted(mode);
       state.focusStrength = 0;
       EXPECT_EQ(run(input, state, finalOutput).pixels, input.pixels) << kModeNames[mode] << " final " << finalOutput;
     }
@@ -69,7 +69,7 @@ TEST_F(FocusKernel, SharpRegionKeepsTheInputAtItsDefaults) {
   // pixel gets a streak shorter than a pixel.
   for (int mode : {1, 2, 3, 5, 7, 8, 9}) {
     for (bool finalOutput : {false, true}) {
-      const Image output = run(input, focusDefaults(mode), finalOutput);
+      const Image output = run(input, focusStarted(mode), finalOutput);
       ASSERT_FALSE(output.pixels.empty());
       const int reach = mode == 5 ? 0 : (mode == 2 || mode == 3) ? 4 : 7;
       int worst = 0;
@@ -112,10 +112,10 @@ void expectNonIncreasing(const std::vector<double>& contrast, const std::string&
 TEST_F(FocusKernel, BlurGrowsMonotonicallyFromTheRegionEdge) {
   const Image input = testing::makeCheckerboard(160, 160, 1, 40, 200);
   // Radial: R = 0.3 x 160 x 0.5 = 24, feather 1 runs to 48.
-  EditState radial = focusDefaults(1);
+  EditState radial = focusStarted(1);
   radial.focusRadius = 0.3f, radial.focusFeather = 1, radial.focusStrength = 1;
   // Linear at 30 degrees and mirrored: the band edge at 24, full blur from 48 on.
-  EditState linear = focusDefaults(2);
+  EditState linear = focusStarted(2);
   linear.focusRadius = 0.3f, linear.focusFeather = 1, linear.focusStrength = 1, linear.focusAngle = 30;
   EditState mirrored = linear;
   mirrored.focusMode = 3;
@@ -149,7 +149,7 @@ TEST_F(FocusKernel, GaussianMatchesTheCpuReference) {
   };
   for (const Case& c : {Case{400, 300, 0.5f}, Case{400, 300, 1.0f}, Case{600, 450, 1.0f}}) {
     const Image input = testing::makeImage(c.width, c.height, 11);
-    EditState state = focusDefaults(4);
+    EditState state = focusStarted(4);
     state.focusStrength = c.strength;
     const Image expected = testing::referenceGaussian(input, c.strength);
     for (bool finalOutput : {false, true}) {
@@ -186,7 +186,7 @@ TEST_F(FocusKernel, BlursInLinearLight) {
   const Image checker = testing::makeCheckerboard(100, 100, 1, 0, 255);
   const Image solid = testing::makeSolid(64, 48, 30, 140, 220);
   for (int mode : {4, 6, 10}) {
-    EditState state = focusDefaults(mode);
+    EditState state = focusStarted(mode);
     state.focusStrength = 1;
     state.edgeProtect = 0;
     for (bool finalOutput : {false, true}) {
@@ -203,7 +203,7 @@ TEST_F(FocusKernel, PreviewAndExportLookTheSame) {
   const Image photo = testing::loadPhoto("photo/flower.webp", 240);
   if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   for (int mode = 1; mode <= 10; ++mode) {
-    const EditState state = focusDefaults(mode);
+    const EditState state = focusStarted(mode);
     const Image preview = run(photo, state, false);
     const Image finished = run(photo, state, true);
     // The export spends more samples; the two differ by sampling only.
@@ -219,7 +219,7 @@ TEST_F(FocusKernel, SizesFollowThePicture) {
   if (large.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   const Image small = platform::media::scaleImage(large, large.width / 2, large.height / 2);
   for (int mode = 1; mode <= 10; ++mode) {
-    const EditState state = focusDefaults(mode);
+    const EditState state = focusStarted(mode);
     const Image halved = platform::media::scaleImage(run(large, state, true), small.width, small.height);
     // Halving is a box filter that itself blurs by half a pixel of the small picture,
     // and the sharp region's edge falls on different pixels at the two sizes.
@@ -236,7 +236,7 @@ TEST_F(FocusKernel, StreaksFollowTheirDirection) {
       std::fill_n(rows.pixel(x, y), 3, uint8_t((y / 2) % 2 ? 230 : 20));
       std::fill_n(columns.pixel(x, y), 3, uint8_t((x / 2) % 2 ? 230 : 20));
     }
-  EditState motion = focusDefaults(6);
+  EditState motion = focusStarted(6);
   motion.focusStrength = 1;
   for (bool finalOutput : {false, true}) {
     // Angle 0 moves along x: rows stay, columns blur.
@@ -258,7 +258,7 @@ TEST_F(FocusKernel, StreaksFollowTheirDirection) {
                   uint8_t(std::fmod(std::atan2(dy, dx) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20));
       std::fill_n(rings.pixel(x, y), 3, uint8_t(int(std::hypot(dx, dy) / 2) % 2 ? 230 : 20));
     }
-  EditState zoom = focusDefaults(5);
+  EditState zoom = focusStarted(5);
   zoom.focusStrength = 1;
   const Image zoomedRings = run(rings, zoom, true);
   const Image zoomedRays = run(rays, zoom, true);
@@ -285,7 +285,7 @@ TEST_F(FocusKernel, IrisGivesBladedHighlights) {
       ++steps;
     return double(steps);
   };
-  EditState iris = focusDefaults(8);
+  EditState iris = focusStarted(8);
   iris.focusCenterX = 0, iris.focusCenterY = 0, iris.focusRadius = 0, iris.focusStrength = 1;
   const Image bladed = run(point, iris, true);
   EXPECT_NEAR(reach(bladed, 0, -1) / reach(bladed, 1, 0), 1.155, 0.08);
@@ -304,7 +304,7 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOther) {
   const Image photo = testing::loadPhoto("photo/flower.webp", 240);
   if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   std::vector<Image> results;
-  for (int mode = 0; mode <= 10; ++mode) results.push_back(run(photo, focusDefaults(mode), false));
+  for (int mode = 0; mode <= 10; ++mode) results.push_back(run(photo, focusStarted(mode), false));
   for (int a = 0; a <= 10; ++a)
     for (int b = a + 1; b <= 10; ++b) {
       // Bokeh and iris are one lens blur with two apertures: they differ in the shape of
@@ -323,8 +323,8 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOther) {
       for (int dy = 0; dy < 2; ++dy)
         for (int dx = 0; dx < 2; ++dx) std::copy_n(lamp, 3, lights.pixel(x + dx, y + dy));
     }
-  const Image bokeh = run(lights, focusDefaults(7), false);
-  const Image iris = run(lights, focusDefaults(8), false);
+  const Image bokeh = run(lights, focusStarted(7), false);
+  const Image iris = run(lights, focusStarted(8), false);
   // Discs against hexagons: the rims of every lamp's shape differ, the rest alike.
   int differing = 0;
   for (int y = 0; y < bokeh.height; ++y)
