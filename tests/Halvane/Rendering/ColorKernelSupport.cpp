@@ -2,13 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
 
 #include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageEncoder.h"
 #include "Platform/Media/ImageScale.h"
 
 namespace halvane::colortest {
@@ -109,22 +105,6 @@ double rampLevel(const Image& ramp, int x) {
 std::array<int, 3> rgb(const Image& image, int x, int y) {
   const uint8_t* p = image.pixel(x, y);
   return {p[2], p[1], p[0]};
-}
-
-double maxAbsoluteDifference(const Image& a, const Image& b) {
-  if (a.width != b.width || a.height != b.height) return INFINITY;
-  int most = 0;
-  for (size_t i = 0; i < a.pixels.size(); i += 4)
-    for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c])));
-  return most;
-}
-
-void saveForInspection(const Image& image, const std::string& name) {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::filesystem::path folder = std::filesystem::current_path() / "color-test-output";
-  std::filesystem::create_directories(folder);
-  const std::string stem = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : std::string();
-  platform::media::writePNG(image, folder / (stem + name + ".png"));
 }
 
 }  // namespace halvane::colortest

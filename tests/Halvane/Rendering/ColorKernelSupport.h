@@ -8,6 +8,7 @@
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Rendering/EngineTestSupport.h"
 #include "Platform/Media/Image.h"
+#include "Support/ImageCompare.h"
 
 namespace halvane::colortest {
 
@@ -35,9 +36,7 @@ Image makeFlat(int width, int height, int r, int g, int b);
 double rampLevel(const Image& ramp, int x);
 // r, g, b of a pixel.
 std::array<int, 3> rgb(const Image& image, int x, int y);
-double maxAbsoluteDifference(const Image& a, const Image& b);
-
-// Writes a failing picture next to the test log (as PNG) so it can be looked at.
-void saveForInspection(const Image& image, const std::string& name);
+using testsupport::maxAbsoluteDifference;
+using testsupport::saveForInspection;
 
 }  // namespace halvane::colortest

@@ -1,8 +1,5 @@
 #include "EngineTestSupport.h"
 
-#include <cmath>
-#include <cstdlib>
-
 namespace halvane::testing {
 
 using namespace platform::gpu;
@@ -103,19 +100,6 @@ platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<T
   auto image = engine.renderToImage(texture, EditState{});
   EXPECT_TRUE(image.has_value());
   return image ? *image : platform::media::Image{};
-}
-
-double meanAbsoluteDifference(const platform::media::Image& a, const platform::media::Image& b) {
-  if (a.width != b.width || a.height != b.height || a.pixels.empty()) return INFINITY;
-  double sum = 0;
-  size_t count = 0;
-  for (size_t i = 0; i < a.pixels.size(); i += 4) {
-    for (int c = 0; c < 3; ++c) {
-      sum += std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c]));
-      ++count;
-    }
-  }
-  return sum / double(count);
 }
 
 }  // namespace halvane::testing

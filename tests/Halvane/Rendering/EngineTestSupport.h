@@ -11,6 +11,7 @@
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/Image.h"
+#include "Support/ImageCompare.h"
 
 namespace halvane::testing {
 
@@ -37,7 +38,6 @@ platform::media::Image makeDistinctImage(uint32_t width, uint32_t height);
 platform::media::Image makeSolidImage(uint32_t width, uint32_t height, uint8_t b, uint8_t g, uint8_t r);
 // The texture's pixels, read back through the engine's own unedited path.
 platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<platform::gpu::Texture>& texture);
-// Mean absolute difference over all colour channels, in code values.
-double meanAbsoluteDifference(const platform::media::Image& a, const platform::media::Image& b);
+using testsupport::meanAbsoluteDifference;
 
 }  // namespace halvane::testing

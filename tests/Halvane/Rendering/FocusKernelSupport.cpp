@@ -12,7 +12,6 @@
 
 #include "Halvane/Rendering/BundleLocator.h"
 #include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageEncoder.h"
 #include "Platform/Media/ImageScale.h"
 
 namespace halvane::testing {
@@ -200,30 +199,6 @@ Image referenceGaussian(const Image& input, float strength) {
     }
   }
   return output;
-}
-
-double meanAbsoluteDifference(const Image& a, const Image& b) {
-  if (a.width != b.width || a.height != b.height || a.pixels.empty()) return 1e9;
-  double sum = 0;
-  for (size_t i = 0; i < a.pixels.size(); i += 4)
-    for (size_t c = 0; c < 3; ++c) sum += std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c]));
-  return sum / double(a.pixels.size() / 4 * 3);
-}
-
-int maxAbsoluteDifference(const Image& a, const Image& b) {
-  if (a.width != b.width || a.height != b.height || a.pixels.empty()) return 1 << 20;
-  int most = 0;
-  for (size_t i = 0; i < a.pixels.size(); i += 4)
-    for (size_t c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c])));
-  return most;
-}
-
-void saveForInspection(const Image& image, const std::string& name) {
-  const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-  std::filesystem::path folder = std::filesystem::current_path() / "focus-test-output";
-  std::filesystem::create_directories(folder);
-  const std::string stem = info ? std::string(info->test_suite_name()) + "." + info->name() + "." : std::string();
-  platform::media::writePNG(image, folder / (stem + name + ".png"));
 }
 
 }  // namespace halvane::testing

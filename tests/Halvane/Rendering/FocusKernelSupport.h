@@ -14,6 +14,7 @@
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
+#include "Support/ImageCompare.h"
 
 namespace halvane::testing {
 
@@ -63,10 +64,8 @@ Image loadPhoto(const std::string& relativePath, int width);
 // truncated at 3 sigma and renormalised inside the picture, as the kernel defines it.
 Image referenceGaussian(const Image& input, float strength);
 
-// Differences over the colour channels, in code values.
-double meanAbsoluteDifference(const Image& a, const Image& b);
-int maxAbsoluteDifference(const Image& a, const Image& b);
-// Writes the image as PNG under the test's output folder (for a failed comparison).
-void saveForInspection(const Image& image, const std::string& name);
+using testsupport::maxAbsoluteDifference;
+using testsupport::meanAbsoluteDifference;
+using testsupport::saveForInspection;
 
 }  // namespace halvane::testing
