@@ -8,9 +8,8 @@
 // display links use): the player maps item time to it, so a host time handed to
 // itemTime(forHostTime:) is read on this clock. The silent sink's clock is mediaTime()
 // itself (or a clock a test gives it). A device sink (the Qt Multimedia one, in
-// Platform/Qt) derives it from the device's played position, so that the picture
-// follows what is heard: for example the host time at which playback started plus the
-// duration the device reports as played, kept continuous across pauses.
+// Platform/Qt) stays on that scale but runs behind it by how far the heard sound lags
+// what was written, so that the picture follows what is heard.
 #include <atomic>
 #include <cstddef>
 #include <functional>
