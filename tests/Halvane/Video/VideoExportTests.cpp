@@ -7,6 +7,8 @@
 #include <cmath>
 #include <filesystem>
 #include <fstream>
+#include <string>
+#include <vector>
 
 #include "Platform/Media/Asset.h"
 #include "VideoPlaybackSupport.h"
@@ -40,13 +42,28 @@ class VideoExportTest : public testing::VideoRendererTest {
     if (!result || result->hasValue()) return "(no failure)";
     return result->error().localizedDescription();
   }
+
+  // A silent pattern clip of `frames` frames at width x height, exported with `edit`
+  // at `preset`: the written frames as decoded, none when the export failed.
+  std::vector<PixelBuffer> exportSilentClip(const std::string& name, int width, int height, int frames,
+                                            const EditState& edit, VideoExportPreset preset) {
+    ClipDescription clip;
+    clip.width = width;
+    clip.height = height;
+    clip.frames = frames;
+    clip.audio = ClipAudio::none;
+    const std::string size = std::to_string(width) + "x" + std::to_string(height);
+    const auto source = videotest::makeClip("silent-" + size + "-" + std::to_string(frames), clip);
+    const auto output = videotest::freshPath(name + ".mov");
+    const auto result = runExport(source, output, edit, preset);
+    EXPECT_TRUE(result && result->hasValue()) << failureText(result);
+    return result && result->hasValue() ? videotest::decodedFrames(output) : std::vector<PixelBuffer>{};
+  }
 };
 
 class RotatedExportTest : public VideoExportTest, public ::testing::WithParamInterface<int> {};
 
 TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
-  // libx265 3.5 overruns its heap on pictures 48 or fewer pixels wide (its cuTree
-  // analysis), so the upright picture is kept at 64 wide.
   ClipDescription clip;
   clip.width = 64;
   clip.height = 96;
@@ -110,16 +127,7 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
 }
 
 TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
-  ClipDescription clip;
-  clip.width = 63;
-  clip.height = 47;
-  clip.frames = 5;
-  clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("odd-63x47", clip);
-  const auto output = videotest::freshPath("odd.mov");
-  const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
-  ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = exportSilentClip("odd", 63, 47, 5, EditState(), VideoExportPreset::maxQuality);
   ASSERT_EQ(frames.size(), 5u);
   EXPECT_EQ(frames[0].width(), 62);
   EXPECT_EQ(frames[0].height(), 46);
@@ -127,16 +135,9 @@ TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
 }
 
 TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
-  ClipDescription clip;
-  clip.frames = 10;
-  clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("edit-64x48", clip);
-  const auto output = videotest::freshPath("edited.mov");
   EditState dark;
   dark.exposure = -3;
-  const auto result = runExport(source, output, dark, VideoExportPreset::balanced);
-  ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = exportSilentClip("edited", 64, 48, 10, dark, VideoExportPreset::balanced);
   ASSERT_EQ(frames.size(), 10u);
   const double unedited = videotest::meanLevel(videotest::patternFrame(64, 48, 0));
   for (const auto& frame : frames) EXPECT_LT(videotest::meanLevel(frame), unedited * 0.6);
@@ -144,16 +145,7 @@ TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
 
 // Real 1080-line sources, a few frames long.
 TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
-  ClipDescription clip;
-  clip.width = 1921;
-  clip.height = 1080;
-  clip.frames = 3;
-  clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("wide-1921x1080", clip);
-  const auto output = videotest::freshPath("social.mov");
-  const auto result = runExport(source, output, EditState(), VideoExportPreset::social);
-  ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = exportSilentClip("social", 1921, 1080, 3, EditState(), VideoExportPreset::social);
   ASSERT_EQ(frames.size(), 3u);
   EXPECT_EQ(frames[0].width(), 1920);
   EXPECT_EQ(frames[0].height(), 1078);
@@ -162,16 +154,7 @@ TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
 }
 
 TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
-  ClipDescription clip;
-  clip.width = 1081;
-  clip.height = 721;
-  clip.frames = 3;
-  clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("odd-1081x721", clip);
-  const auto output = videotest::freshPath("maxquality.mov");
-  const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
-  ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = exportSilentClip("maxquality", 1081, 721, 3, EditState(), VideoExportPreset::maxQuality);
   ASSERT_EQ(frames.size(), 3u);
   EXPECT_EQ(frames[0].width(), 1080);
   EXPECT_EQ(frames[0].height(), 720);
@@ -183,17 +166,9 @@ TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
 }
 
 TEST_F(VideoExportTest, ACropToOnePixelWritesTwoByTwo) {
-  ClipDescription clip;
-  clip.frames = 3;
-  clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("crop-source", clip);
-  const auto output = videotest::freshPath("pixel.mov");
   EditState crop;
   crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};  // inside the red quadrant
-  const auto result = runExport(source, output, crop, VideoExportPreset::balanced);
-  ASSERT_TRUE(result);
-  ASSERT_TRUE(result->hasValue()) << failureText(result);
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = exportSilentClip("pixel", 64, 48, 3, crop, VideoExportPreset::balanced);
   ASSERT_EQ(frames.size(), 3u);
   EXPECT_EQ(frames[0].width(), 2);
   EXPECT_EQ(frames[0].height(), 2);
