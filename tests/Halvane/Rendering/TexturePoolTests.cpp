@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <mutex>
+#include <set>
 #include <thread>
 
 #include "FakeTexture.h"
@@ -113,13 +115,23 @@ TEST(TexturePool, RefusedAllocationGivesNone) {
 
 TEST(TexturePool, ConcurrentAcquireAndReleaseNeverShareATexture) {
   TexturePool pool(CountingAllocator().allocator());
+  // Who holds what, kept apart from the pool: a texture handed to a second holder
+  // before the first gave it back is a collision.
+  std::mutex heldLock;
+  std::set<const platform::gpu::Texture*> held;
   std::atomic<int> collisions = 0;
   auto worker = [&] {
     for (int i = 0; i < 2000; ++i) {
       auto texture = pool.acquire(16, 16, PixelFormat::bgra8Unorm, 3);
-      // A texture held by two users at once would see the other's use count.
-      if (texture.use_count() > 2) ++collisions;
-      pool.release(texture);
+      {
+        std::lock_guard lock(heldLock);
+        if (!held.insert(texture.get()).second) ++collisions;
+      }
+      {
+        std::lock_guard lock(heldLock);
+        held.erase(texture.get());
+      }
+      pool.release(std::move(texture));
     }
   };
   std::thread a(worker), b(worker), c(worker);
