@@ -5,6 +5,9 @@
 // and every consumer that feeds the GPU cleans them again (RenderUniforms).
 #include <cstdint>
 #include <limits>
+#include <type_traits>
+
+#include "Halvane/Model/EditFields.h"
 
 namespace halvane {
 
@@ -44,65 +47,6 @@ struct Rect {
   bool operator==(const Rect&) const = default;
 };
 
-struct EditState {
-  // The current format version of the record.
-  static constexpr std::int64_t kCurrentVersion = 1;
-
-  std::int64_t version = kCurrentVersion;
-  float exposure = 0;
-  float brightness = 0;
-  float contrast = 1;
-  float highlights = 0;
-  float shadows = 0;
-  float whites = 0;
-  float blacks = 0;
-  float gamma = 1;
-  float saturation = 1;
-  float vibrance = 0;
-  float temperature = 6500;
-  float tint = 0;
-  float sharpness = 0;
-  float clarity = 0;
-  float vignetteIntensity = 0;
-  float vignetteRadius = 1;
-  std::int64_t filterType = 0;
-  float filterIntensity = 1;
-  Bool flipHorizontal = false;
-  float rotationAngle = 0;
-  std::int64_t rotationQuarterTurns = 0;
-  std::int64_t focusMode = 0;
-  float focusCenterX = 0.5f;
-  float focusCenterY = 0.5f;
-  float focusRadius = 0.25f;
-  float focusFeather = 0.5f;
-  float focusAngle = 0;
-  float focusStrength = 0;
-  float focusAspect = 1;
-  float focusBokehHighlights = 0;
-  std::int64_t irisBlades = 6;
-  float irisRotation = 0;
-  float depthMix = 0;
-  float focusDepth = 0.5f;
-  float edgeProtect = 0;
-  Rect cropRect{0, 0, 1, 1};
-  double trimStart = 0;
-  double trimEnd = 0;
-  float audioVolume = 1;
-  Bool audioMuted = false;
-
-  // The record with every field at its default, built once on first use and shared.
-  static const EditState& defaultState();
-
-  // Field by field in declaration order: floats and doubles by numeric equality (a NaN
-  // is unequal to everything, -0 equals 0), the crop by rectangle equality, Bools by
-  // their lowest bit. `version` takes part.
-  bool operator==(const EditState&) const = default;
-
-  // True when the state shows no edit: equal to the default once its version is
-  // replaced by the default's. Trim and audio fields count.
-  bool isDefault() const;
-};
-
 // The valid range of a Float field and the value that replaces a NaN or an infinity.
 // The same rule serves the decoder and the parameter block.
 struct FloatRange {
@@ -134,44 +78,47 @@ struct IntRange {
   }
 };
 
-// The valid ranges of the fields; each fallback is the field's default.
-namespace edit_ranges {
-inline constexpr FloatRange exposure{-3, 3, 0};
-inline constexpr FloatRange brightness{-1, 1, 0};
-inline constexpr FloatRange contrast{0.5f, 2, 1};
-inline constexpr FloatRange highlights{-1, 1, 0};
-inline constexpr FloatRange shadows{-1, 1, 0};
-inline constexpr FloatRange whites{-1, 1, 0};
-inline constexpr FloatRange blacks{-1, 1, 0};
-inline constexpr FloatRange gamma{0.2f, 5, 1};
-inline constexpr FloatRange saturation{0, 2, 1};
-inline constexpr FloatRange vibrance{-1, 1, 0};
-inline constexpr FloatRange temperature{2000, 10000, 6500};
-inline constexpr FloatRange tint{-1, 1, 0};
-inline constexpr FloatRange sharpness{0, 2, 0};
-inline constexpr FloatRange clarity{-1, 1, 0};
-inline constexpr FloatRange vignetteIntensity{0, 2, 0};
-inline constexpr FloatRange vignetteRadius{0, 2, 1};
-inline constexpr FloatRange filterIntensity{0, 1, 1};
-inline constexpr FloatRange rotationAngle{-45, 45, 0};
-inline constexpr FloatRange focusCenterX{0, 1, 0.5f};
-inline constexpr FloatRange focusCenterY{0, 1, 0.5f};
-inline constexpr FloatRange focusRadius{0, 1, 0.25f};
-inline constexpr FloatRange focusFeather{0, 1, 0.5f};
-inline constexpr FloatRange focusAngle{-180, 180, 0};
-inline constexpr FloatRange focusStrength{0, 1, 0};
-inline constexpr FloatRange focusAspect{0.5f, 2, 1};
-inline constexpr FloatRange focusBokehHighlights{0, 1, 0};
-inline constexpr FloatRange irisRotation{0, 180, 0};
-inline constexpr FloatRange depthMix{0, 1, 0};
-inline constexpr FloatRange focusDepth{0, 1, 0.5f};
-inline constexpr FloatRange edgeProtect{0, 1, 0};
-inline constexpr FloatRange audioVolume{0, 2, 1};
+struct EditState {
+  // The current format version of the record.
+  static constexpr std::int64_t kCurrentVersion = 1;
 
-// filterType's upper end is the catalogue's largest number (FilterCatalogue::maxFilterType).
-inline constexpr IntRange rotationQuarterTurns{0, 3};
-inline constexpr IntRange focusMode{0, 10};
-inline constexpr IntRange irisBlades{3, 9};
+#define HALVANE_EDIT_MEMBER(name, Type, initial, lower, upper, block) Type name = initial;
+  HALVANE_EDIT_FIELDS(HALVANE_EDIT_MEMBER)
+#undef HALVANE_EDIT_MEMBER
+
+  // The record with every field at its default, built once on first use and shared.
+  static const EditState& defaultState();
+
+  // Field by field in declaration order: floats and doubles by numeric equality (a NaN
+  // is unequal to everything, -0 equals 0), the crop by rectangle equality, Bools by
+  // their lowest bit. `version` takes part.
+  bool operator==(const EditState&) const = default;
+
+  // True when the state shows no edit: equal to the default once its version is
+  // replaced by the default's. Trim and audio fields count.
+  bool isDefault() const;
+};
+
+// No range: the field's type has its own rule of validity.
+struct NoRange {};
+
+template <typename Type, typename Lower, typename Upper, typename Initial>
+constexpr auto rangeOf(Type EditState::*, Lower lower, Upper upper, const Initial& initial) {
+  if constexpr (std::is_same_v<Type, float>) {
+    return FloatRange{static_cast<float>(lower), static_cast<float>(upper), static_cast<float>(initial)};
+  } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+    return IntRange{static_cast<std::int64_t>(lower), static_cast<std::int64_t>(upper)};
+  } else {
+    return NoRange{};
+  }
+}
+
+// The valid range of each field by its name: edit_ranges::exposure, edit_ranges::irisBlades.
+namespace edit_ranges {
+#define HALVANE_EDIT_RANGE(name, Type, initial, lower, upper, block) \
+  inline constexpr auto name = rangeOf(&EditState::name, lower, upper, initial);
+HALVANE_EDIT_FIELDS(HALVANE_EDIT_RANGE)
+#undef HALVANE_EDIT_RANGE
 }  // namespace edit_ranges
 
 }  // namespace halvane

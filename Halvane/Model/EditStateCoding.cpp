@@ -6,9 +6,10 @@
 #include <limits>
 #include <optional>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 
-#include "Halvane/Model/FilterCatalogue.h"
+#include "Halvane/Model/EditFieldTable.h"
 
 namespace halvane {
 
@@ -177,104 +178,59 @@ EditState decode(const Json& document) {
   if (!document.is_object()) {
     throw EditStateCodingError("", "the coded form of an EditState must be a JSON object");
   }
-  auto get = [&](std::string_view key) { return member(document, key); };
-  namespace r = edit_ranges;
-
   EditState s;
-  s.version = readInt(get("version")).value_or(EditState::kCurrentVersion);
-  s.exposure = cleanFloat(readFloat(get("exposure")), r::exposure);
-  s.brightness = cleanFloat(readFloat(get("brightness")), r::brightness);
-  s.contrast = cleanFloat(readFloat(get("contrast")), r::contrast);
-  s.highlights = cleanFloat(readFloat(get("highlights")), r::highlights);
-  s.shadows = cleanFloat(readFloat(get("shadows")), r::shadows);
-  s.whites = cleanFloat(readFloat(get("whites")), r::whites);
-  s.blacks = cleanFloat(readFloat(get("blacks")), r::blacks);
-  s.gamma = cleanFloat(readFloat(get("gamma")), r::gamma);
-  s.saturation = cleanFloat(readFloat(get("saturation")), r::saturation);
-  s.vibrance = cleanFloat(readFloat(get("vibrance")), r::vibrance);
-  s.temperature = cleanFloat(readFloat(get("temperature")), r::temperature);
-  s.tint = cleanFloat(readFloat(get("tint")), r::tint);
-  s.sharpness = cleanFloat(readFloat(get("sharpness")), r::sharpness);
-  s.clarity = cleanFloat(readFloat(get("clarity")), r::clarity);
-  s.vignetteIntensity = cleanFloat(readFloat(get("vignetteIntensity")), r::vignetteIntensity);
-  s.vignetteRadius = cleanFloat(readFloat(get("vignetteRadius")), r::vignetteRadius);
-  s.filterType = IntRange{0, FilterCatalogue::maxFilterType()}.clamp(readInt(get("filterType")).value_or(0));
-  s.filterIntensity = cleanFloat(readFloat(get("filterIntensity")), r::filterIntensity);
-  s.flipHorizontal = readBool(get("flipHorizontal")).value_or(false);
-  s.rotationAngle = cleanFloat(readFloat(get("rotationAngle")), r::rotationAngle);
-  s.rotationQuarterTurns = r::rotationQuarterTurns.clamp(readInt(get("rotationQuarterTurns")).value_or(0));
-  s.focusMode = r::focusMode.clamp(readInt(get("focusMode")).value_or(0));
-  s.focusCenterX = cleanFloat(readFloat(get("focusCenterX")), r::focusCenterX);
-  s.focusCenterY = cleanFloat(readFloat(get("focusCenterY")), r::focusCenterY);
-  s.focusRadius = cleanFloat(readFloat(get("focusRadius")), r::focusRadius);
-  s.focusFeather = cleanFloat(readFloat(get("focusFeather")), r::focusFeather);
-  s.focusAngle = cleanFloat(readFloat(get("focusAngle")), r::focusAngle);
-  s.focusStrength = cleanFloat(readFloat(get("focusStrength")), r::focusStrength);
-  s.focusAspect = cleanFloat(readFloat(get("focusAspect")), r::focusAspect);
-  s.focusBokehHighlights = cleanFloat(readFloat(get("focusBokehHighlights")), r::focusBokehHighlights);
-  s.irisBlades = r::irisBlades.clamp(readInt(get("irisBlades")).value_or(6));
-  s.irisRotation = cleanFloat(readFloat(get("irisRotation")), r::irisRotation);
-  s.depthMix = cleanFloat(readFloat(get("depthMix")), r::depthMix);
-  s.focusDepth = cleanFloat(readFloat(get("focusDepth")), r::focusDepth);
-  s.edgeProtect = cleanFloat(readFloat(get("edgeProtect")), r::edgeProtect);
-  s.cropRect = repairCrop(readRect(get("cropRect")));
-  s.trimStart = cleanTrim(readDouble(get("trimStart")));
-  s.trimEnd = cleanTrim(readDouble(get("trimEnd")));
+  for (const EditField& field : kEditFields) {
+    const Json* value = member(document, field.key);
+    std::visit(
+        [&](auto EditState::*target) {
+          using Type = std::remove_reference_t<decltype(s.*target)>;
+          auto& stored = s.*target;
+          if constexpr (std::is_same_v<Type, float>) {
+            stored = cleanFloat(readFloat(value), std::get<FloatRange>(field.range));
+          } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+            if (const auto read = readInt(value)) stored = std::get<IntRange>(field.range).clamp(*read);
+          } else if constexpr (std::is_same_v<Type, double>) {
+            stored = cleanTrim(readDouble(value));
+          } else if constexpr (std::is_same_v<Type, Bool>) {
+            if (const auto read = readBool(value)) stored = *read;
+          } else {
+            stored = repairCrop(readRect(value));
+          }
+        },
+        field.member);
+  }
   // 0 means the whole length and stays; any other end is not before the start.
   if (s.trimEnd != 0 && s.trimEnd < s.trimStart) s.trimEnd = s.trimStart;
-  s.audioVolume = cleanFloat(readFloat(get("audioVolume")), r::audioVolume);
-  s.audioMuted = readBool(get("audioMuted")).value_or(false);
   return s;
 }
 
 }  // namespace
 
 nlohmann::ordered_json encodeEditState(const EditState& s) {
-  nlohmann::ordered_json o = nlohmann::ordered_json::object();
-  o["version"] = s.version;
-  o["exposure"] = floatNumber(s.exposure, "exposure");
-  o["brightness"] = floatNumber(s.brightness, "brightness");
-  o["contrast"] = floatNumber(s.contrast, "contrast");
-  o["highlights"] = floatNumber(s.highlights, "highlights");
-  o["shadows"] = floatNumber(s.shadows, "shadows");
-  o["whites"] = floatNumber(s.whites, "whites");
-  o["blacks"] = floatNumber(s.blacks, "blacks");
-  o["gamma"] = floatNumber(s.gamma, "gamma");
-  o["saturation"] = floatNumber(s.saturation, "saturation");
-  o["vibrance"] = floatNumber(s.vibrance, "vibrance");
-  o["temperature"] = floatNumber(s.temperature, "temperature");
-  o["tint"] = floatNumber(s.tint, "tint");
-  o["sharpness"] = floatNumber(s.sharpness, "sharpness");
-  o["clarity"] = floatNumber(s.clarity, "clarity");
-  o["vignetteIntensity"] = floatNumber(s.vignetteIntensity, "vignetteIntensity");
-  o["vignetteRadius"] = floatNumber(s.vignetteRadius, "vignetteRadius");
-  o["filterType"] = s.filterType;
-  o["filterIntensity"] = floatNumber(s.filterIntensity, "filterIntensity");
-  o["flipHorizontal"] = s.flipHorizontal.value();
-  o["rotationAngle"] = floatNumber(s.rotationAngle, "rotationAngle");
-  o["rotationQuarterTurns"] = s.rotationQuarterTurns;
-  o["focusMode"] = s.focusMode;
-  o["focusCenterX"] = floatNumber(s.focusCenterX, "focusCenterX");
-  o["focusCenterY"] = floatNumber(s.focusCenterY, "focusCenterY");
-  o["focusRadius"] = floatNumber(s.focusRadius, "focusRadius");
-  o["focusFeather"] = floatNumber(s.focusFeather, "focusFeather");
-  o["focusAngle"] = floatNumber(s.focusAngle, "focusAngle");
-  o["focusStrength"] = floatNumber(s.focusStrength, "focusStrength");
-  o["focusAspect"] = floatNumber(s.focusAspect, "focusAspect");
-  o["focusBokehHighlights"] = floatNumber(s.focusBokehHighlights, "focusBokehHighlights");
-  o["irisBlades"] = s.irisBlades;
-  o["irisRotation"] = floatNumber(s.irisRotation, "irisRotation");
-  o["depthMix"] = floatNumber(s.depthMix, "depthMix");
-  o["focusDepth"] = floatNumber(s.focusDepth, "focusDepth");
-  o["edgeProtect"] = floatNumber(s.edgeProtect, "edgeProtect");
-  o["cropRect"] = nlohmann::ordered_json::array(
-      {nlohmann::ordered_json::array({doubleNumber(s.cropRect.x, "cropRect"), doubleNumber(s.cropRect.y, "cropRect")}),
-       nlohmann::ordered_json::array(
-           {doubleNumber(s.cropRect.width, "cropRect"), doubleNumber(s.cropRect.height, "cropRect")})});
-  o["trimStart"] = doubleNumber(s.trimStart, "trimStart");
-  o["trimEnd"] = doubleNumber(s.trimEnd, "trimEnd");
-  o["audioVolume"] = floatNumber(s.audioVolume, "audioVolume");
-  o["audioMuted"] = s.audioMuted.value();
+  using Json = nlohmann::ordered_json;
+  Json o = Json::object();
+  for (const EditField& field : kEditFields) {
+    Json& coded = o[std::string(field.key)];
+    std::visit(
+        [&](auto EditState::*source) {
+          const auto& value = s.*source;
+          using Type = std::remove_cvref_t<decltype(value)>;
+          if constexpr (std::is_same_v<Type, float>) {
+            coded = floatNumber(value, field.key);
+          } else if constexpr (std::is_same_v<Type, double>) {
+            coded = doubleNumber(value, field.key);
+          } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+            coded = value;
+          } else if constexpr (std::is_same_v<Type, Bool>) {
+            coded = value.value();
+          } else {
+            coded = Json::array({Json::array({doubleNumber(value.x, field.key), doubleNumber(value.y, field.key)}),
+                                 Json::array({doubleNumber(value.width, field.key),
+                                              doubleNumber(value.height, field.key)})});
+          }
+        },
+        field.member);
+  }
   return o;
 }
 

@@ -1,8 +1,7 @@
 #pragma once
-// The coded form of EditState: a JSON object with the 41 field names as
-// keys, written in the order of the record. Nothing in the system stores it yet; it is
+// The coded form of EditState: a JSON object with the field names as keys
+// (kEditFields), written in the order of the record. Nothing in the system stores it yet; it is
 // the format any future store of edits must use. Pure functions, callable on any thread.
-#include <array>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -13,19 +12,6 @@
 #include "Halvane/Model/EditState.h"
 
 namespace halvane {
-
-// The coding keys, in the order of the fields and of encoding.
-inline constexpr std::array<std::string_view, 41> kEditStateCodingKeys = {
-    "version",      "exposure",       "brightness",    "contrast",     "highlights",
-    "shadows",      "whites",         "blacks",        "gamma",        "saturation",
-    "vibrance",     "temperature",    "tint",          "sharpness",    "clarity",
-    "vignetteIntensity", "vignetteRadius", "filterType", "filterIntensity", "flipHorizontal",
-    "rotationAngle", "rotationQuarterTurns", "focusMode", "focusCenterX", "focusCenterY",
-    "focusRadius",  "focusFeather",   "focusAngle",    "focusStrength", "focusAspect",
-    "focusBokehHighlights", "irisBlades", "irisRotation", "depthMix",   "focusDepth",
-    "edgeProtect",  "cropRect",       "trimStart",     "trimEnd",      "audioVolume",
-    "audioMuted",
-};
 
 // An error of the encoder (a value JSON cannot carry) or a document that is not an
 // object. `key` names the field concerned; it is empty for the document.

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "Halvane/Model/FilterCatalogue.h"
 
 namespace halvane {
 
@@ -64,7 +63,10 @@ std::uint32_t croppedSide(float side, std::uint32_t source, const char* what) {
 // Degrees to radians with the block's constant: multiplication first, then division.
 float radians(float degrees) { return degrees * kUniformPi / 180.0f; }
 
-std::uint32_t clampedInt(std::int64_t value, IntRange range) { return static_cast<std::uint32_t>(range.clamp(value)); }
+float blockValue(const FloatRange& range, float value) { return range.clean(value); }
+std::uint32_t blockValue(const IntRange& range, std::int64_t value) {
+  return static_cast<std::uint32_t>(range.clamp(value));
+}
 
 }  // namespace
 
@@ -91,40 +93,19 @@ RenderUniforms makeUniforms(std::uint64_t sourceWidth, std::uint64_t sourceHeigh
   u.outputWidth = swapped ? u.croppedHeight : u.croppedWidth;
   u.outputHeight = swapped ? u.croppedWidth : u.croppedHeight;
 
-  u.exposure = r::exposure.clean(s.exposure);
-  u.brightness = r::brightness.clean(s.brightness);
-  u.contrast = r::contrast.clean(s.contrast);
-  u.highlights = r::highlights.clean(s.highlights);
-  u.shadows = r::shadows.clean(s.shadows);
-  u.whites = r::whites.clean(s.whites);
-  u.blacks = r::blacks.clean(s.blacks);
-  u.gamma = r::gamma.clean(s.gamma);
-  u.saturation = r::saturation.clean(s.saturation);
-  u.vibrance = r::vibrance.clean(s.vibrance);
-  u.temperature = r::temperature.clean(s.temperature);
-  u.tint = r::tint.clean(s.tint);
-  u.sharpness = r::sharpness.clean(s.sharpness);
-  u.clarity = r::clarity.clean(s.clarity);
-  u.vignetteIntensity = r::vignetteIntensity.clean(s.vignetteIntensity);
-  u.vignetteRadius = r::vignetteRadius.clean(s.vignetteRadius);
-  u.filterType = clampedInt(s.filterType, IntRange{0, FilterCatalogue::maxFilterType()});
-  u.filterIntensity = r::filterIntensity.clean(s.filterIntensity);
+  // The members that take a field's cleaned value as it stands.
+#define HALVANE_BLOCK_Same(name) u.name = blockValue(r::name, s.name);
+#define HALVANE_BLOCK_Own(name)
+#define HALVANE_BLOCK_MEMBER(name, Type, initial, lower, upper, block) HALVANE_BLOCK_##block(name)
+  HALVANE_EDIT_FIELDS(HALVANE_BLOCK_MEMBER)
+#undef HALVANE_BLOCK_MEMBER
+#undef HALVANE_BLOCK_Own
+#undef HALVANE_BLOCK_Same
 
-  u.focusMode = clampedInt(s.focusMode, r::focusMode);
-  u.focusCenterX = r::focusCenterX.clean(s.focusCenterX);
-  u.focusCenterY = r::focusCenterY.clean(s.focusCenterY);
-  u.focusRadius = r::focusRadius.clean(s.focusRadius);
-  u.focusFeather = r::focusFeather.clean(s.focusFeather);
+  // Angles reach the kernels in radians. A NaN, an infinity, zero or a negative iris
+  // rotation gives 0; otherwise at most 180 degrees.
   u.focusAngleRadians = radians(r::focusAngle.clean(s.focusAngle));
-  u.focusStrength = r::focusStrength.clean(s.focusStrength);
-  u.focusAspect = r::focusAspect.clean(s.focusAspect);
-  u.focusBokehHighlights = r::focusBokehHighlights.clean(s.focusBokehHighlights);
-  u.irisBlades = clampedInt(s.irisBlades, r::irisBlades);
-  // A NaN, an infinity, zero or a negative gives 0; otherwise at most 180.
   u.irisRotationRadians = radians(r::irisRotation.clean(s.irisRotation));
-  u.depthMix = r::depthMix.clean(s.depthMix);
-  u.focusDepth = r::focusDepth.clean(s.focusDepth);
-  u.edgeProtect = r::edgeProtect.clean(s.edgeProtect);
 
   u.finalOutput = finalOutput ? 1u : 0u;
   return u;

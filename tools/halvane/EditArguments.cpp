@@ -1,11 +1,11 @@
 #include "EditArguments.h"
 
-#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <sstream>
 
 #include "Command.h"
+#include "Halvane/Model/EditFieldTable.h"
 #include "Halvane/Model/EditStateCoding.h"
 
 namespace halvane::cli {
@@ -48,7 +48,7 @@ EditState applySetting(const EditState& state, const std::string& assignment) {
   if (equals == std::string::npos || equals == 0) throw UsageError("--set takes field=value, got '" + assignment + "'");
   const std::string field = assignment.substr(0, equals);
   const std::string text = assignment.substr(equals + 1);
-  if (std::find(kEditStateCodingKeys.begin(), kEditStateCodingKeys.end(), field) == kEditStateCodingKeys.end()) {
+  if (findEditField(field) == nullptr) {
     throw UsageError("unknown field '" + field + "' (see `halvane edit --print-default`)");
   }
   Json value = Json::parse(text, nullptr, false);

@@ -2,6 +2,8 @@
 // filter, the four tables, the two look-ups, and the stop on a duplicate key.
 #include "Halvane/Model/FilterCatalogue.h"
 
+#include "Halvane/Model/EditState.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -254,7 +256,7 @@ TEST(FilterCatalogue, LookupByType) {
 }
 
 TEST(FilterCatalogue, MaxFilterTypeIsComputedFromTheList) {
-  EXPECT_EQ(FilterCatalogue::maxFilterType(), 146);
+  EXPECT_EQ(FilterCatalogue::maxFilterType(), edit_ranges::filterType.upper);
   EXPECT_EQ(FilterIndex::computeMaxFilterType({}), 0);
   const std::vector<FilterDefinition> some = {{"a", C::basic, 5, 1, "A"}, {"b", C::mood, 300, 1, "B"},
                                               {"c", C::light, 7, 1, "C"}};
