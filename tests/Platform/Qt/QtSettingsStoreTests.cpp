@@ -1,0 +1,108 @@
+// The settings file: where it lives under the XDG rules, and a round trip of values
+// through the file into a second store, as across two runs of the program.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "Platform/Qt/QtSettingsStore.h"
+#include "Support/TestFiles.h"
+
+namespace platform::qt {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Sets an environment variable for one scope, then puts the old value back.
+class ScopedEnvironment {
+ public:
+  ScopedEnvironment(const char* name, const char* value) : name_(name) {
+    if (const char* old = std::getenv(name)) old_ = old;
+    if (value) {
+      setenv(name, value, 1);
+    } else {
+      unsetenv(name);
+    }
+  }
+  ~ScopedEnvironment() {
+    if (old_) {
+      setenv(name_, old_->c_str(), 1);
+    } else {
+      unsetenv(name_);
+    }
+  }
+
+ private:
+  const char* name_;
+  std::optional<std::string> old_;
+};
+
+TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
+  const std::string home = testsupport::temporaryFolder() + "/home";
+  ScopedEnvironment homeVariable("HOME", home.c_str());
+  struct Case {
+    const char* configHome;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {"/srv/config", "/srv/config/Tamrix/Editor.ini"},
+      {nullptr, home + "/.config/Tamrix/Editor.ini"},
+      {"", home + "/.config/Tamrix/Editor.ini"},
+      {"relative/config", home + "/.config/Tamrix/Editor.ini"},
+  };
+  for (const auto& c : cases) {
+    ScopedEnvironment configHome("XDG_CONFIG_HOME", c.configHome);
+    EXPECT_EQ(userSettingsPath("Tamrix", "Editor"), fs::path(c.expected)) << (c.configHome ? c.configHome : "unset");
+  }
+}
+
+TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
+  const std::string configHome = testsupport::temporaryFolder() + "/config";
+  ScopedEnvironment variable("XDG_CONFIG_HOME", configHome.c_str());
+  const fs::path file = userSettingsPath("Tamrix", "Editor");
+  ASSERT_FALSE(fs::exists(file));
+
+  struct Entry {
+    std::string key;
+    std::string value;
+  };
+  const Entry texts[] = {
+      {"plain", "photo"},
+      {"empty", ""},
+      {"signs", "a=b; c # d [e] \"f\" 'g' \\h"},
+      {"lines", "one\ntwo\r\nthree\t"},
+      {"at", "@Variant(not one)"},
+      {"unicode", "Grüße, 写真, 🌄"},
+      {"key with spaces and = sign", "x"},
+      {"padded", "  both ends  "},
+  };
+  {
+    QtSettingsStore first(file);
+    for (const auto& entry : texts) first.setText(entry.key, entry.value);
+    first.setInteger("photoPickCounter", 17);
+    first.setInteger("lowest", std::numeric_limits<std::int64_t>::min());
+    first.setInteger("highest", std::numeric_limits<std::int64_t>::max());
+    first.setBoolean("consented", true);
+    first.setBoolean("declined", false);
+    first.setText("removed", "soon gone");
+    first.remove("removed");
+  }
+  ASSERT_TRUE(fs::exists(file)) << "written under XDG_CONFIG_HOME";
+
+  const QtSettingsStore second(file);
+  for (const auto& entry : texts) EXPECT_EQ(second.text(entry.key), entry.value) << entry.key;
+  EXPECT_EQ(second.integer("photoPickCounter"), 17);
+  EXPECT_EQ(second.integer("lowest"), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(second.integer("highest"), std::numeric_limits<std::int64_t>::max());
+  EXPECT_TRUE(second.boolean("consented"));
+  EXPECT_FALSE(second.boolean("declined"));
+  EXPECT_TRUE(second.contains("declined"));
+  EXPECT_FALSE(second.contains("removed"));
+  EXPECT_EQ(second.integer("followSnapchatCounter"), 0) << "a key never written reads as 0";
+}
+
+}  // namespace
+}  // namespace platform::qt
