@@ -53,6 +53,9 @@ struct QtMainQueue::State {
 
   // GUI thread: runs the due work queued before the turn began.
   void turn() {
+    // Armed again first: work that opens a nested event loop (a modal dialog) does not
+    // hold up the work queued behind it, which the nested loop's turns then run.
+    rearm();
     const auto now = Clock::now();
     std::unique_lock lock(mutex);
     const auto limit = work.turnLimit();

@@ -79,6 +79,21 @@ TEST(QtMainQueue, WorkQueuedByWorkRunsAfterWhatWasAlreadyQueued) {
   EXPECT_EQ(record.entries(), (std::vector<std::string>{"first", "second", "queued by first"}));
 }
 
+TEST(QtMainQueue, WorkThatOpensANestedEventLoopDoesNotHoldUpTheWorkBehindIt) {
+  auto queue = std::make_shared<QtMainQueue>();
+  Record record;
+  queue->async([&] {
+    record.add("opens a loop");
+    // As a modal dialog does: it waits on an event loop for work queued behind it.
+    ASSERT_TRUE(runEventsUntil([&] { return record.size() == 3; }));
+    record.add("loop closed");
+  });
+  queue->async([&] { record.add("queued before"); });
+  queue->asyncAfter(5ms, [&] { record.add("delayed"); });
+  ASSERT_TRUE(runEventsUntil([&] { return record.size() == 4; }));
+  EXPECT_EQ(record.entries(), (std::vector<std::string>{"opens a loop", "queued before", "delayed", "loop closed"}));
+}
+
 TEST(QtMainQueue, WorkFromOtherThreadsRunsOnTheGuiThreadInEachThreadsOrder) {
   auto queue = std::make_shared<QtMainQueue>();
   EXPECT_TRUE(queue->isCurrentThread());
