@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <limits>
 #include <optional>
 #include <string>
@@ -102,6 +103,18 @@ TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   EXPECT_TRUE(second.contains("declined"));
   EXPECT_FALSE(second.contains("removed"));
   EXPECT_EQ(second.integer("followSnapchatCounter"), 0) << "a key never written reads as 0";
+}
+
+TEST(QtSettingsStore, AFileThatCannotBeWrittenKeepsTheValuesForThisRun) {
+  // A folder that cannot be made, since a plain file stands in its place.
+  const fs::path blocker = fs::path(testsupport::temporaryFolder()) / "not-a-folder";
+  { std::ofstream(blocker) << "in the way"; }
+  const fs::path file = blocker / "Tamrix" / "Editor.ini";
+  QtSettingsStore store(file);
+  store.setInteger("photoPickCounter", 3);
+  EXPECT_EQ(store.integer("photoPickCounter"), 3);
+  EXPECT_FALSE(fs::exists(file));
+  EXPECT_TRUE(fs::is_regular_file(blocker)) << "what stood there is left alone";
 }
 
 }  // namespace
