@@ -1,6 +1,6 @@
 // Display links on the Qt event loop: the rate a link runs at on screens of several
 // refresh rates, the timer that runs exactly while a link runs, frames on the refresh
-// grid, a change of screen rate, and a target that ends its own link.
+// grid, and a change of screen rate.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -104,9 +104,17 @@ TEST_F(QtDisplayLinkTest, TheTimerRunsExactlyWhileSomeLinkRuns) {
       EXPECT_TRUE(driver->isTicking()) << step.what;
     }
   }
-  const size_t delivered = first.timestamps.size();
+  // A target that ends its own link during a refresh: the driver idles at once.
+  int calls = 0;
+  std::shared_ptr<DisplayLink> self = driver->makeLink([&](double, double) {
+    ++calls;
+    self->invalidate();
+  });
+  self->addToMainQueue();
+  ASSERT_TRUE(runEventsUntil([&] { return calls > 0; }));
+  EXPECT_FALSE(driver->isTicking());
   testing::runPendingEvents();
-  EXPECT_EQ(first.timestamps.size(), delivered) << "nothing after invalidation";
+  EXPECT_EQ(calls, 1);
 }
 
 TEST_F(QtDisplayLinkTest, FramesLieOnTheRefreshGridAtTheChosenRateAndFollowTheScreen) {
@@ -136,26 +144,6 @@ TEST_F(QtDisplayLinkTest, FramesLieOnTheRefreshGridAtTheChosenRateAndFollowTheSc
   const size_t changed = frames.timestamps.size();
   ASSERT_TRUE(runEventsUntil([&] { return frames.timestamps.size() > changed; }));
   EXPECT_NEAR(frames.durations.back(), 2.0 / 60, 1e-9);
-}
-
-TEST_F(QtDisplayLinkTest, ATargetThatInvalidatesItsLinkGetsNoMoreFramesAndTheDriverIdles) {
-  auto driver = makeDriver(60);
-  int calls = 0;
-  std::shared_ptr<DisplayLink> link;
-  int otherCalls = 0;
-  auto other = driver->makeLink([&](double, double) { ++otherCalls; });
-  link = driver->makeLink([&](double, double) {
-    ++calls;
-    link->invalidate();
-    other->setPaused(true);  // one target may stop another link too
-  });
-  other->addToMainQueue();
-  link->addToMainQueue();
-  ASSERT_TRUE(runEventsUntil([&] { return calls > 0; }));
-  EXPECT_FALSE(driver->isTicking());
-  testing::runPendingEvents();
-  EXPECT_EQ(calls, 1);
-  EXPECT_LE(otherCalls, 1);
 }
 
 }  // namespace

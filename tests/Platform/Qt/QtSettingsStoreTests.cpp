@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 #include <limits>
-#include <optional>
 #include <string>
 
 #include "Platform/Qt/QtSettingsStore.h"
@@ -17,33 +16,14 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Sets an environment variable for one scope, then puts the old value back.
-class ScopedEnvironment {
- public:
-  ScopedEnvironment(const char* name, const char* value) : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    if (value) {
-      setenv(name, value, 1);
-    } else {
-      unsetenv(name);
-    }
-  }
-  ~ScopedEnvironment() {
-    if (old_) {
-      setenv(name_, old_->c_str(), 1);
-    } else {
-      unsetenv(name_);
-    }
-  }
-
- private:
-  const char* name_;
-  std::optional<std::string> old_;
-};
+// Sets or, with nullptr, unsets a variable of this test process.
+void setVariable(const char* name, const char* value) {
+  value ? setenv(name, value, 1) : unsetenv(name);
+}
 
 TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
   const std::string home = testsupport::temporaryFolder() + "/home";
-  ScopedEnvironment homeVariable("HOME", home.c_str());
+  setVariable("HOME", home.c_str());
   struct Case {
     const char* configHome;
     std::string expected;
@@ -55,14 +35,14 @@ TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
       {"relative/config", home + "/.config/Tamrix/Editor.ini"},
   };
   for (const auto& c : cases) {
-    ScopedEnvironment configHome("XDG_CONFIG_HOME", c.configHome);
+    setVariable("XDG_CONFIG_HOME", c.configHome);
     EXPECT_EQ(userSettingsPath("Tamrix", "Editor"), fs::path(c.expected)) << (c.configHome ? c.configHome : "unset");
   }
 }
 
 TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   const std::string configHome = testsupport::temporaryFolder() + "/config";
-  ScopedEnvironment variable("XDG_CONFIG_HOME", configHome.c_str());
+  setVariable("XDG_CONFIG_HOME", configHome.c_str());
   const fs::path file = userSettingsPath("Tamrix", "Editor");
   ASSERT_FALSE(fs::exists(file));
 
