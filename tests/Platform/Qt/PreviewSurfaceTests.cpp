@@ -1,0 +1,176 @@
+// The preview surface: its drawable at the screen's pixel ratio, the bounds report,
+// frames shown one device pixel to one, the last frame kept through a resize, and the
+// hand-off from the GPU's thread that keeps only the newest frame. The suite runs
+// twice, at pixel ratio 1 and 2 (HALVANE_TEST_DPR, with QT_SCALE_FACTOR).
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QPixmap>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Gpu/Texture.h"
+#include "Platform/Qt/FrameHandoff.h"
+#include "Platform/Qt/PreviewSurface.h"
+#include "Platform/Qt/QtMainQueue.h"
+#include "QtTestSupport.h"
+
+namespace platform::qt {
+namespace {
+
+using testing::runEventsUntil;
+using testing::runPendingEvents;
+
+// A drawable as the engine presents it: host-readable BGRA8 bytes.
+class FakeDrawable final : public gpu::Texture {
+ public:
+  FakeDrawable(QImage pixels, gpu::PixelFormat format = gpu::PixelFormat::bgra8Unorm,
+               gpu::StorageMode storage = gpu::StorageMode::shared)
+      : pixels_(pixels.convertToFormat(QImage::Format_RGB32)), format_(format), storage_(storage) {}
+  uint32_t width() const override { return uint32_t(pixels_.width()); }
+  uint32_t height() const override { return uint32_t(pixels_.height()); }
+  gpu::PixelFormat pixelFormat() const override { return format_; }
+  gpu::StorageMode storageMode() const override { return storage_; }
+  uint32_t usage() const override { return gpu::TextureUsage::renderTarget; }
+  void getBytes(void* destination, size_t bytesPerRow, gpu::Region region) const override {
+    for (uint32_t y = 0; y < region.height; ++y) {
+      std::memcpy(static_cast<char*>(destination) + y * bytesPerRow,
+                  pixels_.constScanLine(int(region.origin.y + y)) + region.origin.x * 4, region.width * 4);
+    }
+  }
+  void replaceRegion(gpu::Region, const void*, size_t) override {}
+
+ private:
+  QImage pixels_;
+  gpu::PixelFormat format_;
+  gpu::StorageMode storage_;
+};
+
+// Neighbouring device pixels all differ, so any scaling shows.
+QImage checker(QSize size, int seed) {
+  QImage image(size, QImage::Format_RGB32);
+  for (int y = 0; y < size.height(); ++y) {
+    for (int x = 0; x < size.width(); ++x) {
+      image.setPixel(x, y, qRgb((x * 37 + seed) & 255, (y * 59 + seed) & 255, ((x + y) & 1) * 255));
+    }
+  }
+  return image;
+}
+
+double expectedRatio() {
+  const char* ratio = std::getenv("HALVANE_TEST_DPR");
+  return ratio ? std::atof(ratio) : 1.0;
+}
+
+class PreviewSurfaceTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    queue = std::make_shared<QtMainQueue>();
+    surface = std::make_unique<PreviewSurface>(queue);
+    surface->onBoundsChanged = [this] { reports.push_back(surface->drawableSize()); };
+    surface->resize(40, 30);
+    surface->show();
+    ASSERT_TRUE(runEventsUntil([&] { return !reports.empty(); }));
+    ASSERT_DOUBLE_EQ(surface->devicePixelRatioF(), expectedRatio()) << "QT_SCALE_FACTOR did not take";
+  }
+
+  void resize(int width, int height) {
+    surface->resize(width, height);
+    runPendingEvents();
+  }
+
+  // Presents from another thread, as the GPU's completion thread does, and waits for it.
+  void present(const QImage& pixels) {
+    FakeDrawable drawable(pixels);
+    std::thread([&] { surface->frames()->present(drawable); }).join();
+    ASSERT_TRUE(runEventsUntil([&] { return surface->shownFrame().size() == pixels.size(); }));
+  }
+
+  QImage screenshot() { return surface->grab().toImage().convertToFormat(QImage::Format_RGB32); }
+
+  std::shared_ptr<QtMainQueue> queue;
+  std::unique_ptr<PreviewSurface> surface;
+  std::vector<QSize> reports;
+};
+
+TEST_F(PreviewSurfaceTest, TheDrawableIsTheSizeInDevicePixelsAndIsReportedOncePerChange) {
+  const double ratio = expectedRatio();
+  const auto scaled = [ratio](int width, int height) { return QSize(int(width * ratio), int(height * ratio)); };
+  EXPECT_EQ(reports, std::vector<QSize>{scaled(40, 30)});
+  struct Step {
+    QSize size;
+    bool reported;
+  };
+  const Step steps[] = {{{40, 30}, false}, {{41, 30}, true}, {{41, 31}, true}, {{41, 31}, false},
+                        {{40, 30}, true},  {{1, 1}, true},   {{40, 30}, true}};
+  for (const auto& step : steps) {
+    const size_t before = reports.size();
+    resize(step.size.width(), step.size.height());
+    EXPECT_EQ(surface->drawableSize(), scaled(step.size.width(), step.size.height())) << step.size.width();
+    EXPECT_EQ(reports.size(), before + (step.reported ? 1 : 0)) << step.size.width() << "x" << step.size.height();
+  }
+  const size_t before = reports.size();
+  surface->move(surface->pos() + QPoint(7, 5));
+  runPendingEvents();
+  EXPECT_EQ(reports.size(), before) << "a move is no change of size";
+}
+
+TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelAndTheLastStaysCentredOnBlackThroughAResize) {
+  const QImage old = checker(surface->drawableSize(), 5);
+  present(old);
+  EXPECT_EQ(screenshot(), old);
+  resize(60, 50);
+  EXPECT_EQ(surface->shownFrame(), old);
+  const QImage shot = screenshot();
+  ASSERT_EQ(shot.size(), surface->drawableSize());
+  const QPoint offset((shot.width() - old.width()) / 2, (shot.height() - old.height()) / 2);
+  EXPECT_EQ(shot.copy(QRect(offset, old.size())), old);
+  EXPECT_EQ(shot.pixel(0, 0), qRgb(0, 0, 0));
+  EXPECT_EQ(shot.pixel(shot.width() - 1, shot.height() - 1), qRgb(0, 0, 0));
+
+  const QImage fresh = checker(surface->drawableSize(), 9);
+  present(fresh);
+  EXPECT_EQ(screenshot(), fresh);
+}
+
+TEST_F(PreviewSurfaceTest, DrawablesOfAnotherKindAreDroppedAndTheFrameStays) {
+  const QImage frame = checker(surface->drawableSize(), 1);
+  present(frame);
+  const FakeDrawable privateOne(checker({8, 8}, 2), gpu::PixelFormat::bgra8Unorm, gpu::StorageMode::privateStorage);
+  const FakeDrawable empty{QImage(QSize(0, 0), QImage::Format_RGB32)};
+  surface->frames()->present(privateOne);
+  surface->frames()->present(empty);
+  runPendingEvents();
+  EXPECT_EQ(surface->shownFrame(), frame);
+}
+
+TEST(FrameHandoff, DeliversOnlyTheNewestOfTheFramesThatCameMeanwhile) {
+  auto queue = std::make_shared<dispatch::ManualMainQueue>();
+  auto handoff = FrameHandoff::create(queue);
+  std::vector<QImage> delivered;
+  handoff->onFrame = [&](const QImage& frame) { delivered.push_back(frame); };
+  std::thread([&] {
+    for (int seed = 0; seed < 3; ++seed) handoff->present(FakeDrawable(checker({4, 2}, seed)));
+  }).join();
+  queue->runUntilIdle();
+  ASSERT_EQ(delivered.size(), 1u);
+  EXPECT_EQ(delivered[0], checker({4, 2}, 2));
+
+}
+
+TEST(FrameHandoff, OutlivesItsSurface) {
+  auto queue = std::make_shared<dispatch::ManualMainQueue>();
+  auto surface = std::make_unique<PreviewSurface>(queue);
+  const auto handoff = surface->frames();
+  handoff->present(FakeDrawable(checker({4, 4}, 1)));
+  surface.reset();
+  EXPECT_EQ(queue->runUntilIdle(), 1u);  // the delivery finds no surface and does nothing
+}
+
+}  // namespace
+}  // namespace platform::qt

@@ -1,0 +1,101 @@
+// The settings file: where it lives under the XDG rules, and a round trip of values
+// through the file into a second store, as across two runs of the program.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <string>
+
+#include "Platform/Qt/QtSettingsStore.h"
+#include "Support/TestFiles.h"
+
+namespace platform::qt {
+namespace {
+
+namespace fs = std::filesystem;
+
+// Sets or, with nullptr, unsets a variable of this test process.
+void setVariable(const char* name, const char* value) {
+  value ? setenv(name, value, 1) : unsetenv(name);
+}
+
+TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
+  const std::string home = testsupport::temporaryFolder() + "/home";
+  setVariable("HOME", home.c_str());
+  struct Case {
+    const char* configHome;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {"/srv/config", "/srv/config/Tamrix/Editor.ini"},
+      {nullptr, home + "/.config/Tamrix/Editor.ini"},
+      {"", home + "/.config/Tamrix/Editor.ini"},
+      {"relative/config", home + "/.config/Tamrix/Editor.ini"},
+  };
+  for (const auto& c : cases) {
+    setVariable("XDG_CONFIG_HOME", c.configHome);
+    EXPECT_EQ(userSettingsPath("Tamrix", "Editor"), fs::path(c.expected)) << (c.configHome ? c.configHome : "unset");
+  }
+}
+
+TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
+  const std::string configHome = testsupport::temporaryFolder() + "/config";
+  setVariable("XDG_CONFIG_HOME", configHome.c_str());
+  const fs::path file = userSettingsPath("Tamrix", "Editor");
+  ASSERT_FALSE(fs::exists(file));
+
+  struct Entry {
+    std::string key;
+    std::string value;
+  };
+  const Entry texts[] = {
+      {"plain", "photo"},
+      {"empty", ""},
+      {"signs", "a=b; c # d [e] \"f\" 'g' \\h"},
+      {"lines", "one\ntwo\r\nthree\t"},
+      {"at", "@Variant(not one)"},
+      {"unicode", "Grüße, 写真, 🌄"},
+      {"key with spaces and = sign", "x"},
+      {"padded", "  both ends  "},
+  };
+  {
+    QtSettingsStore first(file);
+    for (const auto& entry : texts) first.setText(entry.key, entry.value);
+    first.setInteger("photoPickCounter", 17);
+    first.setInteger("lowest", std::numeric_limits<std::int64_t>::min());
+    first.setInteger("highest", std::numeric_limits<std::int64_t>::max());
+    first.setBoolean("consented", true);
+    first.setBoolean("declined", false);
+    first.setText("removed", "soon gone");
+    first.remove("removed");
+  }
+  ASSERT_TRUE(fs::exists(file)) << "written under XDG_CONFIG_HOME";
+
+  const QtSettingsStore second(file);
+  for (const auto& entry : texts) EXPECT_EQ(second.text(entry.key), entry.value) << entry.key;
+  EXPECT_EQ(second.integer("photoPickCounter"), 17);
+  EXPECT_EQ(second.integer("lowest"), std::numeric_limits<std::int64_t>::min());
+  EXPECT_EQ(second.integer("highest"), std::numeric_limits<std::int64_t>::max());
+  EXPECT_TRUE(second.boolean("consented"));
+  EXPECT_FALSE(second.boolean("declined"));
+  EXPECT_TRUE(second.contains("declined"));
+  EXPECT_FALSE(second.contains("removed"));
+  EXPECT_EQ(second.integer("followSnapchatCounter"), 0) << "a key never written reads as 0";
+}
+
+TEST(QtSettingsStore, AFileThatCannotBeWrittenKeepsTheValuesForThisRun) {
+  // A folder that cannot be made, since a plain file stands in its place.
+  const fs::path blocker = fs::path(testsupport::temporaryFolder()) / "not-a-folder";
+  { std::ofstream(blocker) << "in the way"; }
+  const fs::path file = blocker / "Tamrix" / "Editor.ini";
+  QtSettingsStore store(file);
+  store.setInteger("photoPickCounter", 3);
+  EXPECT_EQ(store.integer("photoPickCounter"), 3);
+  EXPECT_FALSE(fs::exists(file));
+  EXPECT_TRUE(fs::is_regular_file(blocker)) << "what stood there is left alone";
+}
+
+}  // namespace
+}  // namespace platform::qt
