@@ -1,7 +1,7 @@
 #pragma once
 // Work ordered by due time, ties by the order it was queued: the store behind both
-// main-queue implementations. Not thread-safe: its owner holds a lock around every call.
-// Internal to Platform/Dispatch.
+// main-queue implementations here and of the Qt one. Not thread-safe: its owner holds a
+// lock around every call. For main-queue implementations only.
 #include <algorithm>
 #include <cstdint>
 #include <functional>
