@@ -10,6 +10,7 @@
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/FfmpegSupport.h"
+#include "Platform/Media/PlaybackTimeline.h"
 
 namespace platform::media {
 namespace detail {
@@ -93,43 +94,17 @@ struct PlayerCore {
 
   std::shared_ptr<PlayerItem> item;
   std::uint64_t itemGeneration = 0;
-  bool itemReady = false;
-  MediaTime duration = MediaTime::invalid();
-
-  float rate = 0;
+  PlaybackTimeline timeline;
   float volume = 1;
-  MediaTime anchorTime = MediaTime::zero();
-  double anchorClock = 0;
-  bool seeking = false;
   MediaTime seekTarget = MediaTime::zero();
   std::uint64_t seekGeneration = 0;
   std::function<void(bool)> seekCompletion;
   ActionAtItemEnd action = ActionAtItemEnd::pause;
-  bool endPosted = false;
-  MediaTime lastBoundaryCheck = MediaTime::zero();
   std::vector<Boundary> boundaries;
   Player::TimeObserverToken nextToken = 1;
 
   std::thread worker;
   std::weak_ptr<PlayerCore> self;
-
-  MediaTime clampLocked(MediaTime time) const {
-    if (time < MediaTime::zero()) return MediaTime::zero();
-    if (duration.isValid() && time > duration) return duration;
-    return time;
-  }
-
-  MediaTime timeAtLocked(double clock) const {
-    if (!itemReady || seeking || rate == 0 || clock == anchorClock) return clampLocked(anchorTime);
-    return clampLocked(MediaTime::fromSeconds(anchorTime.seconds() + double(rate) * (clock - anchorClock),
-                                              kClockTimescale));
-  }
-
-  void reanchorLocked() {
-    const double clock = sink->clock();
-    anchorTime = timeAtLocked(clock);
-    anchorClock = clock;
-  }
 
   void clearOutputsLocked() {
     if (!item) return;
@@ -280,11 +255,8 @@ void PlayerCore::pushFrame(PlaybackSession& session, const AVFrame* frame, std::
 
 void PlayerCore::finishSeek(std::uint64_t itemGen, std::vector<Work>& posts) {
   std::lock_guard lock(mutex);
-  if (itemGen != itemGeneration || !seeking) return;
-  seeking = false;
-  anchorTime = seekTarget;
-  anchorClock = sink->clock();
-  lastBoundaryCheck = seekTarget;
+  if (itemGen != itemGeneration || !timeline.isSeeking()) return;
+  timeline.finishSeek(sink->clock());
   if (auto completion = std::move(seekCompletion)) posts.push_back([completion] { completion(true); });
   seekCompletion = nullptr;
 }
@@ -317,8 +289,8 @@ bool PlayerCore::step(PlaybackSession& session, std::uint64_t itemGen, std::vect
   bool currentlySeeking;
   {
     std::lock_guard lock(mutex);
-    currentRate = rate;
-    currentlySeeking = seeking;
+    currentRate = timeline.rate();
+    currentlySeeking = timeline.isSeeking();
   }
   bool worked = false;
   if (session.audioActive) {
@@ -400,34 +372,26 @@ bool PlayerCore::step(PlaybackSession& session, std::uint64_t itemGen, std::vect
 }
 
 void PlayerCore::checkEventsLocked(std::vector<Work>& posts) {
-  if (!itemReady || seeking || rate == 0) return;
-  const MediaTime now = timeAtLocked(sink->clock());
-  if (now > lastBoundaryCheck) {
-    for (const Boundary& boundary : boundaries) {
-      for (const MediaTime& time : boundary.times) {
-        if (lastBoundaryCheck < time && time <= now) {
-          posts.push_back([weak = self, token = boundary.token] {
-            auto core = weak.lock();
-            if (!core) return;
-            std::function<void()> block;
-            {
-              std::lock_guard lock(core->mutex);
-              for (const Boundary& b : core->boundaries)
-                if (b.token == token) block = b.block;
-            }
-            if (block) block();
-          });
-        }
+  const PlaybackTimeline::Passage passage =
+      timeline.advance(sink->clock(), action != ActionAtItemEnd::none);
+  for (const Boundary& boundary : boundaries) {
+    for (const MediaTime& time : boundary.times) {
+      if (passage.passed(time)) {
+        posts.push_back([weak = self, token = boundary.token] {
+          auto core = weak.lock();
+          if (!core) return;
+          std::function<void()> block;
+          {
+            std::lock_guard lock(core->mutex);
+            for (const Boundary& b : core->boundaries)
+              if (b.token == token) block = b.block;
+          }
+          if (block) block();
+        });
       }
     }
   }
-  lastBoundaryCheck = now;
-  if (duration.isValid() && now >= duration && !endPosted) {
-    endPosted = true;
-    if (action != ActionAtItemEnd::none) {
-      reanchorLocked();
-      rate = 0;
-    }
+  if (passage.reachedEnd) {
     posts.push_back([weak = self, generation = itemGeneration, sender = static_cast<const void*>(item.get())] {
       auto core = weak.lock();
       if (!core || !core->owner) return;
@@ -460,15 +424,10 @@ void PlayerCore::run() {
       lock.lock();
       sessionGeneration = generation;
       if (generation != itemGeneration) continue;  // overtaken while opening
-      if (session) {
-        itemReady = true;
-        duration = session->duration;
-        anchorTime = clampLocked(anchorTime);
-        anchorClock = sink->clock();
-      }
+      if (session) timeline.itemReady(session->duration, sink->clock());
       continue;
     }
-    if (session && seeking && handledSeek != seekGeneration) {
+    if (session && timeline.isSeeking() && handledSeek != seekGeneration) {
       handledSeek = seekGeneration;
       const MediaTime target = seekTarget;
       lock.unlock();
@@ -477,7 +436,7 @@ void PlayerCore::run() {
       continue;
     }
     checkEventsLocked(posts);
-    const bool playing = rate != 0;
+    const bool playing = timeline.rate() != 0;
     bool worked = false;
     if (session) {
       lock.unlock();
@@ -515,7 +474,7 @@ MediaTime PlayerItemVideoOutput::itemTime(double hostTime) const {
   }
   if (!core) return MediaTime::invalid();
   std::lock_guard lock(core->mutex);
-  return core->timeAtLocked(hostTime);
+  return core->timeline.timeAt(hostTime);
 }
 
 bool PlayerItemVideoOutput::hasNewPixelBuffer(MediaTime itemTime) const {
@@ -572,7 +531,7 @@ Player::Player(std::shared_ptr<AudioSink> audioSink) : core_(std::make_shared<de
   core_->sink = audioSink ? std::move(audioSink) : std::make_shared<SilentAudioSink>();
   core_->owner = this;
   core_->self = core_;
-  core_->anchorClock = core_->sink->clock();
+  core_->timeline.reset(core_->sink->clock());
   core_->worker = std::thread([core = core_.get()] { core->run(); });
 }
 
@@ -601,15 +560,9 @@ void Player::replaceCurrentItem(std::shared_ptr<PlayerItem> item) {
     }
     core_->item = std::move(item);
     ++core_->itemGeneration;
-    core_->itemReady = false;
-    core_->duration = MediaTime::invalid();
-    core_->anchorTime = MediaTime::zero();
-    core_->anchorClock = core_->sink->clock();
-    core_->seeking = false;
+    core_->timeline.reset(core_->sink->clock());
     overtaken = std::move(core_->seekCompletion);
     core_->seekCompletion = nullptr;
-    core_->endPosted = false;
-    core_->lastBoundaryCheck = MediaTime::zero();
     if (core_->item) {
       std::lock_guard itemLock(core_->item->state_->mutex);
       for (auto& output : core_->item->state_->outputs) {
@@ -633,13 +586,12 @@ std::shared_ptr<PlayerItem> Player::currentItem() const {
 
 float Player::rate() const {
   std::lock_guard lock(core_->mutex);
-  return core_->rate;
+  return core_->timeline.rate();
 }
 
 void Player::setRate(float rate) {
   std::lock_guard lock(core_->mutex);
-  core_->reanchorLocked();
-  core_->rate = std::max(rate, 0.0f);
+  core_->timeline.setRate(rate, core_->sink->clock());
   core_->wake.notify_all();
 }
 
@@ -658,7 +610,7 @@ void Player::setVolume(float volume) {
 
 MediaTime Player::currentTime() const {
   std::lock_guard lock(core_->mutex);
-  return core_->timeAtLocked(core_->sink->clock());
+  return core_->timeline.timeAt(core_->sink->clock());
 }
 
 ActionAtItemEnd Player::actionAtItemEnd() const {
@@ -681,12 +633,7 @@ void Player::seek(MediaTime time, std::function<void(bool)> completion) {
       if (completion) posts.push_back([completion] { completion(false); });
     } else {
       ++core_->seekGeneration;
-      core_->seeking = true;
-      core_->seekTarget = core_->clampLocked(time);
-      core_->anchorTime = core_->seekTarget;
-      core_->anchorClock = core_->sink->clock();
-      core_->endPosted = false;
-      core_->lastBoundaryCheck = core_->seekTarget;
+      core_->seekTarget = core_->timeline.beginSeek(time, core_->sink->clock());
       core_->seekCompletion = std::move(completion);
       core_->clearOutputsLocked();
       core_->wake.notify_all();
