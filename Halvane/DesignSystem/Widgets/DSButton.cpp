@@ -56,6 +56,7 @@ void DSButton::setLoading(bool loading) {
   loading_ = loading;
   if (loading) {
     setDown(false);
+    letGoIfReleased();
     indicatorAnimation_->start();
   } else {
     indicatorAnimation_->stop();
@@ -116,13 +117,23 @@ void DSButton::changeEvent(QEvent* event) {
   QAbstractButton::changeEvent(event);
 }
 
+void DSButton::focusOutEvent(QFocusEvent* event) {
+  QAbstractButton::focusOutEvent(event);
+  letGoIfReleased();
+}
+
 bool DSButton::event(QEvent* event) {
   if (event->type() == QEvent::ApplicationFontChange) updateGeometry();
   return QAbstractButton::event(event);
 }
 
+void DSButton::letGoIfReleased() {
+  if (!isDown() && pressTarget_ != 1.0) animatePress(1.0);
+}
+
 void DSButton::animatePress(double scale) {
   if (pressAnimation_) pressAnimation_->stop();
+  pressTarget_ = scale;
   const double from = pressScale_;
   pressAnimation_ = DSAnimation::quick(this, [this, from, scale](platform::qt::SpringAnimator& animator) {
     animator.animate(from, scale, [this](const QVariant& value) {

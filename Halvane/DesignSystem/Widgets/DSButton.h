@@ -51,14 +51,18 @@ class DSButton final : public QAbstractButton {
   void keyPressEvent(QKeyEvent* event) override;
   void keyReleaseEvent(QKeyEvent* event) override;
   void changeEvent(QEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
   bool event(QEvent* event) override;
 
  private:
   void animatePress(double scale);
+  // A press that ends without a release signal (focus lost, loading begun) lets go too.
+  void letGoIfReleased();
 
   Style style_;
   bool loading_ = false;
   double pressScale_ = 1;
+  double pressTarget_ = 1;
   double indicatorTurn_ = 0;
   QPointer<platform::qt::SpringAnimator> pressAnimation_;
   QVariantAnimation* indicatorAnimation_;

@@ -187,6 +187,15 @@ TEST_F(DSButtonTest, PressShrinksOnTheQuickSpringAndReleaseReturns) {
   release->setCurrentTime(release->durationMsecs());
   EXPECT_DOUBLE_EQ(first_->pressScale(), 1.0);
   EXPECT_EQ(first_->controlState(), DSControlState::enabled);
+
+  // A press cut short by loading lets go as well.
+  QTest::mousePress(first_, Qt::LeftButton);
+  runningAnimation()->setCurrentTime(240);
+  first_->setLoading(true);
+  platform::qt::SpringAnimator* letGo = runningAnimation();
+  ASSERT_NE(letGo, nullptr);
+  letGo->setCurrentTime(letGo->durationMsecs());
+  EXPECT_DOUBLE_EQ(first_->pressScale(), 1.0);
 }
 
 TEST(DSTypography, FallsBackToTheDesktopFontAndGrowsWithItsSize) {
