@@ -1,12 +1,14 @@
-// Writes the text table as a C++ source that lupdate reads: each key as a qtTrId call
-// with its default text (//%) and comment (//:). The table stays the one place where
-// texts are declared; lupdate carries new keys and changed texts into the .ts files.
+// Writes the text table and the looks' labels of the filter catalogue as a C++ source
+// that lupdate reads: each key as a qtTrId call with its default text (//%) and comment
+// (//:). The tables stay the one place where texts are declared; lupdate carries new
+// keys and changed texts into the .ts files.
 #include <cstdio>
 #include <fstream>
 #include <string>
 #include <string_view>
 
 #include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/Model/FilterCatalogue.h"
 
 namespace {
 
@@ -27,12 +29,17 @@ int main(int argc, char** argv) {
     return 2;
   }
   std::ofstream out(argv[1]);
-  out << "// Written from the text table for lupdate; never compiled.\nvoid messages() {\n";
-  for (const halvane::LocalizedText& entry : halvane::DSL10n::allEntries()) {
-    out << "  //: " << entry.comment << "\n";
-    out << "  //% " << quoted(entry.defaultText) << "\n";
-    out << "  qtTrId(" << quoted(entry.key) << ");\n";
-  }
+  auto write = [&](std::string_view key, std::string_view defaultText, std::string_view comment) {
+    if (!comment.empty()) out << "  //: " << comment << "\n";
+    out << "  //% " << quoted(defaultText) << "\n";
+    out << "  qtTrId(" << quoted(key) << ");\n";
+  };
+  out << "// Written from the text tables for lupdate; never compiled.\nvoid messages() {\n";
+  for (const halvane::LocalizedText& entry : halvane::DSL10n::allEntries())
+    write(entry.key, entry.defaultText, entry.comment);
+  write(halvane::FilterCatalogue::none().displayNameKey(), halvane::FilterCatalogue::none()._displayName, {});
+  for (const halvane::FilterDefinition& filter : halvane::FilterCatalogue::all())
+    write(filter.displayNameKey(), filter._displayName, {});
   out << "}\n";
   out.close();
   if (!out) {
