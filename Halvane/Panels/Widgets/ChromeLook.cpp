@@ -1,12 +1,11 @@
 #include "Halvane/Panels/Widgets/ChromeLook.h"
 
+#include "Platform/Qt/SpringAnimator.h"
+
 #include <QByteArray>
 #include <QCoreApplication>
-#include <QEasingCurve>
 #include <QFontDatabase>
 #include <QObject>
-#include <QPointer>
-#include <QPropertyAnimation>
 #include <QVariant>
 #include <cmath>
 #include <map>
@@ -59,32 +58,16 @@ QString text(LocalizedText entry) {
   return QString::fromUtf8(entry.defaultText.data(), static_cast<qsizetype>(entry.defaultText.size()));
 }
 
-namespace {
-// A critically-underdamped spring over the unit of its duration, as the platform's
-// spring timing with a damping ratio: the natural frequency settles it by the end.
-qreal spring074(qreal t) {
-  constexpr double zeta = 0.74, omega = 2 * M_PI, omegaD = omega * 0.6726;  // sqrt(1 - 0.74^2)
-  return 1 - std::exp(-zeta * omega * t) * (std::cos(omegaD * t) + zeta * omega / omegaD * std::sin(omegaD * t));
-}
-}  // namespace
-
 void quickSpring(QObject* target, const QByteArray& property, const QVariant& end, std::function<void()> onFinished) {
-  const QByteArray key = "_spring_" + property;
-  if (auto* running = target->property(key.constData()).value<QObject*>()) delete running;
-  auto* animation = new QPropertyAnimation(target, property, target);
-  target->setProperty(key.constData(), QVariant::fromValue<QObject*>(animation));
-  QEasingCurve curve;
-  curve.setCustomType(spring074);
-  animation->setEasingCurve(curve);
-  animation->setDuration(240);
-  animation->setEndValue(end);
-  QObject::connect(animation, &QPropertyAnimation::finished, target, [target, key, animation, onFinished] {
-    if (target->property(key.constData()).value<QObject*>() == animation)
-      target->setProperty(key.constData(), QVariant());
-    animation->deleteLater();
-    if (onFinished) onFinished();
-  });
-  animation->start();
+  // One transition per property: a new one stops the old where it stands and starts
+  // from there, so a quick second tap never jumps.
+  const QString name = QStringLiteral("quickSpring.") + QString::fromLatin1(property);
+  for (auto* running : target->findChildren<platform::qt::SpringAnimator*>(name, Qt::FindDirectChildrenOnly))
+    running->stop();
+  platform::qt::SpringAnimator* transition = platform::qt::startTransition(
+      platform::qt::SpringTiming{0.74, 0.24}, target,
+      [&](platform::qt::SpringAnimator& animator) { animator.animate(target, property, end); }, std::move(onFinished));
+  transition->setObjectName(name);
 }
 
 }  // namespace halvane::panels::look
