@@ -11,7 +11,8 @@
 #   --screen WxH    size of the virtual screen in device pixels, default 1280x1024
 #   --timeout S     the command is stopped after S seconds (exit status 124), default 120
 #
-# The exit status is the command's. The command sees DISPLAY, DBUS_SESSION_BUS_ADDRESS
+# The exit status is the command's; 77 (a skipped test for CTest) when Xvfb or D-Bus is
+# missing. The command sees DISPLAY, DBUS_SESSION_BUS_ADDRESS
 # and QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1; HALVANE_DISPLAY_PYTHON names the Debian Python
 # that has the gi bindings of AT-SPI (a Python of one's own usually lacks them).
 set -euo pipefail
@@ -36,7 +37,7 @@ fi
 [[ "$screen" =~ ^[0-9]+x[0-9]+$ ]] || { echo "with-display.sh: --screen wants WxH, got $screen" >&2; exit 2; }
 [[ "$limit" =~ ^[0-9]+$ ]] || { echo "with-display.sh: --timeout wants whole seconds, got $limit" >&2; exit 2; }
 for tool in Xvfb dbus-run-session timeout setsid; do
-  command -v "$tool" >/dev/null || { echo "with-display.sh: $tool is missing; run scripts/install-deps.sh" >&2; exit 2; }
+  command -v "$tool" >/dev/null || { echo "with-display.sh: $tool is missing; run scripts/install-deps.sh" >&2; exit 77; }
 done
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/halvane-display.XXXXXX")

@@ -69,9 +69,9 @@ class Application:
                 if child is not None:
                     stack.append((child, depth + 1))
 
-    def find_all(self, role=None, name=None, showing_only=True):
+    def find_all(self, role=None, name=None, showing_only=True, within=None):
         found = []
-        for node in self.nodes():
+        for node in self.nodes(within):
             if role is not None and _safe(node.get_role_name) != role:
                 continue
             if name is not None and _safe(node.get_name) != name:
@@ -81,17 +81,18 @@ class Application:
             found.append(node)
         return found
 
-    def find(self, role, name, timeout=10.0, showing_only=True):
-        """The one node with this role and accessible name; waits for it to appear."""
+    def find(self, role, name, timeout=10.0, showing_only=True, within=None):
+        """The one node with this role (any role for None) and accessible name below
+        within (the application by default); waits for it to appear."""
         deadline = time.monotonic() + timeout
         while True:
-            found = self.find_all(role, name, showing_only)
+            found = self.find_all(role, name, showing_only, within)
             if len(found) == 1:
                 return found[0]
             if len(found) > 1:
                 raise DriverError("%d nodes are %s %r; a test needs one" % (len(found), role, name))
             if time.monotonic() >= deadline:
-                raise DriverError("no %s named %r within %.0fs" % (role, name, timeout))
+                raise DriverError("no %s named %r within %.0fs" % (role or "node", name, timeout))
             time.sleep(0.2)
 
     # Reading -------------------------------------------------------------------------
@@ -112,11 +113,12 @@ class Application:
 
     @staticmethod
     def text(node):
-        """A label's text: its Text interface where it has one, else its name."""
+        """What a node reads: its Text interface where it has one, else its description
+        (a Qt label with a name of its own reports its text there), else its name."""
         text = _safe(node.get_text_iface)
         if text is not None:
             return text.get_text(0, text.get_character_count())
-        return node.get_name()
+        return node.get_description() or node.get_name()
 
     @staticmethod
     def extents(node):

@@ -1,0 +1,319 @@
+#include "ComponentGalleryViewController.h"
+
+#include <QLabel>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <QRadialGradient>
+#include <QScrollArea>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/Panels/Widgets/ExportProgressView.h"
+#include "Halvane/Panels/Widgets/IconButton.h"
+#include "Halvane/Panels/Widgets/RoundButton.h"
+#include "Halvane/Panels/Widgets/TextButton.h"
+#include "Halvane/Panels/Widgets/ToolStripButton.h"
+#include "Halvane/Panels/Widgets/ToolStripView.h"
+#include "Halvane/Panels/Widgets/TopBarView.h"
+#include "Halvane/Panels/Widgets/UndoRedoBar.h"
+
+namespace halvane::gallery {
+
+using namespace halvane::panels;
+using look::Token;
+
+namespace {
+
+constexpr int kMargin = 16;
+
+// A rounded surface of one colour behind a group of components.
+class Surface : public QWidget {
+public:
+  Surface(Token token, qreal radius, QWidget* parent = nullptr) : QWidget(parent), token_(token), radius_(radius) {}
+
+protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath path;
+    path.addRoundedRect(QRectF(rect()), radius_, radius_);
+    painter.fillPath(path, look::color(token_));
+  }
+
+private:
+  Token token_;
+  qreal radius_;
+};
+
+// Stands in for the preview: a quiet dusk gradient, so the chrome is seen over a picture.
+class PreviewStandIn : public QWidget {
+public:
+  using QWidget::QWidget;
+
+protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF area = QRectF(rect()).adjusted(kMargin, 4, -kMargin, -4);
+    QLinearGradient sky(area.topLeft(), area.bottomLeft());
+    sky.setColorAt(0, QColor(38, 58, 104));
+    sky.setColorAt(0.55, QColor(196, 118, 92));
+    sky.setColorAt(1, QColor(58, 40, 52));
+    QPainterPath frame;
+    frame.addRoundedRect(area, 12, 12);
+    painter.fillPath(frame, sky);
+    QRadialGradient sun(QPointF(area.center().x(), area.top() + area.height() * 0.58), area.width() * 0.22);
+    sun.setColorAt(0, QColor(255, 214, 150, 230));
+    sun.setColorAt(1, QColor(255, 214, 150, 0));
+    painter.setClipPath(frame);
+    painter.fillRect(area, sun);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor(24, 22, 34, 220));
+    QPainterPath hills;
+    hills.moveTo(area.left(), area.bottom());
+    hills.lineTo(area.left(), area.top() + area.height() * 0.72);
+    hills.cubicTo(area.left() + area.width() * 0.3, area.top() + area.height() * 0.6,
+                  area.left() + area.width() * 0.55, area.top() + area.height() * 0.8, area.right(),
+                  area.top() + area.height() * 0.66);
+    hills.lineTo(area.right(), area.bottom());
+    painter.drawPath(hills);
+  }
+};
+
+QLabel* makeLabel(const QString& text, look::Face face, Token color, QWidget* parent) {
+  auto* label = new QLabel(text, parent);
+  label->setFont(look::font(face));
+  QPalette palette = label->palette();
+  palette.setColor(QPalette::WindowText, look::color(color));
+  label->setPalette(palette);
+  return label;
+}
+
+// A picture a host might supply for the share button: a bright badge with a glyph.
+QImage sampleShareBadge() {
+  QImage image(96, 96, QImage::Format_ARGB32_Premultiplied);
+  image.fill(Qt::transparent);
+  QPainter painter(&image);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setPen(Qt::NoPen);
+  painter.setBrush(QColor(255, 252, 0));
+  painter.drawRoundedRect(QRectF(0, 0, 96, 96), 22, 22);
+  painter.setBrush(QColor(20, 20, 20));
+  painter.drawEllipse(QRectF(28, 22, 40, 40));
+  painter.drawRoundedRect(QRectF(20, 58, 56, 18), 9, 9);
+  return image;
+}
+
+}  // namespace
+
+ComponentGalleryViewController::ComponentGalleryViewController(QWidget* parent)
+    : QWidget(parent), content_(new QWidget), column_(new QVBoxLayout(content_)) {
+  setWindowTitle(QStringLiteral("Component Gallery"));
+  setAutoFillBackground(true);
+  QPalette palette = this->palette();
+  palette.setColor(QPalette::Window, look::color(Token::bgPrimary));
+  setPalette(palette);
+  content_->setPalette(palette);
+  content_->setAutoFillBackground(true);
+
+  column_->setContentsMargins(0, 20, 0, 28);
+  column_->setSpacing(24);
+  auto* heading = makeLabel(QStringLiteral("Component Gallery"), look::Face::headline, Token::textPrimary, content_);
+  heading->setContentsMargins(kMargin + 4, 0, kMargin, 0);
+  QFont large = heading->font();
+  large.setPixelSize(28);
+  large.setWeight(QFont::Bold);
+  heading->setFont(large);
+  column_->addWidget(heading);
+
+  buildLive();
+  buildToolStrips();
+  buildTopBars();
+  buildUndoRedo();
+  buildProgress();
+  column_->addStretch();
+
+  auto* scroll = new QScrollArea(this);
+  scroll->setWidget(content_);
+  scroll->setWidgetResizable(true);
+  scroll->setFrameShape(QFrame::NoFrame);
+  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  auto* fill = new QVBoxLayout(this);
+  fill->setContentsMargins(0, 0, 0, 0);
+  fill->addWidget(scroll);
+  resize(kPhoneWidth + 2 * kMargin, 860);
+}
+
+QWidget* ComponentGalleryViewController::addSection(const QString& key, const QString& title) {
+  auto* section = new QWidget(content_);
+  section->setAccessibleName(title);
+  auto* layout = new QVBoxLayout(section);
+  layout->setContentsMargins(kMargin, 0, kMargin, 0);
+  layout->setSpacing(10);
+  auto* caption = makeLabel(title.toUpper(), look::Face::caption, Token::textSecondary, section);
+  QFont font = caption->font();
+  font.setLetterSpacing(QFont::AbsoluteSpacing, 1.2);
+  font.setWeight(QFont::DemiBold);
+  caption->setFont(font);
+  caption->setContentsMargins(4, 0, 0, 0);
+  layout->addWidget(caption);
+  column_->addWidget(section);
+  sections_[key] = section;
+  return section;
+}
+
+namespace {
+// One example inside a section: the component on a card, with a caption naming its state.
+QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int height = -1) {
+  auto* card = new Surface(Token::bgSecondary, 16, section);
+  auto* layout = new QVBoxLayout(card);
+  layout->setContentsMargins(0, 12, 0, 10);
+  layout->setSpacing(8);
+  component->setParent(card);
+  if (height > 0) component->setFixedHeight(height);
+  layout->addWidget(component);
+  auto* caption = makeLabel(state, look::Face::caption, Token::textSecondary, card);
+  caption->setAlignment(Qt::AlignCenter);
+  layout->addWidget(caption);
+  section->layout()->addWidget(card);
+  return card;
+}
+}  // namespace
+
+void ComponentGalleryViewController::buildLive() {
+  QWidget* section = addSection(QStringLiteral("live"), QStringLiteral("Live editor chrome"));
+  auto* phone = new Surface(Token::bgPrimary, 20, section);
+  phone->setAccessibleName(QStringLiteral("Live editor"));
+  auto* stack = new QVBoxLayout(phone);
+  stack->setContentsMargins(0, 4, 0, 0);
+  stack->setSpacing(8);
+
+  auto* topBar = new TopBarView(phone);
+  topBar->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
+  auto* preview = new PreviewStandIn(phone);
+  preview->setFixedHeight(230);
+  liveUndoRedo_ = new UndoRedoBar(phone);
+  auto* strip = new ToolStripView(phone);
+  stack->addWidget(topBar);
+  stack->addWidget(preview);
+  stack->addWidget(liveUndoRedo_);
+  stack->addWidget(strip);
+  section->layout()->addWidget(phone);
+
+  stateLabel_ = makeLabel(QStringLiteral("Ready"), look::Face::caption, Token::textSecondary, section);
+  stateLabel_->setAccessibleName(QStringLiteral("Gallery state"));
+  stateLabel_->setAccessibleDescription(stateLabel_->text());
+  stateLabel_->setAlignment(Qt::AlignCenter);
+  section->layout()->addWidget(stateLabel_);
+
+  const auto updateHistory = [this] {
+    liveUndoRedo_->undoButton()->setEnabled(editCount_ > 0);
+    liveUndoRedo_->redoButton()->setEnabled(undoneCount_ > 0);
+  };
+  strip->onToolSelected = [this, updateHistory](MediaTool tool) {
+    ++editCount_;
+    undoneCount_ = 0;
+    updateHistory();
+    report(QStringLiteral("Selected %1").arg(look::text(mediaToolInfo(tool).title)));
+  };
+  liveUndoRedo_->onUndo = [this, updateHistory] {
+    --editCount_;
+    ++undoneCount_;
+    updateHistory();
+    report(QStringLiteral("Undo"));
+  };
+  liveUndoRedo_->onRedo = [this, updateHistory] {
+    ++editCount_;
+    --undoneCount_;
+    updateHistory();
+    report(QStringLiteral("Redo"));
+  };
+  topBar->onClose = [this] { report(QStringLiteral("Close")); };
+  topBar->onShare = [this, phone] {
+    report(QStringLiteral("Share"));
+    auto* progress = new ExportProgressView;
+    progress->show(phone);
+    auto* ticker = new QTimer(progress);
+    progress->onCancel = [this, progress, ticker] {
+      ticker->stop();
+      progress->dismiss([this] { report(QStringLiteral("Export cancelled")); });
+    };
+    connect(ticker, &QTimer::timeout, progress, [this, progress, ticker, step = 0]() mutable {
+      progress->setProgress(++step / 120.0);
+      if (step == 120) {
+        ticker->stop();
+        progress->dismiss([this] { report(QStringLiteral("Export finished")); });
+      }
+    });
+    ticker->start(50);
+  };
+}
+
+void ComponentGalleryViewController::buildToolStrips() {
+  QWidget* section = addSection(QStringLiteral("tool-strip"), QStringLiteral("Tool strip"));
+  addExample(section, new ToolStripView, QStringLiteral("Video: six tools, none selected"));
+  auto* selected = new ToolStripView;
+  selected->selectTool(MediaTool::filter);
+  addExample(section, selected, QStringLiteral("Filter selected"));
+  auto* photo = new ToolStripView;
+  photo->setVideoToolsVisible(false);
+  photo->selectTool(MediaTool::adjust);
+  photo->toolButton(MediaTool::focus)->setDown(true);
+  addExample(section, photo, QStringLiteral("Photo: four tools, Adjust selected, Focus held"));
+}
+
+void ComponentGalleryViewController::buildTopBars() {
+  QWidget* section = addSection(QStringLiteral("top-bar"), QStringLiteral("Top bar"));
+  auto* plain = new TopBarView;
+  plain->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
+  addExample(section, plain, QStringLiteral("Title, close and share"));
+  auto* pictured = new TopBarView;
+  pictured->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
+  pictured->setShareButtonImage(sampleShareBadge());
+  addExample(section, pictured, QStringLiteral("Host's share picture, 28 by 28 in its own colours"));
+  auto* held = new TopBarView;
+  held->closeButton()->setDown(true);
+  addExample(section, held, QStringLiteral("Close held: dimmed"));
+}
+
+void ComponentGalleryViewController::buildUndoRedo() {
+  QWidget* section = addSection(QStringLiteral("undo-redo"), QStringLiteral("Undo and redo"));
+  addExample(section, new UndoRedoBar, QStringLiteral("Nothing to undo or redo"));
+  auto* undo = new UndoRedoBar;
+  undo->undoButton()->setEnabled(true);
+  addExample(section, undo, QStringLiteral("Undo enabled"));
+  auto* both = new UndoRedoBar;
+  both->undoButton()->setEnabled(true);
+  both->redoButton()->setEnabled(true);
+  both->redoButton()->setDown(true);
+  addExample(section, both, QStringLiteral("Both enabled, redo held"));
+}
+
+void ComponentGalleryViewController::buildProgress() {
+  QWidget* section = addSection(QStringLiteral("progress"), QStringLiteral("Progress card"));
+  const auto host = [] {
+    auto* frame = new PreviewStandIn;
+    frame->setFixedHeight(240);
+    return frame;
+  };
+  QWidget* determinate = host();
+  addExample(section, determinate, QStringLiteral("Export at 42%"));
+  auto* exporting = new ExportProgressView;
+  exporting->show(determinate);
+  exporting->setProgress(0.42);
+  QWidget* indeterminate = host();
+  addExample(section, indeterminate, QStringLiteral("Import of unknown length"));
+  auto* importing = new ExportProgressView;
+  importing->show(indeterminate);
+  importing->setIndeterminate(look::text({"import.importing", "Importing...", "Import progress title"}));
+}
+
+void ComponentGalleryViewController::report(const QString& what) {
+  stateLabel_->setText(what);
+  // A label's name stays its own; what it reads goes out as its description.
+  stateLabel_->setAccessibleDescription(what);
+}
+
+}  // namespace halvane::gallery
