@@ -3,6 +3,7 @@
 #include <QPainter>
 
 #include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/Panels/Widgets/ToolStripButtonAccessible.h"
 
 namespace halvane::panels {
 
@@ -14,6 +15,7 @@ constexpr qreal kImagePadding = 4;
 }  // namespace
 
 ToolStripButton::ToolStripButton(MediaTool tool, QWidget* parent) : ChromeButton(parent), tool_(tool) {
+  ToolStripButtonAccessible::install();
   const QString title = look::text(mediaToolInfo(tool).title);
   setText(title);
   setAccessibleName(title);
