@@ -9,7 +9,12 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/DSTypography.h"
+#include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/IconButton.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
@@ -22,7 +27,6 @@
 namespace halvane::gallery {
 
 using namespace halvane::panels;
-using look::Token;
 
 namespace {
 
@@ -31,38 +35,40 @@ constexpr int kMargin = 16;
 // A rounded surface of one colour behind a group of components.
 class Surface : public QWidget {
 public:
-  Surface(Token token, qreal radius, QWidget* parent = nullptr) : QWidget(parent), token_(token), radius_(radius) {}
+  Surface(DSRGBA fill, qreal radius, QWidget* parent = nullptr) : QWidget(parent), fill_(fill), radius_(radius) {}
 
 protected:
   void paintEvent(QPaintEvent*) override {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath path;
-    path.addRoundedRect(QRectF(rect()), radius_, radius_);
-    painter.fillPath(path, look::color(token_));
+    const QPainterPath path = continuousRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radius_);
+    painter.fillPath(path, qColor(fill_));
+    painter.setPen(QPen(qColor(DSColor::separator), 1));
+    painter.drawPath(path);
   }
 
 private:
-  Token token_;
+  DSRGBA fill_;
   qreal radius_;
 };
 
 // Stands in for the preview: a quiet dusk gradient, so the chrome is seen over a picture.
 class PreviewStandIn : public QWidget {
 public:
-  using QWidget::QWidget;
+  // inset: the room around the picture; a screen for the progress card has none.
+  explicit PreviewStandIn(int inset, qreal radius, QWidget* parent = nullptr)
+      : QWidget(parent), inset_(inset), radius_(radius) {}
 
 protected:
   void paintEvent(QPaintEvent*) override {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF area = QRectF(rect()).adjusted(kMargin, 4, -kMargin, -4);
+    const QRectF area = QRectF(rect()).adjusted(inset_, inset_ / 4, -inset_, -inset_ / 4);
     QLinearGradient sky(area.topLeft(), area.bottomLeft());
     sky.setColorAt(0, QColor(38, 58, 104));
     sky.setColorAt(0.55, QColor(196, 118, 92));
     sky.setColorAt(1, QColor(58, 40, 52));
-    QPainterPath frame;
-    frame.addRoundedRect(area, 12, 12);
+    const QPainterPath frame = continuousRoundedRect(area, radius_);
     painter.fillPath(frame, sky);
     QRadialGradient sun(QPointF(area.center().x(), area.top() + area.height() * 0.58), area.width() * 0.22);
     sun.setColorAt(0, QColor(255, 214, 150, 230));
@@ -80,13 +86,17 @@ protected:
     hills.lineTo(area.right(), area.bottom());
     painter.drawPath(hills);
   }
+
+private:
+  int inset_;
+  qreal radius_;
 };
 
-QLabel* makeLabel(const QString& text, look::Face face, Token color, QWidget* parent) {
+QLabel* makeLabel(const QString& text, const QFont& font, const DSRGBA& color, QWidget* parent) {
   auto* label = new QLabel(text, parent);
-  label->setFont(look::font(face));
+  label->setFont(font);
   QPalette palette = label->palette();
-  palette.setColor(QPalette::WindowText, look::color(color));
+  palette.setColor(QPalette::WindowText, qColor(color));
   label->setPalette(palette);
   return label;
 }
@@ -113,19 +123,15 @@ ComponentGalleryViewController::ComponentGalleryViewController(QWidget* parent)
   setWindowTitle(QStringLiteral("Component Gallery"));
   setAutoFillBackground(true);
   QPalette palette = this->palette();
-  palette.setColor(QPalette::Window, look::color(Token::bgPrimary));
+  palette.setColor(QPalette::Window, qColor(DSColor::bgPrimary));
   setPalette(palette);
   content_->setPalette(palette);
   content_->setAutoFillBackground(true);
 
   column_->setContentsMargins(0, 20, 0, 28);
   column_->setSpacing(24);
-  auto* heading = makeLabel(QStringLiteral("Component Gallery"), look::Face::headline, Token::textPrimary, content_);
+  auto* heading = makeLabel(QStringLiteral("Component Gallery"), DSFont::font(DSTypography::largeTitle), DSColor::textPrimary, content_);
   heading->setContentsMargins(kMargin + 4, 0, kMargin, 0);
-  QFont large = heading->font();
-  large.setPixelSize(28);
-  large.setWeight(QFont::Bold);
-  heading->setFont(large);
   column_->addWidget(heading);
 
   buildLive();
@@ -152,7 +158,7 @@ QWidget* ComponentGalleryViewController::addSection(const QString& key, const QS
   auto* layout = new QVBoxLayout(section);
   layout->setContentsMargins(kMargin, 0, kMargin, 0);
   layout->setSpacing(10);
-  auto* caption = makeLabel(title.toUpper(), look::Face::caption, Token::textSecondary, section);
+  auto* caption = makeLabel(title.toUpper(), DSFont::font(DSTypography::caption), DSColor::textSecondary, section);
   QFont font = caption->font();
   font.setLetterSpacing(QFont::AbsoluteSpacing, 1.2);
   font.setWeight(QFont::DemiBold);
@@ -166,15 +172,15 @@ QWidget* ComponentGalleryViewController::addSection(const QString& key, const QS
 
 namespace {
 // One example inside a section: the component on a card, with a caption naming its state.
-QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int height = -1) {
-  auto* card = new Surface(Token::bgSecondary, 16, section);
+QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int height = -1, int inset = 1) {
+  auto* card = new Surface(DSColor::bgPrimary, 16, section);
   auto* layout = new QVBoxLayout(card);
-  layout->setContentsMargins(0, 12, 0, 10);
+  layout->setContentsMargins(inset, 12, inset, 10);
   layout->setSpacing(8);
   component->setParent(card);
   if (height > 0) component->setFixedHeight(height);
   layout->addWidget(component);
-  auto* caption = makeLabel(state, look::Face::caption, Token::textSecondary, card);
+  auto* caption = makeLabel(state, DSFont::font(DSTypography::caption), DSColor::textSecondary, card);
   caption->setAlignment(Qt::AlignCenter);
   layout->addWidget(caption);
   section->layout()->addWidget(card);
@@ -184,15 +190,16 @@ QWidget* addExample(QWidget* section, QWidget* component, const QString& state, 
 
 void ComponentGalleryViewController::buildLive() {
   QWidget* section = addSection(QStringLiteral("live"), QStringLiteral("Live editor chrome"));
-  auto* phone = new Surface(Token::bgPrimary, 20, section);
+  auto* phone = new Surface(DSColor::bgPrimary, 20, section);
   phone->setAccessibleName(QStringLiteral("Live editor"));
   auto* stack = new QVBoxLayout(phone);
-  stack->setContentsMargins(0, 4, 0, 0);
+  // Inside the frame's outline and clear of its rounded corners.
+  stack->setContentsMargins(1, 4, 1, 14);
   stack->setSpacing(8);
 
   auto* topBar = new TopBarView(phone);
-  topBar->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
-  auto* preview = new PreviewStandIn(phone);
+  topBar->setTitle(DSL10n::text(DSL10n::Editor::editTitle));
+  auto* preview = new PreviewStandIn(kMargin, 12, phone);
   preview->setFixedHeight(230);
   liveUndoRedo_ = new UndoRedoBar(phone);
   auto* strip = new ToolStripView(phone);
@@ -202,7 +209,7 @@ void ComponentGalleryViewController::buildLive() {
   stack->addWidget(strip);
   section->layout()->addWidget(phone);
 
-  stateLabel_ = makeLabel(QStringLiteral("Ready"), look::Face::caption, Token::textSecondary, section);
+  stateLabel_ = makeLabel(QStringLiteral("Ready"), DSFont::font(DSTypography::caption), DSColor::textSecondary, section);
   stateLabel_->setAccessibleName(QStringLiteral("Gallery state"));
   stateLabel_->setAccessibleDescription(stateLabel_->text());
   stateLabel_->setAlignment(Qt::AlignCenter);
@@ -216,7 +223,7 @@ void ComponentGalleryViewController::buildLive() {
     ++editCount_;
     undoneCount_ = 0;
     updateHistory();
-    report(QStringLiteral("Selected %1").arg(look::text(mediaToolInfo(tool).title)));
+    report(QStringLiteral("Selected %1").arg(DSL10n::text(mediaToolInfo(tool).title)));
   };
   liveUndoRedo_->onUndo = [this, updateHistory] {
     --editCount_;
@@ -267,10 +274,10 @@ void ComponentGalleryViewController::buildToolStrips() {
 void ComponentGalleryViewController::buildTopBars() {
   QWidget* section = addSection(QStringLiteral("top-bar"), QStringLiteral("Top bar"));
   auto* plain = new TopBarView;
-  plain->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
+  plain->setTitle(DSL10n::text(DSL10n::Editor::editTitle));
   addExample(section, plain, QStringLiteral("Title, close and share"));
   auto* pictured = new TopBarView;
-  pictured->setTitle(look::text({"editor.editTitle", "Edit", "Editor screen title"}));
+  pictured->setTitle(DSL10n::text(DSL10n::Editor::editTitle));
   pictured->setShareButtonImage(sampleShareBadge());
   addExample(section, pictured, QStringLiteral("Host's share picture, 28 by 28 in its own colours"));
   auto* held = new TopBarView;
@@ -294,20 +301,20 @@ void ComponentGalleryViewController::buildUndoRedo() {
 void ComponentGalleryViewController::buildProgress() {
   QWidget* section = addSection(QStringLiteral("progress"), QStringLiteral("Progress card"));
   const auto host = [] {
-    auto* frame = new PreviewStandIn;
+    auto* frame = new PreviewStandIn(0, 0);
     frame->setFixedHeight(240);
     return frame;
   };
   QWidget* determinate = host();
-  addExample(section, determinate, QStringLiteral("Export at 42%"));
+  addExample(section, determinate, QStringLiteral("Export at 42%"), -1, kMargin);
   auto* exporting = new ExportProgressView;
   exporting->show(determinate);
   exporting->setProgress(0.42);
   QWidget* indeterminate = host();
-  addExample(section, indeterminate, QStringLiteral("Import of unknown length"));
+  addExample(section, indeterminate, QStringLiteral("Import of unknown length"), -1, kMargin);
   auto* importing = new ExportProgressView;
   importing->show(indeterminate);
-  importing->setIndeterminate(look::text({"import.importing", "Importing...", "Import progress title"}));
+  importing->setIndeterminate(DSL10n::text(DSL10n::Import::importing));
 }
 
 void ComponentGalleryViewController::report(const QString& what) {

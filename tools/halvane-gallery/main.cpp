@@ -1,16 +1,19 @@
 // halvane-gallery: the developer's showcase of the editor's components.
 //
 //   halvane-gallery                       shows the gallery
+//   halvane-gallery --locale de           in German (the desktop's language by default)
 //   halvane-gallery --screenshots DIR     writes the gallery and each section as PNG
 //                                         files into DIR at the screen's pixel ratio,
 //                                         named gallery.png and gallery-SECTION.png
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QLocale>
 #include <QTimer>
 #include <cstdio>
 
 #include "ComponentGalleryViewController.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 
 namespace {
 
@@ -45,7 +48,11 @@ int main(int argc, char** argv) {
                                        QStringLiteral("Write PNG screenshots into <folder> and quit."),
                                        QStringLiteral("folder"));
   parser.addOption(screenshots);
+  const QCommandLineOption locale(QStringLiteral("locale"), QStringLiteral("Show the texts of <language>."),
+                                  QStringLiteral("language"));
+  parser.addOption(locale);
   parser.process(application);
+  halvane::DSL10n::installTranslator(parser.isSet(locale) ? QLocale(parser.value(locale)) : QLocale::system());
 
   halvane::gallery::ComponentGalleryViewController gallery;
   gallery.show();

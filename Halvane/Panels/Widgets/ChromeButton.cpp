@@ -3,7 +3,8 @@
 #include <QKeyEvent>
 #include <QPainter>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 
 namespace halvane::panels {
 
@@ -28,7 +29,7 @@ void ChromeButton::paintEvent(QPaintEvent*) {
   paintFace(painter, face);
   painter.restore();
   if (hasFocus()) {
-    painter.setPen(QPen(look::color(look::Token::accent), 1.5));
+    painter.setPen(QPen(qColor(DSColor::accent), 1.5));
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), focusRadius() + 1, focusRadius() + 1);
   }

@@ -7,8 +7,14 @@
 #include <QPainterPath>
 #include <QVBoxLayout>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/DSTypography.h"
+#include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Panels/Widgets/ProgressTrack.h"
+#include "Halvane/Panels/Widgets/QuickTransition.h"
 #include "Halvane/Panels/Widgets/SpinnerView.h"
 #include "Halvane/Panels/Widgets/TextButton.h"
 
@@ -31,19 +37,17 @@ protected:
   void paintEvent(QPaintEvent*) override {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    QPainterPath surface;
-    surface.addRoundedRect(QRectF(rect()), kCardRadius, kCardRadius);
-    painter.fillPath(surface, look::color(look::Token::bgSecondary));
+    painter.fillPath(continuousRoundedRect(QRectF(rect()), kCardRadius), qColor(DSColor::bgSecondary));
   }
 };
 
-QLabel* makeLabel(const QString& text, look::Face face, look::Token color, QWidget* parent) {
+QLabel* makeLabel(const QString& text, const DSFontToken& face, const DSRGBA& color, QWidget* parent) {
   auto* label = new QLabel(text, parent);
-  label->setFont(look::font(face));
+  label->setFont(DSFont::font(face));
   label->setAlignment(Qt::AlignCenter);
   label->setWordWrap(true);
   QPalette palette = label->palette();
-  palette.setColor(QPalette::WindowText, look::color(color));
+  palette.setColor(QPalette::WindowText, qColor(color));
   label->setPalette(palette);
   return label;
 }
@@ -53,14 +57,14 @@ ExportProgressView::ExportProgressView(QWidget* parent)
     : QWidget(parent),
       card_(new Card(this)),
       stack_(new QVBoxLayout(card_)),
-      titleLabel_(makeLabel(look::text({"export.exporting", "Exporting...", "Export progress title"}),
-                            look::Face::headline, look::Token::textPrimary, card_)),
+      titleLabel_(makeLabel(DSL10n::text(DSL10n::Export::exporting),
+                            DSTypography::headline, DSColor::textPrimary, card_)),
       progressBar_(new ProgressTrack(card_)),
       spinner_(new SpinnerView(card_)),
-      percentLabel_(makeLabel(QString::fromStdString(state_.percentText()), look::Face::caption,
-                              look::Token::textSecondary, card_)),
-      cancelButton_(new TextButton(look::text({"common.cancel", "Cancel", "Cancel button"}),
-                                   look::color(look::Token::textSecondary), card_)),
+      percentLabel_(makeLabel(QString::fromStdString(state_.percentText()), DSTypography::caption,
+                              DSColor::textSecondary, card_)),
+      cancelButton_(new TextButton(DSL10n::text(DSL10n::Common::cancel),
+                                   qColor(DSColor::textSecondary), card_)),
       fade_(new QGraphicsOpacityEffect(this)) {
   card_->setFixedWidth(kCardWidth);
   stack_->setContentsMargins(kCardPadding, kCardPadding, kCardPadding, kCardPadding);
@@ -82,7 +86,7 @@ void ExportProgressView::show(QWidget* parent) {
   parent->installEventFilter(this);
   QWidget::show();
   raise();
-  look::quickSpring(fade_, "opacity", 1.0);
+  springQuickly(fade_, "opacity", 1.0);
 }
 
 void ExportProgressView::setProgress(double value) {
@@ -101,7 +105,7 @@ void ExportProgressView::setIndeterminate(const QString& title) {
 
 void ExportProgressView::dismiss(std::function<void()> completion) {
   if (!state_.beginDismiss()) return;
-  look::quickSpring(fade_, "opacity", 0.0, [this, completion = std::move(completion)] {
+  springQuickly(fade_, "opacity", 0.0, [this, completion = std::move(completion)] {
     if (parentWidget()) parentWidget()->removeEventFilter(this);
     hide();
     setParent(nullptr);
@@ -142,9 +146,7 @@ bool ExportProgressView::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void ExportProgressView::paintEvent(QPaintEvent*) {
-  QColor scrim = look::color(look::Token::scrim);
-  scrim.setAlphaF(static_cast<float>(kScrimAlpha));
-  QPainter(this).fillRect(rect(), scrim);
+  QPainter(this).fillRect(rect(), qColor(DSColor::scrim.withAlpha(DSColor::kScrimAlpha)));
 }
 
 }  // namespace halvane::panels

@@ -23,7 +23,6 @@ class ExportProgressView : public QWidget {
 
 public:
   static constexpr int kCardWidth = 240;
-  static constexpr qreal kScrimAlpha = 0.5;
 
   explicit ExportProgressView(QWidget* parent = nullptr);
 

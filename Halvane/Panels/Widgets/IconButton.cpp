@@ -3,7 +3,9 @@
 #include <QPainter>
 #include <QPainterPath>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSSymbol.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 
 namespace halvane::panels {
 
@@ -12,10 +14,10 @@ constexpr qreal kPictureCornerRadius = 6;
 }
 
 IconButton::IconButton(std::string_view symbolName, qreal symbolPointSize, QWidget* parent)
-    : ChromeButton(parent), glyph_(look::symbolGlyph(symbolName)), symbolPointSize_(symbolPointSize) {}
+    : ChromeButton(parent), symbolName_(symbolName), symbolPointSize_(symbolPointSize) {}
 
 void IconButton::setSymbol(std::string_view symbolName) {
-  glyph_ = look::symbolGlyph(symbolName);
+  symbolName_ = symbolName;
   update();
 }
 
@@ -37,9 +39,8 @@ void IconButton::paintFace(QPainter& painter, const QRectF& rect) {
     painter.drawImage(target, *picture_);
     return;
   }
-  painter.setPen(look::color(look::Token::textPrimary));
-  painter.setFont(look::symbolFont(symbolPointSize_));
-  painter.drawText(rect, Qt::AlignCenter, glyph_);
+  const QRectF box(rect.center() - QPointF(symbolPointSize_ / 2, symbolPointSize_ / 2), QSizeF(symbolPointSize_, symbolPointSize_));
+  DSIcon::paintSymbol(painter, box, symbolName_, qColor(DSColor::textPrimary), DSFontWeight::semibold);
 }
 
 }  // namespace halvane::panels

@@ -32,7 +32,7 @@ protected:
   qreal focusRadius() const override { return height() / 2.0; }
 
 private:
-  QString glyph_;
+  std::string_view symbolName_;
   qreal symbolPointSize_;
   std::optional<QImage> picture_;
 };

@@ -3,7 +3,8 @@
 #include <QPainter>
 #include <cmath>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 
 namespace halvane::panels {
 
@@ -22,12 +23,12 @@ void ProgressTrack::paintEvent(QPaintEvent*) {
   painter.setPen(Qt::NoPen);
   const QRectF track = rect();
   const qreal radius = track.height() / 2;
-  painter.setBrush(look::color(look::Token::bgElevated));
+  painter.setBrush(qColor(DSColor::bgElevated));
   painter.drawRoundedRect(track, radius, radius);
   if (value() <= minimum()) return;
   QRectF filled = track;
   filled.setWidth(track.width() * fraction());
-  painter.setBrush(look::color(look::Token::accent));
+  painter.setBrush(qColor(DSColor::accent));
   painter.drawRoundedRect(filled, radius, radius);
 }
 

@@ -2,7 +2,9 @@
 
 #include <QPainter>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSSymbol.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 
 namespace halvane::panels {
 
@@ -11,13 +13,12 @@ constexpr qreal kSymbolPointSize = 11;
 }
 
 RoundButton::RoundButton(std::string_view symbolName, QWidget* parent)
-    : ChromeButton(parent), glyph_(look::symbolGlyph(symbolName)) {}
+    : ChromeButton(parent), symbolName_(symbolName) {}
 
 RoundButton::Colors RoundButton::colorsFor(bool enabled, bool highlighted) {
-  using look::Token;
-  if (!enabled) return {look::color(Token::bgElevated), look::color(Token::textSecondary)};
-  if (highlighted) return {look::color(Token::accentSoft), look::color(Token::accent)};
-  return {look::color(Token::bgElevated), look::color(Token::accent)};
+  if (!enabled) return {qColor(DSColor::bgElevated), qColor(DSColor::textSecondary)};
+  if (highlighted) return {qColor(DSColor::accentSoft), qColor(DSColor::accent)};
+  return {qColor(DSColor::bgElevated), qColor(DSColor::accent)};
 }
 
 void RoundButton::paintFace(QPainter& painter, const QRectF& rect) {
@@ -26,10 +27,8 @@ void RoundButton::paintFace(QPainter& painter, const QRectF& rect) {
   painter.setBrush(colors.background);
   painter.drawRoundedRect(rect, rect.height() / 2, rect.height() / 2);
   painter.setPen(colors.foreground);
-  QFont symbol = look::symbolFont(kSymbolPointSize);
-  symbol.setWeight(QFont::DemiBold);
-  painter.setFont(symbol);
-  painter.drawText(rect, Qt::AlignCenter, glyph_);
+  const QRectF box(rect.center() - QPointF(kSymbolPointSize / 2, kSymbolPointSize / 2), QSizeF(kSymbolPointSize, kSymbolPointSize));
+  DSIcon::paintSymbol(painter, box, symbolName_, colors.foreground, DSFontWeight::semibold);
 }
 
 }  // namespace halvane::panels

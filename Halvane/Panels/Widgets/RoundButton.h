@@ -27,7 +27,7 @@ protected:
   qreal focusRadius() const override { return height() / 2.0; }
 
 private:
-  QString glyph_;
+  std::string_view symbolName_;
 };
 
 }  // namespace halvane::panels

@@ -3,7 +3,8 @@
 #include <QPainter>
 #include <QVariantAnimation>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 
 namespace halvane::panels {
 
@@ -37,11 +38,11 @@ void SpinnerView::paintEvent(QPaintEvent*) {
   painter.setRenderHint(QPainter::Antialiasing);
   const qreal pen = 3.5;
   const QRectF ring = QRectF(rect()).adjusted(pen, pen, -pen, -pen);
-  QColor faint = look::color(look::Token::accent);
+  QColor faint = qColor(DSColor::accent);
   faint.setAlphaF(0.2f);
   painter.setPen(QPen(faint, pen));
   painter.drawEllipse(ring);
-  painter.setPen(QPen(look::color(look::Token::accent), pen, Qt::SolidLine, Qt::RoundCap));
+  painter.setPen(QPen(qColor(DSColor::accent), pen, Qt::SolidLine, Qt::RoundCap));
   painter.drawArc(ring, static_cast<int>(-angle_ * 16), 100 * 16);
 }
 

@@ -2,7 +2,7 @@
 
 #include <QPainter>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
 
 namespace halvane::panels {
 
@@ -15,7 +15,7 @@ TextButton::TextButton(const QString& title, QColor foreground, QWidget* parent)
     : ChromeButton(parent), foreground_(foreground) {
   setText(title);
   setAccessibleName(title);
-  setFont(look::font(look::Face::bodyDemiBold));
+  setFont(DSFont::font(DSTypography::body));
   setMinimumHeight(kMinimumHeight);
 }
 

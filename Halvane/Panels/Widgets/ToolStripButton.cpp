@@ -2,7 +2,11 @@
 
 #include <QPainter>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSSymbol.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Panels/Widgets/ToolStripButtonAccessible.h"
 
 namespace halvane::panels {
@@ -16,7 +20,7 @@ constexpr qreal kImagePadding = 4;
 
 ToolStripButton::ToolStripButton(MediaTool tool, QWidget* parent) : ChromeButton(parent), tool_(tool) {
   ToolStripButtonAccessible::install();
-  const QString title = look::text(mediaToolInfo(tool).title);
+  const QString title = DSL10n::text(mediaToolInfo(tool).title);
   setText(title);
   setAccessibleName(title);
   setFixedWidth(kWidth);
@@ -34,16 +38,14 @@ void ToolStripButton::setSelected(bool selected) {
 }
 
 ToolStripButton::Colors ToolStripButton::colorsFor(bool selected, bool highlighted) {
-  using look::Token;
-  if (selected) return {look::color(Token::accent), look::color(Token::textOnAccent)};
-  if (highlighted) return {look::color(Token::accentSoft), look::color(Token::accent)};
-  return {look::color(Token::bgElevated), look::color(Token::textSecondary)};
+  if (selected) return {qColor(DSColor::accent), qColor(DSColor::textOnAccent)};
+  if (highlighted) return {qColor(DSColor::accentSoft), qColor(DSColor::accent)};
+  return {qColor(DSColor::bgElevated), qColor(DSColor::textSecondary)};
 }
 
 QSize ToolStripButton::sizeHint() const {
-  const QFontMetricsF symbol(look::symbolFont(kSymbolPointSize));
-  const QFontMetricsF title(look::font(look::Face::caption2DemiBold));
-  const qreal height = kInsetVertical * 2 + symbol.height() + kImagePadding + title.height();
+  const QFontMetricsF title(DSFont::font(DSTextStyle::caption2, "AvenirNext-DemiBold", DSFontWeight::semibold));
+  const qreal height = kInsetVertical * 2 + kSymbolPointSize + kImagePadding + title.height();
   return {kWidth, static_cast<int>(std::ceil(height)) + 3};
 }
 
@@ -53,16 +55,14 @@ void ToolStripButton::paintFace(QPainter& painter, const QRectF& rect) {
   painter.setBrush(colors.background);
   painter.drawRoundedRect(rect, kCornerRadius, kCornerRadius);
 
-  const QFont symbolFont = look::symbolFont(kSymbolPointSize);
-  const QFont titleFont = look::font(look::Face::caption2DemiBold);
-  const qreal symbolHeight = QFontMetricsF(symbolFont).height();
+  const QFont titleFont = DSFont::font(DSTextStyle::caption2, "AvenirNext-DemiBold", DSFontWeight::semibold);
+  const qreal symbolHeight = kSymbolPointSize;
   const qreal titleHeight = QFontMetricsF(titleFont).height();
   const qreal top = rect.center().y() - (symbolHeight + kImagePadding + titleHeight) / 2;
 
+  DSIcon::paintSymbol(painter, QRectF(rect.center().x() - symbolHeight / 2, top, symbolHeight, symbolHeight),
+                      mediaToolInfo(tool_).symbolName, colors.foreground, DSFontWeight::medium);
   painter.setPen(colors.foreground);
-  painter.setFont(symbolFont);
-  painter.drawText(QRectF(rect.left(), top, rect.width(), symbolHeight), Qt::AlignCenter,
-                   look::symbolGlyph(mediaToolInfo(tool_).symbolName));
   painter.setFont(titleFont);
   const QRectF titleRect(rect.left() + 6, top + symbolHeight + kImagePadding, rect.width() - 12, titleHeight);
   painter.drawText(titleRect, Qt::AlignCenter,

@@ -8,7 +8,9 @@
 #include <QWheelEvent>
 #include <algorithm>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
+#include "Halvane/Panels/Widgets/QuickTransition.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
 
 namespace halvane::panels {
@@ -68,7 +70,7 @@ void ToolStripView::selectTool(std::optional<MediaTool> tool) {
   for (const ToolStripSelection::ButtonChange& change : selection_.selectTool(tool)) {
     ToolStripButton* button = toolButtons_.at(change.tool);
     button->setSelected(change.selected);
-    look::quickSpring(button, "faceScale", change.scale);
+    springQuickly(button, "faceScale", change.scale);
   }
 }
 
@@ -109,7 +111,7 @@ void ToolStripView::glideBy(qreal dx) {
 }
 
 void ToolStripView::paintEvent(QPaintEvent*) {
-  QPainter(this).fillRect(rect(), look::color(look::Token::bgPrimary));
+  QPainter(this).fillRect(rect(), qColor(DSColor::bgPrimary));
 }
 
 }  // namespace halvane::panels

@@ -3,7 +3,11 @@
 #include <QLabel>
 #include <QPainter>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Panels/Widgets/IconButton.h"
 
 namespace halvane::panels {
@@ -15,8 +19,8 @@ constexpr qreal kSymbolPointSize = 17;
 constexpr const char* kShareSymbol = "square.and.arrow.up";
 
 void setNamedText(QWidget* widget, LocalizedText entry) {
-  widget->setAccessibleName(look::text(entry));
-  widget->setToolTip(look::text(entry));
+  widget->setAccessibleName(DSL10n::text(entry));
+  widget->setToolTip(DSL10n::text(entry));
 }
 }  // namespace
 
@@ -30,15 +34,15 @@ TopBarView::TopBarView(QWidget* parent)
 
   closeButton_->setFixedSize(kButtonSize, kButtonSize);
   shareButton_->setFixedSize(kButtonSize, kButtonSize);
-  setNamedText(closeButton_, {"action.close", "Close", "Close button"});
-  setNamedText(shareButton_, {"action.share", "Share", "Share button"});
+  setNamedText(closeButton_, DSL10n::Action::close);
+  setNamedText(shareButton_, DSL10n::Action::share);
   connect(closeButton_, &QAbstractButton::clicked, this, &TopBarView::closeTapped);
   connect(shareButton_, &QAbstractButton::clicked, this, &TopBarView::shareTapped);
 
-  titleLabel_->setFont(look::font(look::Face::bodyDemiBold));
+  titleLabel_->setFont(DSFont::font(DSTextStyle::body, "AvenirNext-DemiBold", DSFontWeight::semibold));
   titleLabel_->setAlignment(Qt::AlignCenter);
   QPalette palette = titleLabel_->palette();
-  palette.setColor(QPalette::WindowText, look::color(look::Token::textPrimary));
+  palette.setColor(QPalette::WindowText, qColor(DSColor::textPrimary));
   titleLabel_->setPalette(palette);
   setTabOrder(closeButton_, shareButton_);
 }

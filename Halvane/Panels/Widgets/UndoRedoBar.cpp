@@ -2,7 +2,8 @@
 
 #include <QHBoxLayout>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 
 namespace halvane::panels {
@@ -14,8 +15,8 @@ constexpr int kSpacing = 20;
 RoundButton* makeButton(std::string_view symbol, LocalizedText name, QWidget* parent) {
   auto* button = new RoundButton(symbol, parent);
   button->setFixedSize(kButtonSize, kButtonSize);
-  button->setAccessibleName(look::text(name));
-  button->setToolTip(look::text(name));
+  button->setAccessibleName(DSL10n::text(name));
+  button->setToolTip(DSL10n::text(name));
   button->setEnabled(false);
   return button;
 }
@@ -23,8 +24,8 @@ RoundButton* makeButton(std::string_view symbol, LocalizedText name, QWidget* pa
 
 UndoRedoBar::UndoRedoBar(QWidget* parent)
     : QWidget(parent),
-      undoButton_(makeButton("arrow.uturn.backward", {"action.undo", "Undo", "Undo button"}, this)),
-      redoButton_(makeButton("arrow.uturn.forward", {"action.redo", "Redo", "Redo button"}, this)) {
+      undoButton_(makeButton("arrow.uturn.backward", DSL10n::Action::undo, this)),
+      redoButton_(makeButton("arrow.uturn.forward", DSL10n::Action::redo, this)) {
   setFixedHeight(kHeight);
   setAttribute(Qt::WA_TranslucentBackground);
   auto* row = new QHBoxLayout(this);

@@ -12,7 +12,8 @@
 #include <QWindow>
 #include <functional>
 
-#include "Halvane/Panels/Widgets/ChromeLook.h"
+#include "Halvane/DesignSystem/DSColor.h"
+#include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/IconButton.h"
 #include "Halvane/Panels/Widgets/ProgressTrack.h"
@@ -27,7 +28,6 @@
 namespace halvane::panels {
 namespace {
 
-using look::Token;
 
 // Waits for a transition or a flick to arrive; the bound is generous and never a measure.
 bool eventually(const std::function<bool()>& condition, int limitMs = 3000) {
@@ -69,23 +69,23 @@ TEST(ToolStripView, TapSelectsReportsAndRaisesTheButton) {
 TEST(ToolStripView, ColoursFollowTheStateTable) {
   struct Case {
     bool selected, highlighted;
-    Token background, foreground;
+    DSRGBA background, foreground;
   };
-  const Case cases[] = {{true, false, Token::accent, Token::textOnAccent},
-                        {true, true, Token::accent, Token::textOnAccent},
-                        {false, true, Token::accentSoft, Token::accent},
-                        {false, false, Token::bgElevated, Token::textSecondary}};
+  const Case cases[] = {{true, false, DSColor::accent, DSColor::textOnAccent},
+                        {true, true, DSColor::accent, DSColor::textOnAccent},
+                        {false, true, DSColor::accentSoft, DSColor::accent},
+                        {false, false, DSColor::bgElevated, DSColor::textSecondary}};
   for (const Case& c : cases) {
     const auto colors = ToolStripButton::colorsFor(c.selected, c.highlighted);
-    EXPECT_EQ(colors.background, look::color(c.background)) << c.selected << c.highlighted;
-    EXPECT_EQ(colors.foreground, look::color(c.foreground)) << c.selected << c.highlighted;
+    EXPECT_EQ(colors.background, qColor(c.background)) << c.selected << c.highlighted;
+    EXPECT_EQ(colors.foreground, qColor(c.foreground)) << c.selected << c.highlighted;
   }
   ToolStripView strip;
   strip.selectTool(MediaTool::filter);
   ToolStripButton* transform = strip.toolButton(MediaTool::transform);
   transform->setDown(true);
-  EXPECT_EQ(transform->currentColors().background, look::color(Token::accentSoft));
-  EXPECT_EQ(strip.toolButton(MediaTool::filter)->currentColors().background, look::color(Token::accent));
+  EXPECT_EQ(transform->currentColors().background, qColor(DSColor::accentSoft));
+  EXPECT_EQ(strip.toolButton(MediaTool::filter)->currentColors().background, qColor(DSColor::accent));
 }
 
 TEST(ToolStripView, PhotoShowsFourButtonsInOrderWithoutGaps) {
@@ -227,16 +227,16 @@ TEST(UndoRedoBar, StartsDisabledAndFollowsTheStateTable) {
   bar.show();
   EXPECT_FALSE(bar.undoButton()->isEnabled());
   EXPECT_FALSE(bar.redoButton()->isEnabled());
-  EXPECT_EQ(bar.undoButton()->currentColors().foreground, look::color(Token::textSecondary));
-  EXPECT_EQ(bar.undoButton()->currentColors().background, look::color(Token::bgElevated));
+  EXPECT_EQ(bar.undoButton()->currentColors().foreground, qColor(DSColor::textSecondary));
+  EXPECT_EQ(bar.undoButton()->currentColors().background, qColor(DSColor::bgElevated));
   QTest::mouseClick(bar.undoButton(), Qt::LeftButton);
   EXPECT_EQ(undos, 0);
 
   bar.undoButton()->setEnabled(true);
-  EXPECT_EQ(bar.undoButton()->currentColors().foreground, look::color(Token::accent));
-  EXPECT_EQ(bar.undoButton()->currentColors().background, look::color(Token::bgElevated));
+  EXPECT_EQ(bar.undoButton()->currentColors().foreground, qColor(DSColor::accent));
+  EXPECT_EQ(bar.undoButton()->currentColors().background, qColor(DSColor::bgElevated));
   bar.undoButton()->setDown(true);
-  EXPECT_EQ(bar.undoButton()->currentColors().background, look::color(Token::accentSoft));
+  EXPECT_EQ(bar.undoButton()->currentColors().background, qColor(DSColor::accentSoft));
   bar.undoButton()->setDown(false);
   QTest::mouseClick(bar.undoButton(), Qt::LeftButton);
   EXPECT_EQ(undos, 1);
@@ -280,7 +280,7 @@ TEST_F(ExportProgress, ClampsAndFillsTheBar) {
   EXPECT_EQ(view->percentLabel()->text(), "100%");
   EXPECT_EQ(view->progressBar()->value(), view->progressBar()->maximum());
   const QImage bar = view->progressBar()->grab().toImage();
-  EXPECT_EQ(bar.pixelColor(bar.width() - 3, bar.height() / 2).rgb(), look::color(Token::accent).rgb()) << "full to the end";
+  EXPECT_EQ(bar.pixelColor(bar.width() - 3, bar.height() / 2).rgb(), qColor(DSColor::accent).rgb()) << "full to the end";
 }
 
 TEST_F(ExportProgress, IndeterminateUntilTheFirstValue) {
