@@ -175,7 +175,7 @@ namespace {
 QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int height = -1, int inset = 1) {
   auto* card = new Surface(DSColor::bgPrimary, 16, section);
   auto* layout = new QVBoxLayout(card);
-  layout->setContentsMargins(inset, 12, inset, 10);
+  layout->setContentsMargins(inset, 16, inset, 10);
   layout->setSpacing(8);
   component->setParent(card);
   if (height > 0) component->setFixedHeight(height);
