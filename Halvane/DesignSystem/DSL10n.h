@@ -2,7 +2,8 @@
 // Every user-visible text of the engine: a key, the English default text shown when a
 // translation table lacks the key, and a comment for translators. The namespaces group
 // the entries by the prefix of their keys. Looking a text up is the job of the Qt side
-// (Halvane/DesignSystem/Widgets/DSL10nLookup.h).
+// (Halvane/DesignSystem/Widgets/DSL10nLookup.h); the build target halvane_lupdate
+// carries this table into the translation files (Halvane/DesignSystem/translations).
 #include <span>
 
 #include "Halvane/Model/FilterCatalogue.h"

@@ -20,6 +20,8 @@ QString localized(std::string_view key, std::string_view defaultText, std::strin
 
 QString text(const LocalizedText& entry) { return localized(entry.key, entry.defaultText, entry.comment); }
 
+QString filterName(const FilterDefinition& filter) { return localized(filter.displayNameKey(), filter._displayName); }
+
 QString formatted(const LocalizedText& entry, const QString& value) {
   QString result = text(entry);
   for (const QLatin1String placeholder : {QLatin1String("%d"), QLatin1String("%@")}) {

@@ -8,12 +8,15 @@
 #include <string_view>
 
 #include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/Model/FilterCatalogue.h"
 
 namespace halvane::DSL10n {
 
 QString text(const LocalizedText& entry);
 // For call sites that build the key themselves ("filter." + id).
 QString localized(std::string_view key, std::string_view defaultText, std::string_view comment = {});
+// A look's label: key "filter." + id, its display name as default, no comment.
+QString filterName(const FilterDefinition& filter);
 // The text with its one placeholder ("%d", "%@") replaced by `value`.
 QString formatted(const LocalizedText& entry, const QString& value);
 

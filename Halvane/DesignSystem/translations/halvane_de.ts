@@ -453,5 +453,593 @@
         <extracomment>Media picker unsupported type error</extracomment>
         <translation>Nicht unterstützter Medientyp</translation>
     </message>
+    <message id="filter.none">
+        <source>None</source>
+        <translation>Ohne</translation>
+    </message>
+    <message id="filter.vivid">
+        <source>Vivid</source>
+        <translation>Lebendig</translation>
+    </message>
+    <message id="filter.warm">
+        <source>Warm</source>
+        <translation>Warm</translation>
+    </message>
+    <message id="filter.cool">
+        <source>Cool</source>
+        <translation>Kühl</translation>
+    </message>
+    <message id="filter.fresh">
+        <source>Fresh</source>
+        <translation>Frisch</translation>
+    </message>
+    <message id="filter.clean">
+        <source>Clean</source>
+        <translation>Klar</translation>
+    </message>
+    <message id="filter.bright">
+        <source>Bright</source>
+        <translation>Hell</translation>
+    </message>
+    <message id="filter.soft">
+        <source>Soft</source>
+        <translation>Sanft</translation>
+    </message>
+    <message id="filter.natural">
+        <source>Natural</source>
+        <translation>Natürlich</translation>
+    </message>
+    <message id="filter.crisp">
+        <source>Crisp</source>
+        <translation>Knackig</translation>
+    </message>
+    <message id="filter.enhance">
+        <source>Enhance</source>
+        <translation>Verbessern</translation>
+    </message>
+    <message id="filter.airy">
+        <source>Airy</source>
+        <translation>Luftig</translation>
+    </message>
+    <message id="filter.daylight">
+        <source>Daylight</source>
+        <translation>Tageslicht</translation>
+    </message>
+    <message id="filter.clarity">
+        <source>Clarity</source>
+        <translation>Klarheit</translation>
+    </message>
+    <message id="filter.balanced">
+        <source>Balanced</source>
+        <translation>Ausgewogen</translation>
+    </message>
+    <message id="filter.tealOrange">
+        <source>Teal &amp; Orange</source>
+        <translation>Petrol &amp; Orange</translation>
+    </message>
+    <message id="filter.goldenHour">
+        <source>Golden Hour</source>
+        <translation>Goldene Stunde</translation>
+    </message>
+    <message id="filter.sunset">
+        <source>Sunset</source>
+        <translation>Sonnenuntergang</translation>
+    </message>
+    <message id="filter.emerald">
+        <source>Emerald</source>
+        <translation>Smaragd</translation>
+    </message>
+    <message id="filter.ruby">
+        <source>Ruby</source>
+        <translation>Rubin</translation>
+    </message>
+    <message id="filter.sapphire">
+        <source>Sapphire</source>
+        <translation>Saphir</translation>
+    </message>
+    <message id="filter.coral">
+        <source>Coral</source>
+        <translation>Koralle</translation>
+    </message>
+    <message id="filter.violet">
+        <source>Violet</source>
+        <translation>Violett</translation>
+    </message>
+    <message id="filter.cyan">
+        <source>Cyan</source>
+        <translation>Cyan</translation>
+    </message>
+    <message id="filter.amber">
+        <source>Amber</source>
+        <translation>Bernstein</translation>
+    </message>
+    <message id="filter.peach">
+        <source>Peach</source>
+        <translation>Pfirsich</translation>
+    </message>
+    <message id="filter.honey">
+        <source>Honey</source>
+        <translation>Honig</translation>
+    </message>
+    <message id="filter.blush">
+        <source>Blush</source>
+        <translation>Rouge</translation>
+    </message>
+    <message id="filter.aqua">
+        <source>Aqua</source>
+        <translation>Aqua</translation>
+    </message>
+    <message id="filter.magenta">
+        <source>Magenta</source>
+        <translation>Magenta</translation>
+    </message>
+    <message id="filter.dramatic">
+        <source>Dramatic</source>
+        <translation>Dramatisch</translation>
+    </message>
+    <message id="filter.noir">
+        <source>Noir</source>
+        <translation>Noir</translation>
+    </message>
+    <message id="filter.moody">
+        <source>Moody</source>
+        <translation>Düster</translation>
+    </message>
+    <message id="filter.thriller">
+        <source>Thriller</source>
+        <translation>Thriller</translation>
+    </message>
+    <message id="filter.shadow">
+        <source>Shadow</source>
+        <translation>Schatten</translation>
+    </message>
+    <message id="filter.tungsten">
+        <source>Tungsten</source>
+        <translation>Kunstlicht</translation>
+    </message>
+    <message id="filter.neon">
+        <source>Neon</source>
+        <translation>Neon</translation>
+    </message>
+    <message id="filter.blockbuster">
+        <source>Blockbuster</source>
+        <translation>Blockbuster</translation>
+    </message>
+    <message id="filter.gotham">
+        <source>Gotham</source>
+        <translation>Gotham</translation>
+    </message>
+    <message id="filter.matrix">
+        <source>Matrix</source>
+        <translation>Matrix</translation>
+    </message>
+    <message id="filter.blade">
+        <source>Blade</source>
+        <translation>Klinge</translation>
+    </message>
+    <message id="filter.dusk">
+        <source>Dusk</source>
+        <translation>Abenddämmerung</translation>
+    </message>
+    <message id="filter.midnight">
+        <source>Midnight</source>
+        <translation>Mitternacht</translation>
+    </message>
+    <message id="filter.smoke">
+        <source>Smoke</source>
+        <translation>Rauch</translation>
+    </message>
+    <message id="filter.tension">
+        <source>Tension</source>
+        <translation>Spannung</translation>
+    </message>
+    <message id="filter.film">
+        <source>Film</source>
+        <translation>Film</translation>
+    </message>
+    <message id="filter.fade">
+        <source>Fade</source>
+        <translation>Verblasst</translation>
+    </message>
+    <message id="filter.sepia">
+        <source>Sepia</source>
+        <translation>Sepia</translation>
+    </message>
+    <message id="filter.retro">
+        <source>Retro</source>
+        <translation>Retro</translation>
+    </message>
+    <message id="filter.polaroid">
+        <source>Polaroid</source>
+        <translation>Polaroid</translation>
+    </message>
+    <message id="filter.kodachrome">
+        <source>Kodachrome</source>
+        <translation>Kodachrome</translation>
+    </message>
+    <message id="filter.portra">
+        <source>Portra</source>
+        <translation>Portra</translation>
+    </message>
+    <message id="filter.fuji">
+        <source>Fuji</source>
+        <translation>Fuji</translation>
+    </message>
+    <message id="filter.lomo">
+        <source>Lomo</source>
+        <translation>Lomo</translation>
+    </message>
+    <message id="filter.expired">
+        <source>Expired</source>
+        <translation>Abgelaufen</translation>
+    </message>
+    <message id="filter.velvia">
+        <source>Velvia</source>
+        <translation>Velvia</translation>
+    </message>
+    <message id="filter.superia">
+        <source>Superia</source>
+        <translation>Superia</translation>
+    </message>
+    <message id="filter.instant">
+        <source>Instant</source>
+        <translation>Sofortbild</translation>
+    </message>
+    <message id="filter.agfa">
+        <source>Agfa</source>
+        <translation>Agfa</translation>
+    </message>
+    <message id="filter.grain">
+        <source>Grain</source>
+        <translation>Korn</translation>
+    </message>
+    <message id="filter.mono">
+        <source>Mono</source>
+        <translation>Mono</translation>
+    </message>
+    <message id="filter.silver">
+        <source>Silver</source>
+        <translation>Silber</translation>
+    </message>
+    <message id="filter.carbon">
+        <source>Carbon</source>
+        <translation>Carbon</translation>
+    </message>
+    <message id="filter.ink">
+        <source>Ink</source>
+        <translation>Tinte</translation>
+    </message>
+    <message id="filter.graphite">
+        <source>Graphite</source>
+        <translation>Graphit</translation>
+    </message>
+    <message id="filter.charcoal">
+        <source>Charcoal</source>
+        <translation>Kohle</translation>
+    </message>
+    <message id="filter.slate">
+        <source>Slate</source>
+        <translation>Schiefer</translation>
+    </message>
+    <message id="filter.platinum">
+        <source>Platinum</source>
+        <translation>Platin</translation>
+    </message>
+    <message id="filter.tin">
+        <source>Tin</source>
+        <translation>Zinn</translation>
+    </message>
+    <message id="filter.selenium">
+        <source>Selenium</source>
+        <translation>Selen</translation>
+    </message>
+    <message id="filter.highContrast">
+        <source>High Contrast</source>
+        <translation>Hoher Kontrast</translation>
+    </message>
+    <message id="filter.filmGrain">
+        <source>Film Grain</source>
+        <translation>Filmkorn</translation>
+    </message>
+    <message id="filter.glow">
+        <source>Glow</source>
+        <translation>Schimmer</translation>
+    </message>
+    <message id="filter.silk">
+        <source>Silk</source>
+        <translation>Seide</translation>
+    </message>
+    <message id="filter.peachSkin">
+        <source>Peach Skin</source>
+        <translation>Pfirsichhaut</translation>
+    </message>
+    <message id="filter.porcelain">
+        <source>Porcelain</source>
+        <translation>Porzellan</translation>
+    </message>
+    <message id="filter.rose">
+        <source>Rose</source>
+        <translation>Rosé</translation>
+    </message>
+    <message id="filter.honeyLight">
+        <source>Honey Light</source>
+        <translation>Honiglicht</translation>
+    </message>
+    <message id="filter.luminous">
+        <source>Luminous</source>
+        <translation>Leuchtend</translation>
+    </message>
+    <message id="filter.dewy">
+        <source>Dewy</source>
+        <translation>Taufrisch</translation>
+    </message>
+    <message id="filter.studio">
+        <source>Studio</source>
+        <translation>Studio</translation>
+    </message>
+    <message id="filter.beauty">
+        <source>Beauty</source>
+        <translation>Beauty</translation>
+    </message>
+    <message id="filter.candlelight">
+        <source>Candlelight</source>
+        <translation>Kerzenlicht</translation>
+    </message>
+    <message id="filter.golden">
+        <source>Golden</source>
+        <translation>Golden</translation>
+    </message>
+    <message id="filter.vista">
+        <source>Vista</source>
+        <translation>Weitblick</translation>
+    </message>
+    <message id="filter.forest">
+        <source>Forest</source>
+        <translation>Wald</translation>
+    </message>
+    <message id="filter.ocean">
+        <source>Ocean</source>
+        <translation>Ozean</translation>
+    </message>
+    <message id="filter.desert">
+        <source>Desert</source>
+        <translation>Wüste</translation>
+    </message>
+    <message id="filter.alpine">
+        <source>Alpine</source>
+        <translation>Alpin</translation>
+    </message>
+    <message id="filter.tropical">
+        <source>Tropical</source>
+        <translation>Tropisch</translation>
+    </message>
+    <message id="filter.arctic">
+        <source>Arctic</source>
+        <translation>Arktis</translation>
+    </message>
+    <message id="filter.canyon">
+        <source>Canyon</source>
+        <translation>Canyon</translation>
+    </message>
+    <message id="filter.meadow">
+        <source>Meadow</source>
+        <translation>Wiese</translation>
+    </message>
+    <message id="filter.horizon">
+        <source>Horizon</source>
+        <translation>Horizont</translation>
+    </message>
+    <message id="filter.sunrise">
+        <source>Sunrise</source>
+        <translation>Sonnenaufgang</translation>
+    </message>
+    <message id="filter.autumn">
+        <source>Autumn</source>
+        <translation>Herbst</translation>
+    </message>
+    <message id="filter.melancholy">
+        <source>Melancholy</source>
+        <translation>Melancholie</translation>
+    </message>
+    <message id="filter.dreamy">
+        <source>Dreamy</source>
+        <translation>Verträumt</translation>
+    </message>
+    <message id="filter.euphoria">
+        <source>Euphoria</source>
+        <translation>Euphorie</translation>
+    </message>
+    <message id="filter.solitude">
+        <source>Solitude</source>
+        <translation>Einsamkeit</translation>
+    </message>
+    <message id="filter.serenity">
+        <source>Serenity</source>
+        <translation>Gelassenheit</translation>
+    </message>
+    <message id="filter.nostalgia">
+        <source>Nostalgia</source>
+        <translation>Nostalgie</translation>
+    </message>
+    <message id="filter.wanderlust">
+        <source>Wanderlust</source>
+        <translation>Fernweh</translation>
+    </message>
+    <message id="filter.ethereal">
+        <source>Ethereal</source>
+        <translation>Ätherisch</translation>
+    </message>
+    <message id="filter.brooding">
+        <source>Brooding</source>
+        <translation>Grüblerisch</translation>
+    </message>
+    <message id="filter.haze">
+        <source>Haze</source>
+        <translation>Dunst</translation>
+    </message>
+    <message id="filter.velvet">
+        <source>Velvet</source>
+        <translation>Samt</translation>
+    </message>
+    <message id="filter.whisper">
+        <source>Whisper</source>
+        <translation>Flüstern</translation>
+    </message>
+    <message id="filter.storm">
+        <source>Storm</source>
+        <translation>Sturm</translation>
+    </message>
+    <message id="filter.longing">
+        <source>Longing</source>
+        <translation>Sehnsucht</translation>
+    </message>
+    <message id="filter.reverie">
+        <source>Reverie</source>
+        <translation>Tagtraum</translation>
+    </message>
+    <message id="filter.pop">
+        <source>Pop</source>
+        <translation>Pop</translation>
+    </message>
+    <message id="filter.frost">
+        <source>Frost</source>
+        <translation>Frost</translation>
+    </message>
+    <message id="filter.chrome">
+        <source>Chrome</source>
+        <translation>Chrom</translation>
+    </message>
+    <message id="filter.matte">
+        <source>Matte</source>
+        <translation>Matt</translation>
+    </message>
+    <message id="filter.crossProcess">
+        <source>Cross Process</source>
+        <translation>Crossentwicklung</translation>
+    </message>
+    <message id="filter.infrared">
+        <source>Infrared</source>
+        <translation>Infrarot</translation>
+    </message>
+    <message id="filter.cyanotype">
+        <source>Cyanotype</source>
+        <translation>Cyanotypie</translation>
+    </message>
+    <message id="filter.bleachBypass">
+        <source>Bleach Bypass</source>
+        <translation>Bleichbadüberbrückung</translation>
+    </message>
+    <message id="filter.overexposed">
+        <source>Overexposed</source>
+        <translation>Überbelichtet</translation>
+    </message>
+    <message id="filter.loFi">
+        <source>Lo-Fi</source>
+        <translation>Lo-Fi</translation>
+    </message>
+    <message id="filter.invert">
+        <source>Invert</source>
+        <translation>Umkehren</translation>
+    </message>
+    <message id="filter.halftone">
+        <source>Halftone</source>
+        <translation>Raster</translation>
+    </message>
+    <message id="filter.sunbeam">
+        <source>Sunbeam</source>
+        <translation>Sonnenstrahl</translation>
+    </message>
+    <message id="filter.flare">
+        <source>Flare</source>
+        <translation>Lichtreflex</translation>
+    </message>
+    <message id="filter.backlit">
+        <source>Backlit</source>
+        <translation>Gegenlicht</translation>
+    </message>
+    <message id="filter.softLight">
+        <source>Soft Light</source>
+        <translation>Weiches Licht</translation>
+    </message>
+    <message id="filter.hardLight">
+        <source>Hard Light</source>
+        <translation>Hartes Licht</translation>
+    </message>
+    <message id="filter.overcast">
+        <source>Overcast</source>
+        <translation>Bewölkt</translation>
+    </message>
+    <message id="filter.firelight">
+        <source>Firelight</source>
+        <translation>Feuerschein</translation>
+    </message>
+    <message id="filter.starlight">
+        <source>Starlight</source>
+        <translation>Sternenlicht</translation>
+    </message>
+    <message id="filter.twilight">
+        <source>Twilight</source>
+        <translation>Zwielicht</translation>
+    </message>
+    <message id="filter.halo">
+        <source>Halo</source>
+        <translation>Halo</translation>
+    </message>
+    <message id="filter.shade">
+        <source>Shade</source>
+        <translation>Halbschatten</translation>
+    </message>
+    <message id="filter.warmth">
+        <source>Warmth</source>
+        <translation>Wärme</translation>
+    </message>
+    <message id="filter.duoMidnightBlue">
+        <source>Midnight Blue</source>
+        <translation>Mitternachtsblau</translation>
+    </message>
+    <message id="filter.duoEmber">
+        <source>Ember</source>
+        <translation>Glut</translation>
+    </message>
+    <message id="filter.duoPlum">
+        <source>Plum</source>
+        <translation>Pflaume</translation>
+    </message>
+    <message id="filter.duoSage">
+        <source>Sage</source>
+        <translation>Salbei</translation>
+    </message>
+    <message id="filter.duoRust">
+        <source>Rust</source>
+        <translation>Rost</translation>
+    </message>
+    <message id="filter.duoOcean">
+        <source>Ocean</source>
+        <translation>Ozean</translation>
+    </message>
+    <message id="filter.duoWine">
+        <source>Wine</source>
+        <translation>Wein</translation>
+    </message>
+    <message id="filter.duoBronze">
+        <source>Bronze</source>
+        <translation>Bronze</translation>
+    </message>
+    <message id="filter.duoCobalt">
+        <source>Cobalt</source>
+        <translation>Kobalt</translation>
+    </message>
+    <message id="filter.duoTerracotta">
+        <source>Terracotta</source>
+        <translation>Terrakotta</translation>
+    </message>
+    <message id="filter.duoMoss">
+        <source>Moss</source>
+        <translation>Moos</translation>
+    </message>
+    <message id="filter.duoMauve">
+        <source>Mauve</source>
+        <translation>Malve</translation>
+    </message>
 </context>
 </TS>

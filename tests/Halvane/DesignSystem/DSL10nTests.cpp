@@ -1,6 +1,6 @@
 // The text look-up: English defaults without a table, the German table compiled into
 // the resource bundle, the desktop's language chosen from the environment, and the
-// German source file kept in step with the text table.
+// German source file kept in step with the text table and the looks of the catalogue.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
@@ -58,6 +58,9 @@ TEST_F(DSL10nLookup, GermanTranslatesEveryKeyAndKeepsItsPlaceholders) {
   EXPECT_GT(differing, 70);
   EXPECT_EQ(DSL10n::text(DSL10n::Common::cancel), "Abbrechen");
   EXPECT_EQ(DSL10n::formatted(DSL10n::Accessibility::videoDuration, "1:05"), "Dauer 1:05");
+  for (const FilterDefinition& filter : FilterCatalogue::all())
+    EXPECT_NE(qtTrId(filter.displayNameKey().c_str()), QString::fromStdString(filter.displayNameKey()));
+  EXPECT_EQ(DSL10n::filterName(*FilterCatalogue::definitionForID("tealOrange")), "Petrol & Orange");
 }
 
 TEST_F(DSL10nLookup, AKeyNoTableHasShowsItsDefaultText) {
@@ -75,7 +78,7 @@ TEST(DesktopLanguage, TheDesktopsLanguageChoosesTheTable) {
   EXPECT_EQ(DSL10n::text(DSL10n::Action::undo), german ? "Rückgängig" : "Undo");
 }
 
-TEST(GermanSource, HoldsEveryKeyWithItsDefaultTextAndComment) {
+TEST(GermanSource, HoldsEveryKeyAndLookWithItsDefaultTextAndComment) {
   QFile file(HALVANE_GERMAN_TS);
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
   struct Message {
@@ -92,13 +95,18 @@ TEST(GermanSource, HoldsEveryKeyWithItsDefaultTextAndComment) {
     else if (xml.name() == u"translation") messages[id].translation = xml.readElementText();
   }
   ASSERT_FALSE(xml.hasError()) << xml.errorString().toStdString();
-  EXPECT_EQ(messages.size(), DSL10n::allEntries().size());
-  for (const LocalizedText& entry : DSL10n::allEntries()) {
-    const auto found = messages.find(std::string(entry.key));
-    ASSERT_NE(found, messages.end()) << entry.key;
-    EXPECT_EQ(found->second.source, qs(entry.defaultText)) << entry.key;
-    EXPECT_EQ(found->second.comment, qs(entry.comment)) << entry.key;
-  }
+  auto expectMessage = [&](std::string_view key, std::string_view source, std::string_view comment) {
+    const auto found = messages.find(std::string(key));
+    ASSERT_NE(found, messages.end()) << key;
+    EXPECT_EQ(found->second.source, qs(source)) << key;
+    EXPECT_EQ(found->second.comment, qs(comment)) << key;
+    EXPECT_FALSE(found->second.translation.isEmpty()) << key;
+  };
+  for (const LocalizedText& entry : DSL10n::allEntries()) expectMessage(entry.key, entry.defaultText, entry.comment);
+  expectMessage(FilterCatalogue::none().displayNameKey(), FilterCatalogue::none()._displayName, {});
+  for (const FilterDefinition& filter : FilterCatalogue::all())
+    expectMessage(filter.displayNameKey(), filter._displayName, {});
+  EXPECT_EQ(messages.size(), DSL10n::allEntries().size() + FilterCatalogue::all().size() + 1) << "no stale keys";
 }
 
 }  // namespace
