@@ -1,5 +1,6 @@
 #include "ComponentGalleryViewController.h"
 
+#include <QGridLayout>
 #include <QLabel>
 #include <QLinearGradient>
 #include <QPainter>
@@ -15,6 +16,9 @@
 #include "Halvane/DesignSystem/Widgets/DSFont.h"
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 #include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
+#include "Halvane/DesignSystem/Widgets/DSButton.h"
+#include "Halvane/DesignSystem/Widgets/DSCardView.h"
+#include "Halvane/DesignSystem/Widgets/DSLabel.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/IconButton.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
@@ -92,6 +96,33 @@ private:
   qreal radius_;
 };
 
+// A colour token: a rounded chip of the colour over the screen's surface, with its name.
+class Swatch : public QWidget {
+public:
+  Swatch(QString name, DSRGBA colour, QWidget* parent) : QWidget(parent), name_(std::move(name)), colour_(colour) {
+    setFixedHeight(58);
+    setAccessibleName(name_);
+  }
+
+protected:
+  void paintEvent(QPaintEvent*) override {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF chip(0.5, 0.5, width() - 1.0, 34);
+    const QPainterPath path = continuousRoundedRect(chip, 8);
+    painter.fillPath(path, qColor(colour_));
+    painter.setPen(QPen(qColor(DSColor::separator), 1));
+    painter.drawPath(path);
+    painter.setPen(qColor(DSColor::textSecondary));
+    painter.setFont(DSFont::font(DSTypography::captionSmall));
+    painter.drawText(QRectF(0, 38, width(), 18), Qt::AlignLeft | Qt::AlignVCenter, name_);
+  }
+
+private:
+  QString name_;
+  DSRGBA colour_;
+};
+
 QLabel* makeLabel(const QString& text, const QFont& font, const DSRGBA& color, QWidget* parent) {
   auto* label = new QLabel(text, parent);
   label->setFont(font);
@@ -135,6 +166,9 @@ ComponentGalleryViewController::ComponentGalleryViewController(QWidget* parent)
   column_->addWidget(heading);
 
   buildLive();
+  buildButtons();
+  buildCardAndLabels();
+  buildColours();
   buildToolStrips();
   buildTopBars();
   buildUndoRedo();
@@ -156,7 +190,7 @@ QWidget* ComponentGalleryViewController::addSection(const QString& key, const QS
   auto* section = new QWidget(content_);
   section->setAccessibleName(title);
   auto* layout = new QVBoxLayout(section);
-  layout->setContentsMargins(kMargin, 0, kMargin, 0);
+  layout->setContentsMargins(kMargin, 0, kMargin, 6);
   layout->setSpacing(10);
   auto* caption = makeLabel(title.toUpper(), DSFont::font(DSTypography::caption), DSColor::textSecondary, section);
   QFont font = caption->font();
@@ -256,6 +290,71 @@ void ComponentGalleryViewController::buildLive() {
     });
     ticker->start(50);
   };
+}
+
+void ComponentGalleryViewController::buildButtons() {
+  QWidget* section = addSection(QStringLiteral("buttons"), QStringLiteral("Buttons"));
+  auto* panel = new Surface(DSColor::bgPrimary, 16, section);
+  auto* grid = new QGridLayout(panel);
+  grid->setContentsMargins(12, 14, 12, 12);
+  grid->setHorizontalSpacing(8);
+  grid->setVerticalSpacing(10);
+  const std::pair<DSButtonStyle, QString> styles[] = {{DSButtonStyle::primary, QStringLiteral("Primary")},
+                                                      {DSButtonStyle::secondary, QStringLiteral("Secondary")},
+                                                      {DSButtonStyle::tertiary, QStringLiteral("Tertiary")}};
+  const QString states[] = {QStringLiteral("Enabled"), QStringLiteral("Highlighted"), QStringLiteral("Disabled"),
+                            QStringLiteral("Loading")};
+  for (int row = 0; row < 4; ++row) {
+    auto* state = DSLabel::caption(states[row], panel);
+    grid->addWidget(state, 2 * row, 0, 1, 3);
+    for (int column = 0; column < 3; ++column) {
+      // A loading button carries its indicator beside the title: a short title fits.
+      auto* button = new DSButton(row == 3 ? QStringLiteral("Save") : styles[column].second, styles[column].first, panel);
+      button->setMinimumWidth(0);
+      button->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+      if (row == 1) button->setDown(true);
+      if (row == 2) button->setEnabled(false);
+      if (row == 3) button->setLoading(true);
+      grid->addWidget(button, 2 * row + 1, column);
+    }
+  }
+  section->layout()->addWidget(panel);
+}
+
+void ComponentGalleryViewController::buildCardAndLabels() {
+  QWidget* section = addSection(QStringLiteral("card-labels"), QStringLiteral("Card and labels"));
+  auto* card = new DSCardView(section);
+  card->contentStack()->addWidget(DSLabel::largeTitle(QStringLiteral("Large title"), card));
+  card->contentStack()->addWidget(DSLabel::title(QStringLiteral("Title"), card));
+  card->contentStack()->addWidget(DSLabel::headline(QStringLiteral("Headline"), card));
+  card->contentStack()->addWidget(
+      DSLabel::body(QStringLiteral("Body text runs over as many lines as it needs, in the editor's light text."), card));
+  card->contentStack()->addWidget(DSLabel::caption(QStringLiteral("Caption, secondary text"), card));
+  section->layout()->addWidget(card);
+}
+
+void ComponentGalleryViewController::buildColours() {
+  QWidget* section = addSection(QStringLiteral("colours"), QStringLiteral("Colours"));
+  auto* panel = new Surface(DSColor::bgPrimary, 16, section);
+  auto* grid = new QGridLayout(panel);
+  grid->setContentsMargins(12, 12, 12, 12);
+  grid->setHorizontalSpacing(10);
+  grid->setVerticalSpacing(10);
+  const std::pair<const char*, DSRGBA> tokens[] = {
+      {"bgPrimary", DSColor::bgPrimary},     {"bgSecondary", DSColor::bgSecondary},
+      {"bgTertiary", DSColor::bgTertiary},   {"bgElevated", DSColor::bgElevated},
+      {"accent", DSColor::accent},           {"accentSoft", DSColor::accentSoft},
+      {"textPrimary", DSColor::textPrimary}, {"textSecondary", DSColor::textSecondary},
+      {"separator", DSColor::separator},     {"destructive", DSColor::destructive},
+      {"warning", DSColor::warning},         {"success", DSColor::success},
+      {"textOnAccent", DSColor::textOnAccent}, {"scrim", DSColor::scrim.withAlpha(DSColor::kScrimAlpha)}};
+  int index = 0;
+  for (const auto& [name, colour] : tokens) {
+    auto* swatch = new Swatch(QString::fromLatin1(name), colour, panel);
+    grid->addWidget(swatch, index / 3, index % 3);
+    ++index;
+  }
+  section->layout()->addWidget(panel);
 }
 
 void ComponentGalleryViewController::buildToolStrips() {

@@ -26,14 +26,17 @@ public:
 
   explicit ComponentGalleryViewController(QWidget* parent = nullptr);
 
-  // The sections by name, for screenshots: "live", "tool-strip", "top-bar", "undo-redo",
-  // "progress" and the design system's.
+  // The sections by name, for screenshots: "live", "buttons", "card-labels", "colours",
+  // "tool-strip", "top-bar", "undo-redo" and "progress".
   const std::map<QString, QWidget*>& sections() const { return sections_; }
   QWidget* content() const { return content_; }
 
 private:
   QWidget* addSection(const QString& key, const QString& title);
   void buildLive();
+  void buildButtons();
+  void buildCardAndLabels();
+  void buildColours();
   void buildToolStrips();
   void buildTopBars();
   void buildUndoRedo();
