@@ -21,6 +21,15 @@ class DriverError(AssertionError):
     pass
 
 
+# Qt reports extents in its device-independent pixels; the X test extension moves the
+# pointer in the screen's pixels, QT_SCALE_FACTOR times as many.
+DEVICE_SCALE = float(os.environ.get("QT_SCALE_FACTOR") or 1)
+
+
+def _pointer(x, y, name):
+    Atspi.generate_mouse_event(round(x * DEVICE_SCALE), round(y * DEVICE_SCALE), name)
+
+
 def _safe(call, default=None):
     try:
         return call()
@@ -122,7 +131,7 @@ class Application:
 
     @staticmethod
     def extents(node):
-        """(x, y, width, height) on the screen."""
+        """(x, y, width, height) on the screen, in Qt's device-independent pixels."""
         rect = node.get_component_iface().get_extents(Atspi.CoordType.SCREEN)
         return rect.x, rect.y, rect.width, rect.height
 
@@ -154,15 +163,24 @@ class Application:
         raise DriverError("%s has no press action among %s" % (describe(node), names))
 
     @staticmethod
+    def click(point, hold=0.05):
+        """A left-button click at a point of extents() through the X test extension."""
+        x, y = point
+        _pointer(x, y, "abs")
+        _pointer(x, y, "b1p")
+        time.sleep(hold)
+        _pointer(x, y, "b1r")
+
+    @staticmethod
     def drag(start, end, steps=12, step_delay=0.016):
-        """A left-button drag in screen coordinates through the X test extension."""
+        """A left-button drag between points of extents() through the X test extension."""
         (x0, y0), (x1, y1) = start, end
-        Atspi.generate_mouse_event(x0, y0, "abs")
-        Atspi.generate_mouse_event(x0, y0, "b1p")
+        _pointer(x0, y0, "abs")
+        _pointer(x0, y0, "b1p")
         for k in range(1, steps + 1):
             time.sleep(step_delay)
-            Atspi.generate_mouse_event(round(x0 + (x1 - x0) * k / steps), round(y0 + (y1 - y0) * k / steps), "abs")
-        Atspi.generate_mouse_event(x1, y1, "b1r")
+            _pointer(x0 + (x1 - x0) * k / steps, y0 + (y1 - y0) * k / steps, "abs")
+        _pointer(x1, y1, "b1r")
 
     # Ending --------------------------------------------------------------------------
 

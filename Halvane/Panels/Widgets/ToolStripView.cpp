@@ -59,6 +59,10 @@ ToolStripView::ToolStripView(QWidget* parent)
   properties.setScrollMetric(QScrollerProperties::HorizontalOvershootPolicy, QScrollerProperties::OvershootWhenScrollable);
   properties.setScrollMetric(QScrollerProperties::VerticalOvershootPolicy, QScrollerProperties::OvershootAlwaysOff);
   properties.setScrollMetric(QScrollerProperties::DecelerationFactor, 0.3);
+  // The press goes to the button at once (it highlights as on a phone), and a drag that
+  // follows cancels it. Qt's delayed press would be replayed at the wrong place on a
+  // scaled screen.
+  properties.setScrollMetric(QScrollerProperties::MousePressEventDelay, 0);
   QScroller::scroller(scrollView_->viewport())->setScrollerProperties(properties);
   scrollView_->viewport()->installEventFilter(this);
 

@@ -153,6 +153,17 @@ TEST_F(ToolStripScrolling, MouseDragFlicksAndDecelerates) {
   EXPECT_TRUE(strip.selectedTool() == std::nullopt) << "a drag is not a tap";
 }
 
+TEST_F(ToolStripScrolling, ATapThroughTheScrollerStillSelects) {
+  QWindow* window = strip.windowHandle();
+  ToolStripButton* filter = strip.toolButton(MediaTool::filter);
+  const QPoint at = filter->mapTo(&strip, filter->rect().center());
+  QTest::mousePress(window, Qt::LeftButton, {}, at);
+  QTest::qWait(20);
+  QTest::mouseRelease(window, Qt::LeftButton, {}, at);
+  EXPECT_TRUE(eventually([&] { return strip.selectedTool() == MediaTool::filter; }));
+  EXPECT_EQ(bar->value(), 0);
+}
+
 TEST_F(ToolStripScrolling, TouchpadAndWheelGlide) {
   const QPointF at(150, 40);
   QWheelEvent touchpad(at, viewport->mapToGlobal(at), QPoint(-90, 0), QPoint(-90 * 8 / 3, 0), Qt::NoButton,
@@ -196,6 +207,16 @@ TEST(TopBarView, ButtonsReportAndCarryTheirNames) {
 
   TopBarView silent;  // empty closures: a tap does nothing
   QTest::mouseClick(silent.closeButton(), Qt::LeftButton);
+}
+
+TEST(TopBarView, TabMovesFromCloseToShare) {
+  TopBarView bar;
+  bar.show();
+  bar.activateWindow();
+  bar.closeButton()->setFocus();
+  ASSERT_TRUE(eventually([&] { return bar.closeButton()->hasFocus(); }));
+  QTest::keyClick(bar.closeButton(), Qt::Key_Tab);
+  EXPECT_TRUE(bar.shareButton()->hasFocus());
 }
 
 TEST(TopBarView, SharePictureIs28ByItsOwnColoursAlsoHighlighted) {
