@@ -107,6 +107,8 @@ void ToolStripView::buttonTapped(MediaTool tool) {
 bool ToolStripView::eventFilter(QObject* watched, QEvent* event) {
   if (watched == scrollView_->viewport() && event->type() == QEvent::Wheel) {
     auto* wheel = static_cast<QWheelEvent*>(event);
+    // Ctrl+wheel is a mouse's pinch: it goes on to a view that zooms.
+    if (wheel->modifiers() & Qt::ControlModifier) return false;
     // A touchpad reports pixels; a wheel reports notches of 120. Either axis moves the
     // row, the way a vertical wheel moves a horizontal row.
     const QPoint pixels = wheel->pixelDelta();
