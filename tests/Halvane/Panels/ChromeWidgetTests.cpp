@@ -165,6 +165,14 @@ TEST_F(ToolStripScrolling, ATapThroughTheScrollerStillSelects) {
   EXPECT_EQ(bar->value(), 0);
 }
 
+TEST_F(ToolStripScrolling, NeverScrollsByItself) {
+  strip.selectTool(MediaTool::audio);
+  strip.setVideoToolsVisible(false);
+  strip.setVideoToolsVisible(true);
+  QTest::qWait(50);
+  EXPECT_EQ(bar->value(), 0) << "a selection out of view stays out of view";
+}
+
 TEST_F(ToolStripScrolling, TouchpadAndWheelGlide) {
   const QPointF at(150, 40);
   QWheelEvent touchpad(at, viewport->mapToGlobal(at), QPoint(-90, 0), QPoint(-90 * 8 / 3, 0), Qt::NoButton,
