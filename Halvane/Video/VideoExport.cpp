@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <utility>
 
 #include "Halvane/Video/NeutralRendering.h"
@@ -62,11 +61,6 @@ void loadExportInputs(std::shared_ptr<VideoExportRequest> request) {
       });
     });
   });
-}
-
-std::filesystem::path pathFromURL(const std::string& url) {
-  constexpr std::string_view scheme = "file://";
-  return url.starts_with(scheme) ? std::filesystem::path(url.substr(scheme.size())) : std::filesystem::path(url);
 }
 
 }  // namespace
@@ -157,11 +151,11 @@ void VideoExportRun::runExport() {
   }
 
   if (!reader_->startReading()) {
-    failSetup(/*cancelReading=*/false, /*cancelWriting=*/false);
+    failSetup(/*cancelReading=*/false);
     return;
   }
   if (!writer_->startWriting()) {
-    failSetup(/*cancelReading=*/true, /*cancelWriting=*/false);
+    failSetup(/*cancelReading=*/true);
     return;
   }
   writer_->startSession(timeRange.start);
@@ -170,14 +164,14 @@ void VideoExportRun::runExport() {
   stateIsNeutral_ = isNeutralForRendering(request_.state);
   textureCache_ = FrameTextureCache::create(request_.engine->metalDevice());
   if (!textureCache_) {
-    failSetup(/*cancelReading=*/true, /*cancelWriting=*/true);
+    failSetup(/*cancelReading=*/true);
     return;
   }
   expectedFrames_ = float(timeRange.duration.seconds()) * inputs_.frameRate;
   if (!(outputSize_ == renderSize)) {
     scaler_ = BilinearScaler::create(*request_.engine);
     if (!scaler_) {
-      failSetup(/*cancelReading=*/true, /*cancelWriting=*/true);
+      failSetup(/*cancelReading=*/true);
       return;
     }
   }
@@ -198,18 +192,34 @@ void VideoExportRun::runExport() {
   group_.notify([weakSelf] {
     if (auto self = weakSelf.lock()) self->finishExport();
   });
+  if (auto cancelState = request_.cancelState.lock()) {
+    cancelState->setOnCancel([weakSelf] {
+      if (auto self = weakSelf.lock()) self->wakePumps();
+    });
+    // A cancel that came during set-up had no one to wake.
+    if (cancelState->isSet()) wakePumps();
+  }
 }
 
-void VideoExportRun::failSetup(bool cancelReading, bool cancelWriting) {
+void VideoExportRun::wakePumps() {
+  std::weak_ptr<VideoExportRun> weakSelf = weak_from_this();
+  videoQueue_->async([weakSelf] {
+    if (auto self = weakSelf.lock()) self->videoPump();
+  });
+  if (audioInput_ && audioOutput_) {
+    audioQueue_->async([weakSelf] {
+      if (auto self = weakSelf.lock()) self->audioPump();
+    });
+  }
+}
+
+// The writer writes under a temporary name of its own and moves the movie into place
+// only once complete, so cancelling it removes what this export made, and never a file
+// that stands at the output's path.
+void VideoExportRun::failSetup(bool cancelReading) {
   if (cancelReading) reader_->cancelReading();
-  if (cancelWriting) writer_->cancelWriting();
-  removeOutputFile();
+  writer_->cancelWriting();
   fail(VideoRenderError::writerSetupFailed());
-}
-
-void VideoExportRun::removeOutputFile() const {
-  std::error_code ignored;  // a failed removal is dropped
-  std::filesystem::remove(pathFromURL(request_.outputURL), ignored);
 }
 
 bool VideoExportRun::rendererCancelled() const {
@@ -221,6 +231,7 @@ void VideoExportRun::fail(VideoRenderError error) { deliver(platform::unexpected
 
 void VideoExportRun::deliver(VideoExportResult result) {
   auto self = shared_from_this();  // the last reference may be the one let go below
+  if (auto cancelState = request_.cancelState.lock()) cancelState->setOnCancel(nullptr);
   if (request_.completion) request_.completion(std::move(result));
   platform::media::BackgroundTaskIdentifier old;
   {
@@ -240,18 +251,17 @@ void VideoExportRun::finishExport() {
       std::lock_guard lock(pumpLock_);
       cancelReaderLocked();
     }
-    removeOutputFile();
     fail(VideoRenderError::cancelled());
     return;
   }
   if (reader_->status() == AssetReaderStatus::failed) {
     writer_->cancelWriting();
-    removeOutputFile();
     fail(VideoRenderError::exportFailed(reader_->error()));
     return;
   }
-  if (writer_->status() == AssetWriterStatus::cancelled) {
-    removeOutputFile();
+  const auto writerStatus = writer_->status();
+  if (writerStatus == AssetWriterStatus::cancelled || writerStatus == AssetWriterStatus::failed) {
+    writer_->cancelWriting();  // a writer that failed by itself drops its file here
     fail(VideoRenderError::exportFailed(writer_->error()));
     return;
   }
@@ -265,8 +275,7 @@ void VideoExportRun::finishExport() {
         self->deliver(self->request_.outputURL);
         return;
       }
-      const auto error = self->writer_->error();
-      self->removeOutputFile();
+      const auto error = self->writer_->error();  // the writer dropped its file
       self->fail(VideoRenderError::exportFailed(error));
     });
   });

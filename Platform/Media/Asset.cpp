@@ -3,6 +3,7 @@
 #include "Platform/Dispatch/GlobalQueue.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Media/FfmpegSupport.h"
+#include "Platform/Media/MediaURL.h"
 
 namespace platform::media {
 
@@ -89,7 +90,7 @@ std::vector<AssetTrack> AssetInfo::tracksOfType(MediaType type) const {
 }
 
 std::shared_ptr<Asset> Asset::make(std::string pathOrURL) {
-  return std::shared_ptr<Asset>(new Asset(av::pathFromURL(pathOrURL)));
+  return std::shared_ptr<Asset>(new Asset(pathFromURL(pathOrURL)));
 }
 
 platform::Expected<AssetInfo, MediaError> Asset::loadNow() {

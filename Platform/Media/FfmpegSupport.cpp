@@ -33,23 +33,6 @@ MediaError error(MediaError::Code code, const std::string& what, int averror) {
   return MediaError{code, averror ? what + ": " + errorText(averror) : what};
 }
 
-std::string pathFromURL(const std::string& urlOrPath) {
-  static const std::string scheme = "file://";
-  if (urlOrPath.compare(0, scheme.size(), scheme) != 0) return urlOrPath;
-  std::string path;
-  const std::string rest = urlOrPath.substr(scheme.size());
-  for (std::size_t i = 0; i < rest.size(); ++i) {
-    if (rest[i] == '%' && i + 2 < rest.size() && std::isxdigit(static_cast<unsigned char>(rest[i + 1])) &&
-        std::isxdigit(static_cast<unsigned char>(rest[i + 2]))) {
-      path += char(std::stoi(rest.substr(i + 1, 2), nullptr, 16));
-      i += 2;
-    } else {
-      path += rest[i];
-    }
-  }
-  return path;
-}
-
 MediaTime timeFromTimestamp(std::int64_t timestamp, AVRational timeBase) {
   if (timestamp == AV_NOPTS_VALUE || timeBase.den <= 0) return MediaTime::invalid();
   if (timeBase.num == 1) return {timestamp, timeBase.den};

@@ -68,9 +68,6 @@ void initialize();
 std::string errorText(int averror);
 MediaError error(MediaError::Code code, const std::string& what, int averror = 0);
 
-// "file:///a%20b.mov" or "/a b.mov" -> "/a b.mov".
-std::string pathFromURL(const std::string& urlOrPath);
-
 MediaTime timeFromTimestamp(std::int64_t timestamp, AVRational timeBase);
 std::int64_t timestampFromTime(MediaTime time, AVRational timeBase);
 
