@@ -18,6 +18,10 @@ using platform::media::MediaType;
 
 namespace {
 
+platform::media::MediaError gpuSetupError(std::string text) {
+  return {platform::media::MediaError::Code::invalidState, std::move(text)};
+}
+
 void failDirectly(const VideoExportRequest& request, VideoRenderError error) {
   if (request.completion) request.completion(platform::unexpected(std::move(error)));
 }
@@ -38,7 +42,11 @@ void loadExportInputs(std::shared_ptr<VideoExportRequest> request) {
     return;
   }
   inputs->asset->loadTracks(MediaType::video, [request, inputs](auto videoTracks) {
-    if (!videoTracks || videoTracks->empty()) {
+    if (!videoTracks) {
+      failDirectly(*request, VideoRenderError::noVideoTrack(videoTracks.error()));
+      return;
+    }
+    if (videoTracks->empty()) {
       failDirectly(*request, VideoRenderError::noVideoTrack());
       return;
     }
@@ -114,7 +122,7 @@ void VideoExportRun::runExport() {
 
   auto reader = platform::media::AssetReader::make(inputs_.asset);
   if (!reader) {
-    fail(VideoRenderError::writerSetupFailed());
+    fail(VideoRenderError::writerSetupFailed(reader.error()));
     return;
   }
   reader_ = *reader;
@@ -122,15 +130,15 @@ void VideoExportRun::runExport() {
   videoOutput_ = reader_->addVideoOutput(inputs_.videoTrack);
 
   auto writer = platform::media::AssetWriter::make(request_.outputURL);
-  if (!writer || !videoOutput_) {
-    fail(VideoRenderError::writerSetupFailed());
+  if (!writer) {
+    fail(VideoRenderError::writerSetupFailed(writer.error()));
     return;
   }
   writer_ = *writer;
   // No transform on the input: the orientation is baked into the pixels.
   auto videoInput = writer_->addVideoInput(videoEncoderSettings(request_.preset, outputSize_, inputs_.frameRate));
   if (!videoInput) {
-    fail(VideoRenderError::writerSetupFailed());
+    fail(VideoRenderError::writerSetupFailed(videoInput.error()));
     return;
   }
   videoInput_ = *videoInput;
@@ -143,19 +151,19 @@ void VideoExportRun::runExport() {
                                                                     : platform::media::AudioReadMode::floatPCM);
     auto audioInput = passthrough ? writer_->addAudioPassthroughInput(*inputs_.audioFormat)
                                   : writer_->addAudioInput(audioPlan_.encoder);
-    if (!audioOutput_ || !audioInput) {
-      fail(VideoRenderError::writerSetupFailed());
+    if (!audioInput) {
+      fail(VideoRenderError::writerSetupFailed(audioInput.error()));
       return;
     }
     audioInput_ = *audioInput;
   }
 
   if (!reader_->startReading()) {
-    failSetup(/*cancelReading=*/false);
+    failSetup(/*cancelReading=*/false, reader_->error());
     return;
   }
   if (!writer_->startWriting()) {
-    failSetup(/*cancelReading=*/true);
+    failSetup(/*cancelReading=*/true, writer_->error());
     return;
   }
   writer_->startSession(timeRange.start);
@@ -164,14 +172,14 @@ void VideoExportRun::runExport() {
   stateIsNeutral_ = isNeutralForRendering(request_.state);
   textureCache_ = FrameTextureCache::create(request_.engine->metalDevice());
   if (!textureCache_) {
-    failSetup(/*cancelReading=*/true);
+    failSetup(/*cancelReading=*/true, gpuSetupError("the GPU cannot map video frames"));
     return;
   }
   expectedFrames_ = float(timeRange.duration.seconds()) * inputs_.frameRate;
   if (!(outputSize_ == renderSize)) {
     scaler_ = BilinearScaler::create(*request_.engine);
     if (!scaler_) {
-      failSetup(/*cancelReading=*/true);
+      failSetup(/*cancelReading=*/true, gpuSetupError("the GPU cannot scale video frames"));
       return;
     }
   }
@@ -216,10 +224,10 @@ void VideoExportRun::wakePumps() {
 // The writer writes under a temporary name of its own and moves the movie into place
 // only once complete, so cancelling it removes what this export made, and never a file
 // that stands at the output's path.
-void VideoExportRun::failSetup(bool cancelReading) {
+void VideoExportRun::failSetup(bool cancelReading, std::optional<platform::media::MediaError> cause) {
   if (cancelReading) reader_->cancelReading();
   writer_->cancelWriting();
-  fail(VideoRenderError::writerSetupFailed());
+  fail(VideoRenderError::writerSetupFailed(std::move(cause)));
 }
 
 bool VideoExportRun::rendererCancelled() const {
@@ -263,6 +271,14 @@ void VideoExportRun::finishExport() {
   if (writerStatus == AssetWriterStatus::cancelled || writerStatus == AssetWriterStatus::failed) {
     writer_->cancelWriting();  // a writer that failed by itself drops its file here
     fail(VideoRenderError::exportFailed(writer_->error()));
+    return;
+  }
+  // A movie without a single picture is no export (a range shorter than any frame, or
+  // frames that all failed to come through).
+  if (framesWritten_ == 0) {
+    writer_->cancelWriting();
+    fail(VideoRenderError::exportFailed(platform::media::MediaError{
+        platform::media::MediaError::Code::decodeFailed, "no frame of the video could be read in the range"}));
     return;
   }
   // A cancel from here on is ignored: a success stays a success.

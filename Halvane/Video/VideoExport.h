@@ -74,7 +74,7 @@ class VideoExportRun : public std::enable_shared_from_this<VideoExportRun> {
   void deliver(VideoExportResult result);
   void fail(VideoRenderError error);
   // Set-up failures once the writer exists.
-  void failSetup(bool cancelReading);
+  void failSetup(bool cancelReading, std::optional<platform::media::MediaError> cause);
   bool rendererCancelled() const;
 
   void videoPump();

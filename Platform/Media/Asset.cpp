@@ -44,6 +44,10 @@ platform::Expected<AssetInfo, MediaError> probe(const std::string& path) {
   auto format = av::openInput(path);
   if (!format) return platform::unexpected(format.error());
   AVFormatContext* context = format->get();
+  // FFmpeg reads a photo as a video of one frame; it is not one.
+  const std::string_view demuxer = context->iformat->name;
+  if (demuxer == "image2" || demuxer.ends_with("_pipe"))
+    return platform::unexpected(MediaError{MediaError::Code::openFailed, path + " is a still image, not a video"});
   AssetInfo info;
   for (unsigned i = 0; i < context->nb_streams; ++i) {
     AVStream* stream = context->streams[i];
@@ -65,6 +69,7 @@ platform::Expected<AssetInfo, MediaError> probe(const std::string& path) {
       audio.channels = parameters->ch_layout.nb_channels;
       audio.codec = avcodec_get_name(parameters->codec_id);
       audio.bitRate = parameters->bit_rate;
+      audio.copiesIntoMovie = av::movieCarriesAudioPackets(parameters->codec_id);
       audio.codecParameters = std::make_shared<AudioCodecParameters>(parameters, stream->time_base);
       track.audioFormat = std::move(audio);
     } else {

@@ -563,13 +563,13 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   encoder->color_primaries = AVCOL_PRI_BT709;
   encoder->color_trc = AVCOL_TRC_BT709;
   if (core_->format->oformat->flags & AVFMT_GLOBALHEADER) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  // "fast" keeps a desktop export near real time on a few cores; x265 talks only of
-  // errors. No B-frames: packets then come in presentation order, so each one's
-  // duration is the gap to the next (see heldPacket), and the file starts at 0 with
-  // no decode-time shift to hide behind an edit list. No cu-tree: libx265 3.5 writes
+  // "fast" keeps a desktop export near real time on a few cores; x265 keeps quiet
+  // (its failures come back as errors). No B-frames: packets then come in presentation
+  // order, so each one's duration is the gap to the next (see heldPacket), and the
+  // file starts at 0 with no decode-time shift to hide behind an edit list. No cu-tree: libx265 3.5 writes
   // past its lookahead buffers on pictures 48 pixels wide or narrower with it on.
   av_opt_set(encoder->priv_data, "preset", "fast", 0);
-  av_opt_set(encoder->priv_data, "x265-params", "log-level=error:bframes=0:cutree=0", 0);
+  av_opt_set(encoder->priv_data, "x265-params", "log-level=none:bframes=0:cutree=0", 0);
   if (settings.quality) {
     av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(*settings.quality), 0);
   } else if (settings.averageBitRate > 0) {
@@ -651,6 +651,8 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (core_->status != AssetWriterStatus::unknown) return failure(MediaError::Code::invalidState, "Writing has begun");
   if (!hint.codecParameters || !hint.codecParameters->get())
     return failure(MediaError::Code::invalidArgument, "The format description has no codec parameters");
+  if (!av::movieCarriesAudioPackets(hint.codecParameters->get()->codec_id))
+    return failure(MediaError::Code::invalidArgument, "A QuickTime movie cannot carry " + hint.codec + " sound as it is");
   auto input = std::make_shared<WriterInputState>();
   input->core = core_;
   input->kind = InputKind::passthrough;

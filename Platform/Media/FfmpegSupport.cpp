@@ -20,7 +20,8 @@ PacketPtr makePacket() { return PacketPtr(av_packet_alloc()); }
 
 void initialize() {
   static std::once_flag once;
-  std::call_once(once, [] { av_log_set_level(AV_LOG_ERROR); });
+  // The program writes no log: failures reach the user as errors with their causes.
+  std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
 }
 
 std::string errorText(int averror) {
@@ -31,6 +32,32 @@ std::string errorText(int averror) {
 
 MediaError error(MediaError::Code code, const std::string& what, int averror) {
   return MediaError{code, averror ? what + ": " + errorText(averror) : what};
+}
+
+bool movieCarriesAudioPackets(AVCodecID codec) {
+  switch (codec) {
+    case AV_CODEC_ID_AAC:
+    case AV_CODEC_ID_ALAC:
+    case AV_CODEC_ID_MP3:
+    case AV_CODEC_ID_AC3:
+    case AV_CODEC_ID_EAC3:
+    case AV_CODEC_ID_PCM_S16LE:
+    case AV_CODEC_ID_PCM_S16BE:
+    case AV_CODEC_ID_PCM_S24LE:
+    case AV_CODEC_ID_PCM_S24BE:
+    case AV_CODEC_ID_PCM_S32LE:
+    case AV_CODEC_ID_PCM_S32BE:
+    case AV_CODEC_ID_PCM_F32LE:
+    case AV_CODEC_ID_PCM_F32BE:
+    case AV_CODEC_ID_PCM_F64LE:
+    case AV_CODEC_ID_PCM_F64BE:
+    case AV_CODEC_ID_PCM_U8:
+    case AV_CODEC_ID_PCM_ALAW:
+    case AV_CODEC_ID_PCM_MULAW:
+      return true;
+    default:
+      return false;
+  }
 }
 
 MediaTime timeFromTimestamp(std::int64_t timestamp, AVRational timeBase) {

@@ -92,6 +92,8 @@ InputOutput parseInputOutput(const std::vector<std::string>& rest) {
     if (rest[i] == "--preset") {
       if (i + 1 >= rest.size()) throw UsageError("--preset needs a value");
       parsed.preset = rest[++i];
+    } else if (rest[i] == "-y" || rest[i] == "--overwrite") {
+      parsed.overwrite = true;
     } else if (rest[i].starts_with("--")) {
       throw UsageError("unknown option '" + rest[i] + "'");
     } else {

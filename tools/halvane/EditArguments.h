@@ -26,12 +26,13 @@ struct ParsedEdit {
 };
 ParsedEdit parseEditOptions(const std::vector<std::string>& arguments);
 
-// The rest of a rendering command's line: an input, an output and an optional
-// `--preset NAME`. Throws UsageError for anything else.
+// The rest of a rendering command's line: an input, an output, an optional
+// `--preset NAME` and `-y`/`--overwrite`. Throws UsageError for anything else.
 struct InputOutput {
   std::string input;
   std::string output;
   std::optional<std::string> preset;
+  bool overwrite = false;
 };
 InputOutput parseInputOutput(const std::vector<std::string>& rest);
 
