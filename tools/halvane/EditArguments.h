@@ -7,9 +7,15 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Halvane/Model/EditState.h"
 
 namespace halvane::cli {
+
+// Reads a JSON file given on the command line, within the limits of size and depth of
+// parseEditJSON. Throws CommandError, naming the file as `what` ("the edit file").
+nlohmann::json readJSONFile(const std::string& path, const std::string& what);
 
 // Reads the coded form from a file. Throws CommandError when the file cannot be read
 // or is not a JSON object.
