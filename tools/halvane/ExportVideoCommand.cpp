@@ -98,7 +98,7 @@ bool hasMovExtension(const std::string& path) {
 }
 
 // Runs the export on a run-loop main queue until its completion; a terminating signal
-// cancels it.
+// noted by a TerminationGuard cancels it.
 VideoExportResult runExport(const std::string& input, const std::string& output, const EditState& state,
                             VideoExportPreset preset) {
   auto queue = std::make_shared<platform::dispatch::RunLoopMainQueue>();
@@ -108,7 +108,6 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
     auto renderer = VideoRenderer::create(RenderingEngine::create());
     renderer->setAsset(platform::media::Asset::make(input));
     ProgressBar bar;
-    TerminationGuard guard;
     std::function<void()> watchForSignals = [&] {
       if (receivedSignal) {
         renderer->cancelExport();
@@ -202,6 +201,7 @@ Command makeExportVideoCommand() {
         checkOutputPath(input, output, io.overwrite);
 
         ExportDestination destination(output, io.overwrite && platform::media::somethingStandsAt(output));
+        const TerminationGuard guard;  // from before the line that says the export runs
         std::printf("exporting %s to %s\n", input.c_str(), output.c_str());
         std::fflush(stdout);
         const VideoExportResult result = runExport(input, destination.path(), parsed.state, preset);
