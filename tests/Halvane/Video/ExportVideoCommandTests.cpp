@@ -269,6 +269,22 @@ TEST(ExportVideoCommandTest, ErrorsNameTheirCauseAndFfmpegKeepsQuiet) {
   EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError;
 }
 
+// Frames whose times stop increasing (a damaged time table) make the writer fail
+// part way while the sound goes on: the export ends at once, as failed, with no file.
+TEST(ExportVideoCommandTest, FramesOutOfOrderEndTheExportAsFailed) {
+  std::string bytes = contents(toneClip());
+  const auto table = bytes.find("stts");  // the video track's, the first in the file
+  ASSERT_NE(table, std::string::npos);
+  for (std::size_t i = table + 16; i < table + 20; ++i) bytes[i] = 0;  // every frame at time 0
+  const std::string damaged = videotest::temporaryFolder() + "/cli-stalled.mov";
+  std::ofstream(damaged, std::ios::binary) << bytes;
+  const auto output = videotest::freshPath("cli-stalled-out.mov");
+  const auto result = run({"export-video", damaged, output});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardError, "halvane export-video: Export failed: Frame times must increase\n");
+  EXPECT_TRUE(entriesNamed(videotest::temporaryFolder(), "cli-stalled-out").empty());
+}
+
 TEST(ExportVideoCommandTest, OpusSoundIsReencodedToAac) {
   videotest::ClipDescription clip;
   clip.audio = videotest::ClipAudio::opus;
