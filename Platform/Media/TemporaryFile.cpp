@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +17,17 @@ namespace platform::media {
 namespace {
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
+
+// Read, not set: umask(2) can only be read by changing it, which would race with every
+// other thread that creates a file meanwhile.
+mode_t processUmask() {
+  std::ifstream status("/proc/self/status");
+  std::string line;
+  while (std::getline(status, line)) {
+    if (line.rfind("Umask:", 0) == 0) return mode_t(std::strtoul(line.c_str() + 6, nullptr, 8));
+  }
+  return 022;
+}
 
 }  // namespace
 
@@ -31,9 +43,7 @@ platform::Expected<TemporaryFile, std::error_code> TemporaryFile::createBeside(c
   if (fd < 0) return platform::unexpected(lastError());
   // mkostemps makes the file 0600; a finished output gets the mode any new file of the
   // user gets, 0666 less the umask.
-  const mode_t mask = ::umask(0);
-  ::umask(mask);
-  ::fchmod(fd, 0666 & ~mask);
+  ::fchmod(fd, 0666 & ~processUmask());
   return TemporaryFile(fd, std::filesystem::path(pattern.data()));
 }
 
