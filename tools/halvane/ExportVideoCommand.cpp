@@ -9,12 +9,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <iterator>
 #include <optional>
 
 #include "Command.h"
 #include "EditArguments.h"
 #include "OutputFile.h"
+#include "TerminationSignals.h"
 #include "Halvane/Video/VideoRenderer.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/RunLoopMainQueue.h"
@@ -26,39 +26,6 @@ namespace halvane::cli {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The signals that ask a process to end. During an export each of them cancels it
-// cleanly instead of killing the process, which then exits as a shell reports a death
-// by that signal, 128 + its number. A signal that was ignored when the tool started
-// (nohup's SIGHUP) stays ignored.
-constexpr int kTerminatingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
-
-volatile std::sig_atomic_t receivedSignal = 0;
-void noteSignal(int number) { receivedSignal = number; }
-
-class TerminationGuard {
- public:
-  TerminationGuard() {
-    receivedSignal = 0;
-    for (std::size_t i = 0; i < std::size(kTerminatingSignals); ++i) {
-      struct sigaction action {};
-      sigaction(kTerminatingSignals[i], nullptr, &previous_[i]);
-      if (previous_[i].sa_handler == SIG_IGN) continue;
-      action.sa_handler = noteSignal;
-      sigemptyset(&action.sa_mask);
-      sigaction(kTerminatingSignals[i], &action, nullptr);
-    }
-  }
-  ~TerminationGuard() {
-    for (std::size_t i = 0; i < std::size(kTerminatingSignals); ++i)
-      sigaction(kTerminatingSignals[i], &previous_[i], nullptr);
-  }
-  TerminationGuard(const TerminationGuard&) = delete;
-  TerminationGuard& operator=(const TerminationGuard&) = delete;
-
- private:
-  struct sigaction previous_[std::size(kTerminatingSignals)] {};
-};
 
 // A bar on stderr, drawn only when stderr is a terminal.
 class ProgressBar {
@@ -109,7 +76,7 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
     renderer->setAsset(platform::media::Asset::make(input));
     ProgressBar bar;
     std::function<void()> watchForSignals = [&] {
-      if (receivedSignal) {
+      if (TerminationGuard::received()) {
         renderer->cancelExport();
         return;
       }
@@ -208,7 +175,7 @@ Command makeExportVideoCommand() {
         if (!result) {
           std::fprintf(stderr, "halvane export-video: %s\n", describe(result.error()).c_str());
           if (result.error().code() == VideoRenderError::Code::cancelled)
-            return 128 + (receivedSignal ? int(receivedSignal) : SIGINT);
+            return TerminationGuard::exitStatus(TerminationGuard::received() ? TerminationGuard::received() : SIGINT);
           return 1;
         }
         destination.moveIntoPlace();

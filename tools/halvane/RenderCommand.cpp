@@ -4,6 +4,7 @@
 #include "EditArguments.h"
 #include "Halvane/Rendering/PhotoOutput.h"
 #include "OutputFile.h"
+#include "TerminationSignals.h"
 #include "PhotoSource.h"
 
 namespace halvane::cli {
@@ -35,11 +36,18 @@ Command makeRenderCommand() {
         if (!fileType) throw UsageError("the output is a JPEG (.jpg, .jpeg) or PNG (.png) picture: name it so");
         checkOutputPath(io.input, io.output, io.overwrite);
 
+        // A signal during the render stops it before anything is written; the write
+        // itself is short and all or nothing, so it is let finish.
+        const TerminationGuard guard;
         auto engine = RenderingEngine::create();
         const PhotoSource source = loadPhotoSource(*engine, io.input);
         auto image = engine->renderToImage(source.texture, parsed.state, source.colorSpace);
         if (!image) throw CommandError("rendering failed: the GPU could not produce the picture");
         const auto limited = limitedImage(*image, platform::media::ImageOrientation::up, preset);
+        if (const int signal = TerminationGuard::received()) {
+          std::fprintf(stderr, "halvane render: stopped by a signal; nothing was written\n");
+          return TerminationGuard::exitStatus(signal);
+        }
         const auto existing = io.overwrite ? platform::media::ExistingFile::replace : platform::media::ExistingFile::keep;
         if (auto error = writePhotoFile(limited, preset, io.output, *fileType, existing)) throw CommandError(*error);
         std::printf("%s: %d x %d\n", io.output.c_str(), limited.width, limited.height);
