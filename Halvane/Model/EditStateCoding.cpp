@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <limits>
 #include <optional>
+#include <string>
 #include <system_error>
 #include <type_traits>
 #include <utility>
@@ -235,6 +236,38 @@ nlohmann::ordered_json encodeEditState(const EditState& s) {
 }
 
 EditState decodeEditState(const nlohmann::json& document) { return decode(document); }
+
+nlohmann::json parseEditJSON(std::string_view text) {
+  if (text.size() > kMaxEditJSONBytes) {
+    throw EditStateCodingError("", "the JSON text is " + std::to_string(text.size()) + " bytes, more than the limit of " +
+                                       std::to_string(kMaxEditJSONBytes));
+  }
+  // Brackets outside strings give the depth; the parser sees only text that passed.
+  int depth = 0;
+  bool inString = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (inString) {
+      if (c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      if (++depth > kMaxEditJSONDepth) {
+        throw EditStateCodingError("", "the JSON text is nested more than " + std::to_string(kMaxEditJSONDepth) +
+                                           " levels deep");
+      }
+    } else if (c == ']' || c == '}') {
+      --depth;
+    }
+  }
+  nlohmann::json document = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+  if (document.is_discarded()) throw EditStateCodingError("", "the text is not valid JSON");
+  return document;
+}
 EditState decodeEditState(const nlohmann::ordered_json& document) { return decode(document); }
 
 }  // namespace halvane

@@ -41,4 +41,17 @@ nlohmann::ordered_json encodeEditState(const EditState& state);
 EditState decodeEditState(const nlohmann::json& document);
 EditState decodeEditState(const nlohmann::ordered_json& document);
 
+// Limits on JSON text read from outside (an edit file, a value on a command line).
+// The coded form itself is a few hundred bytes nested three deep; the limits leave room
+// for unknown keys while keeping every later step (the parser, copies, look-ups) small
+// and its recursion shallow.
+inline constexpr std::size_t kMaxEditJSONBytes = std::size_t{16} << 20;
+inline constexpr int kMaxEditJSONDepth = 64;
+
+// Parses JSON text for decoding: the depth is checked by a scan of the text before the
+// parser builds anything, and objects are keyed maps, so that a document of many keys
+// costs n log n. Throws EditStateCodingError for text that is too large, nested too
+// deeply or not JSON.
+nlohmann::json parseEditJSON(std::string_view text);
+
 }  // namespace halvane

@@ -1,6 +1,7 @@
 #include "Halvane/Rendering/PhotoOutput.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <filesystem>
 #include <random>
@@ -63,8 +64,24 @@ Image limitedImage(const Image& image, platform::media::ImageOrientation orienta
 }
 
 std::optional<std::string> writeJPEGFile(const Image& image, PhotoExportPreset preset, const std::string& path) {
+  return writePhotoFile(image, preset, path, PhotoFileType::jpeg, platform::media::ExistingFile::replace);
+}
+
+std::optional<PhotoFileType> photoFileTypeForPath(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return char(std::tolower(c)); });
+  if (extension == ".jpg" || extension == ".jpeg") return PhotoFileType::jpeg;
+  if (extension == ".png") return PhotoFileType::png;
+  return std::nullopt;
+}
+
+std::optional<std::string> writePhotoFile(const Image& image, PhotoExportPreset preset, const std::string& path,
+                                          PhotoFileType type, platform::media::ExistingFile existing) {
   if (image.isEmpty()) return std::string("there is no picture to write");
-  auto written = platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality);
+  auto written = type == PhotoFileType::png
+                     ? platform::media::writePNG(image, path, existing)
+                     : platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality, existing);
   if (!written) return written.error().message;
   return std::nullopt;
 }

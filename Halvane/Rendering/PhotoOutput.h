@@ -6,6 +6,7 @@
 
 #include "Halvane/Model/ExportPresets.h"
 #include "Platform/Media/Image.h"
+#include "Platform/Media/ImageFile.h"
 
 namespace halvane {
 
@@ -30,5 +31,17 @@ std::optional<std::string> writeJPEG(const platform::media::Image& image, PhotoE
 // message, or none on success.
 std::optional<std::string> writeJPEGFile(const platform::media::Image& image, PhotoExportPreset preset,
                                          const std::string& path);
+
+// The file types a photo can be written as, by the path's extension (".jpg", ".jpeg",
+// ".png", in any case); none for another extension.
+enum class PhotoFileType { jpeg, png };
+std::optional<PhotoFileType> photoFileTypeForPath(const std::string& path);
+
+// Writes the image as `type` (JPEG at the preset's quality, or lossless PNG), with its
+// orientation. An existing file is replaced or kept as `existing` says; a kept file
+// makes the write fail. Returns an error message, or none on success.
+std::optional<std::string> writePhotoFile(const platform::media::Image& image, PhotoExportPreset preset,
+                                          const std::string& path, PhotoFileType type,
+                                          platform::media::ExistingFile existing);
 
 }  // namespace halvane

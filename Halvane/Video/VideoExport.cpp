@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <utility>
 
 #include "Halvane/Video/NeutralRendering.h"
@@ -18,6 +17,10 @@ using platform::media::AssetWriterStatus;
 using platform::media::MediaType;
 
 namespace {
+
+platform::media::MediaError gpuSetupError(std::string text) {
+  return {platform::media::MediaError::Code::invalidState, std::move(text)};
+}
 
 void failDirectly(const VideoExportRequest& request, VideoRenderError error) {
   if (request.completion) request.completion(platform::unexpected(std::move(error)));
@@ -39,7 +42,11 @@ void loadExportInputs(std::shared_ptr<VideoExportRequest> request) {
     return;
   }
   inputs->asset->loadTracks(MediaType::video, [request, inputs](auto videoTracks) {
-    if (!videoTracks || videoTracks->empty()) {
+    if (!videoTracks) {
+      failDirectly(*request, VideoRenderError::noVideoTrack(videoTracks.error()));
+      return;
+    }
+    if (videoTracks->empty()) {
       failDirectly(*request, VideoRenderError::noVideoTrack());
       return;
     }
@@ -62,11 +69,6 @@ void loadExportInputs(std::shared_ptr<VideoExportRequest> request) {
       });
     });
   });
-}
-
-std::filesystem::path pathFromURL(const std::string& url) {
-  constexpr std::string_view scheme = "file://";
-  return url.starts_with(scheme) ? std::filesystem::path(url.substr(scheme.size())) : std::filesystem::path(url);
 }
 
 }  // namespace
@@ -120,7 +122,7 @@ void VideoExportRun::runExport() {
 
   auto reader = platform::media::AssetReader::make(inputs_.asset);
   if (!reader) {
-    fail(VideoRenderError::writerSetupFailed());
+    fail(VideoRenderError::writerSetupFailed(reader.error()));
     return;
   }
   reader_ = *reader;
@@ -128,15 +130,15 @@ void VideoExportRun::runExport() {
   videoOutput_ = reader_->addVideoOutput(inputs_.videoTrack);
 
   auto writer = platform::media::AssetWriter::make(request_.outputURL);
-  if (!writer || !videoOutput_) {
-    fail(VideoRenderError::writerSetupFailed());
+  if (!writer) {
+    fail(VideoRenderError::writerSetupFailed(writer.error()));
     return;
   }
   writer_ = *writer;
   // No transform on the input: the orientation is baked into the pixels.
   auto videoInput = writer_->addVideoInput(videoEncoderSettings(request_.preset, outputSize_, inputs_.frameRate));
   if (!videoInput) {
-    fail(VideoRenderError::writerSetupFailed());
+    fail(VideoRenderError::writerSetupFailed(videoInput.error()));
     return;
   }
   videoInput_ = *videoInput;
@@ -149,19 +151,19 @@ void VideoExportRun::runExport() {
                                                                     : platform::media::AudioReadMode::floatPCM);
     auto audioInput = passthrough ? writer_->addAudioPassthroughInput(*inputs_.audioFormat)
                                   : writer_->addAudioInput(audioPlan_.encoder);
-    if (!audioOutput_ || !audioInput) {
-      fail(VideoRenderError::writerSetupFailed());
+    if (!audioInput) {
+      fail(VideoRenderError::writerSetupFailed(audioInput.error()));
       return;
     }
     audioInput_ = *audioInput;
   }
 
   if (!reader_->startReading()) {
-    failSetup(/*cancelReading=*/false, /*cancelWriting=*/false);
+    failSetup(/*cancelReading=*/false, reader_->error());
     return;
   }
   if (!writer_->startWriting()) {
-    failSetup(/*cancelReading=*/true, /*cancelWriting=*/false);
+    failSetup(/*cancelReading=*/true, writer_->error());
     return;
   }
   writer_->startSession(timeRange.start);
@@ -170,14 +172,14 @@ void VideoExportRun::runExport() {
   stateIsNeutral_ = isNeutralForRendering(request_.state);
   textureCache_ = FrameTextureCache::create(request_.engine->metalDevice());
   if (!textureCache_) {
-    failSetup(/*cancelReading=*/true, /*cancelWriting=*/true);
+    failSetup(/*cancelReading=*/true, gpuSetupError("the GPU cannot map video frames"));
     return;
   }
   expectedFrames_ = float(timeRange.duration.seconds()) * inputs_.frameRate;
   if (!(outputSize_ == renderSize)) {
     scaler_ = BilinearScaler::create(*request_.engine);
     if (!scaler_) {
-      failSetup(/*cancelReading=*/true, /*cancelWriting=*/true);
+      failSetup(/*cancelReading=*/true, gpuSetupError("the GPU cannot scale video frames"));
       return;
     }
   }
@@ -198,18 +200,34 @@ void VideoExportRun::runExport() {
   group_.notify([weakSelf] {
     if (auto self = weakSelf.lock()) self->finishExport();
   });
+  if (auto cancelState = request_.cancelState.lock()) {
+    cancelState->setOnCancel([weakSelf] {
+      if (auto self = weakSelf.lock()) self->wakePumps();
+    });
+    // A cancel that came during set-up had no one to wake.
+    if (cancelState->isSet()) wakePumps();
+  }
 }
 
-void VideoExportRun::failSetup(bool cancelReading, bool cancelWriting) {
+void VideoExportRun::wakePumps() {
+  std::weak_ptr<VideoExportRun> weakSelf = weak_from_this();
+  videoQueue_->async([weakSelf] {
+    if (auto self = weakSelf.lock()) self->videoPump();
+  });
+  if (audioInput_ && audioOutput_) {
+    audioQueue_->async([weakSelf] {
+      if (auto self = weakSelf.lock()) self->audioPump();
+    });
+  }
+}
+
+// The writer writes under a temporary name of its own and moves the movie into place
+// only once complete, so cancelling it removes what this export made, and never a file
+// that stands at the output's path.
+void VideoExportRun::failSetup(bool cancelReading, std::optional<platform::media::MediaError> cause) {
   if (cancelReading) reader_->cancelReading();
-  if (cancelWriting) writer_->cancelWriting();
-  removeOutputFile();
-  fail(VideoRenderError::writerSetupFailed());
-}
-
-void VideoExportRun::removeOutputFile() const {
-  std::error_code ignored;  // a failed removal is dropped
-  std::filesystem::remove(pathFromURL(request_.outputURL), ignored);
+  writer_->cancelWriting();
+  fail(VideoRenderError::writerSetupFailed(std::move(cause)));
 }
 
 bool VideoExportRun::rendererCancelled() const {
@@ -221,6 +239,7 @@ void VideoExportRun::fail(VideoRenderError error) { deliver(platform::unexpected
 
 void VideoExportRun::deliver(VideoExportResult result) {
   auto self = shared_from_this();  // the last reference may be the one let go below
+  if (auto cancelState = request_.cancelState.lock()) cancelState->setOnCancel(nullptr);
   if (request_.completion) request_.completion(std::move(result));
   platform::media::BackgroundTaskIdentifier old;
   {
@@ -240,19 +259,26 @@ void VideoExportRun::finishExport() {
       std::lock_guard lock(pumpLock_);
       cancelReaderLocked();
     }
-    removeOutputFile();
     fail(VideoRenderError::cancelled());
     return;
   }
   if (reader_->status() == AssetReaderStatus::failed) {
     writer_->cancelWriting();
-    removeOutputFile();
     fail(VideoRenderError::exportFailed(reader_->error()));
     return;
   }
-  if (writer_->status() == AssetWriterStatus::cancelled) {
-    removeOutputFile();
+  const auto writerStatus = writer_->status();
+  if (writerStatus == AssetWriterStatus::cancelled || writerStatus == AssetWriterStatus::failed) {
+    writer_->cancelWriting();  // a writer that failed by itself drops its file here
     fail(VideoRenderError::exportFailed(writer_->error()));
+    return;
+  }
+  // A movie without a single picture is no export (a range shorter than any frame, or
+  // frames that all failed to come through).
+  if (framesWritten_ == 0) {
+    writer_->cancelWriting();
+    fail(VideoRenderError::exportFailed(platform::media::MediaError{
+        platform::media::MediaError::Code::decodeFailed, "no frame of the video could be read in the range"}));
     return;
   }
   // A cancel from here on is ignored: a success stays a success.
@@ -265,8 +291,7 @@ void VideoExportRun::finishExport() {
         self->deliver(self->request_.outputURL);
         return;
       }
-      const auto error = self->writer_->error();
-      self->removeOutputFile();
+      const auto error = self->writer_->error();  // the writer dropped its file
       self->fail(VideoRenderError::exportFailed(error));
     });
   });

@@ -73,9 +73,8 @@ class VideoExportRun : public std::enable_shared_from_this<VideoExportRun> {
   // Every result of stage two: completion first, then the background task ends, once.
   void deliver(VideoExportResult result);
   void fail(VideoRenderError error);
-  // Set-up failures after the file may exist.
-  void failSetup(bool cancelReading, bool cancelWriting);
-  void removeOutputFile() const;
+  // Set-up failures once the writer exists.
+  void failSetup(bool cancelReading, std::optional<platform::media::MediaError> cause);
   bool rendererCancelled() const;
 
   void videoPump();
@@ -85,6 +84,10 @@ class VideoExportRun : public std::enable_shared_from_this<VideoExportRun> {
   // Under pumpLock: cancels the reader once, whoever asks first.
   void cancelReaderLocked();
   void abandon(Pump pump);
+  // A pump whose input is not ready: it leaves when the writer stopped or on a cancel.
+  void leaveIfStopped(Pump pump);
+  // Runs both pumps once on their queues, to see a cancel.
+  void wakePumps();
   void finish(Pump pump);
   void finishExport();
 

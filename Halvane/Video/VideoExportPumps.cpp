@@ -1,5 +1,8 @@
 // The two pumps of an export and their ways out. Each runs on its own serial queue,
-// called by the writer whenever its input can take more; pumpLock serialises the
+// called by the writer whenever its input can take more, once more when the writer
+// stops early, and by a cancel; a pump whose input is not ready leaves when the writer
+// has stopped or the export is cancelled, so no failure leaves it waiting. pumpLock
+// serialises the
 // reader's status, copyNextSampleBuffer and cancelReading between them and is never
 // held across a GPU wait or an append.
 #include <algorithm>
@@ -13,6 +16,7 @@ using platform::gpu::CommandBuffer;
 using platform::gpu::PixelFormat;
 using platform::gpu::Texture;
 using platform::media::AssetReaderStatus;
+using platform::media::AssetWriterStatus;
 
 namespace {
 
@@ -55,6 +59,15 @@ void VideoExportRun::finish(Pump pump) {
     audioDone_ = true;
   }
   group_.leave();
+}
+
+void VideoExportRun::leaveIfStopped(Pump pump) {
+  const bool done = pump == Pump::video ? videoDone_ : audioDone_;
+  if (done) return;
+  const auto writerStatus = writer_->status();
+  const bool writerStopped =
+      writerStatus == AssetWriterStatus::failed || writerStatus == AssetWriterStatus::cancelled;
+  if (writerStopped || rendererCancelled()) abandon(pump);
 }
 
 void VideoExportRun::videoPump() {
@@ -147,6 +160,7 @@ void VideoExportRun::videoPump() {
       platform::dispatch::MainQueue::shared()->async([callback = request_.progress, progress] { callback(progress); });
     }
   }
+  leaveIfStopped(Pump::video);
 }
 
 void VideoExportRun::audioPump() {
@@ -177,6 +191,7 @@ void VideoExportRun::audioPump() {
       return;
     }
   }
+  leaveIfStopped(Pump::audio);
 }
 
 }  // namespace halvane

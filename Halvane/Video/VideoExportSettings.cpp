@@ -47,8 +47,11 @@ std::optional<ExportTimeRange> exportTimeRange(double duration, const EditState&
   const double start = state.trimStart > 0 ? std::min(state.trimStart, duration) : 0.0;
   if (!(start < duration)) return std::nullopt;
   double end = state.trimEnd > 0 ? std::min(state.trimEnd, duration) : duration;
-  if (!(end > start)) end = std::min(start + 0.5, duration);
-  if (!(start < end)) return std::nullopt;
+  // The range is cut on the 1/600 s ticks of the media times: a trim end that rounds
+  // onto the start (1e-320, say) is no range at all.
+  const auto ticks = [](double seconds) { return std::round(seconds * kTimescale); };
+  if (!(ticks(end) > ticks(start))) end = std::min(start + 0.5, duration);
+  if (!(ticks(start) < ticks(end))) return std::nullopt;
   return ExportTimeRange{start, end};
 }
 
@@ -81,7 +84,7 @@ AudioPlan planAudio(const EditState& state, VideoExportPreset preset, bool hasAu
   AudioPlan plan;
   if (state.audioMuted || !hasAudioTrack) return plan;
   const bool near = std::fabs(state.audioVolume - 1.0f) <= 0.001f;
-  if (preset != VideoExportPreset::social && near && format) {
+  if (preset != VideoExportPreset::social && near && format && format->copiesIntoMovie) {
     plan.route = AudioRoute::passthrough;
     return plan;
   }

@@ -47,7 +47,8 @@ struct AudioPlan {
 };
 
 // Muted gives no track (mute is not silence); a volume within 0.001 of 1 copies the
-// packets unless the preset is social or the format is unknown; anything else decodes,
+// packets unless the preset is social, the format is unknown or a movie cannot carry
+// its packets (Opus, FLAC...); anything else decodes,
 // applies the gain when the volume is not that near 1, and encodes AAC.
 AudioPlan planAudio(const EditState& state, VideoExportPreset preset, bool hasAudioTrack,
                     const std::optional<platform::media::AudioFormatDescription>& format);

@@ -1,6 +1,9 @@
 #pragma once
 // What a video export can report to the user: a typed error with a text of its own.
 // `cancelled` is silence, not a failure; a caller shows no alert for it. A plain value.
+// The platform's error travels with every case that has one (`underlying`): only
+// `exportFailed` shows it in its text; for the others a caller that can say more (the
+// command-line tool) adds it after the text.
 #include <optional>
 #include <string>
 
@@ -14,8 +17,12 @@ class VideoRenderError {
 
   // "Export failed: " and the underlying error's description, or "unknown" without one.
   static VideoRenderError exportFailed(std::optional<platform::media::MediaError> underlying = std::nullopt);
-  static VideoRenderError writerSetupFailed() { return VideoRenderError(Code::writerSetupFailed); }
-  static VideoRenderError noVideoTrack() { return VideoRenderError(Code::noVideoTrack); }
+  static VideoRenderError writerSetupFailed(std::optional<platform::media::MediaError> cause = std::nullopt) {
+    return VideoRenderError(Code::writerSetupFailed, std::move(cause));
+  }
+  static VideoRenderError noVideoTrack(std::optional<platform::media::MediaError> cause = std::nullopt) {
+    return VideoRenderError(Code::noVideoTrack, std::move(cause));
+  }
   static VideoRenderError cancelled() { return VideoRenderError(Code::cancelled); }
 
   Code code() const { return code_; }

@@ -57,14 +57,26 @@ struct VideoRendererOptions {
 struct ExportCancelState {
   mutable std::mutex _cancelLock;
   bool _exportCancelled = false;
+  // Called, outside the lock, each time the flag is set: the running export wakes its
+  // pumps with it, so that a pump waiting for its input still sees the cancel.
+  std::function<void()> onCancel;
 
   void set(bool cancelled) {
-    std::lock_guard lock(_cancelLock);
-    _exportCancelled = cancelled;
+    std::function<void()> wake;
+    {
+      std::lock_guard lock(_cancelLock);
+      _exportCancelled = cancelled;
+      if (cancelled) wake = onCancel;
+    }
+    if (wake) wake();
   }
   bool isSet() const {
     std::lock_guard lock(_cancelLock);
     return _exportCancelled;
+  }
+  void setOnCancel(std::function<void()> callback) {
+    std::lock_guard lock(_cancelLock);
+    onCancel = std::move(callback);
   }
 };
 

@@ -3,6 +3,7 @@
 #include "Platform/Dispatch/GlobalQueue.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Media/FfmpegSupport.h"
+#include "Platform/Media/MediaURL.h"
 
 namespace platform::media {
 
@@ -43,6 +44,10 @@ platform::Expected<AssetInfo, MediaError> probe(const std::string& path) {
   auto format = av::openInput(path);
   if (!format) return platform::unexpected(format.error());
   AVFormatContext* context = format->get();
+  // FFmpeg reads a photo as a video of one frame; it is not one.
+  const std::string_view demuxer = context->iformat->name;
+  if (demuxer == "image2" || demuxer.ends_with("_pipe"))
+    return platform::unexpected(MediaError{MediaError::Code::openFailed, path + " is a still image, not a video"});
   AssetInfo info;
   for (unsigned i = 0; i < context->nb_streams; ++i) {
     AVStream* stream = context->streams[i];
@@ -64,6 +69,7 @@ platform::Expected<AssetInfo, MediaError> probe(const std::string& path) {
       audio.channels = parameters->ch_layout.nb_channels;
       audio.codec = avcodec_get_name(parameters->codec_id);
       audio.bitRate = parameters->bit_rate;
+      audio.copiesIntoMovie = av::movieCarriesAudioPackets(parameters->codec_id);
       audio.codecParameters = std::make_shared<AudioCodecParameters>(parameters, stream->time_base);
       track.audioFormat = std::move(audio);
     } else {
@@ -89,7 +95,7 @@ std::vector<AssetTrack> AssetInfo::tracksOfType(MediaType type) const {
 }
 
 std::shared_ptr<Asset> Asset::make(std::string pathOrURL) {
-  return std::shared_ptr<Asset>(new Asset(av::pathFromURL(pathOrURL)));
+  return std::shared_ptr<Asset>(new Asset(pathFromURL(pathOrURL)));
 }
 
 platform::Expected<AssetInfo, MediaError> Asset::loadNow() {

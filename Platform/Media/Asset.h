@@ -23,6 +23,9 @@ struct AudioFormatDescription {
   int channels = 0;
   std::string codec;         // FFmpeg's short codec name: "aac", "pcm_s16le"...
   std::int64_t bitRate = 0;  // bits per second, 0 when the file does not say
+  // Whether a QuickTime movie can carry these packets as they are; when not, an export
+  // decodes the sound and encodes it again.
+  bool copiesIntoMovie = true;
   std::shared_ptr<const AudioCodecParameters> codecParameters;
 };
 

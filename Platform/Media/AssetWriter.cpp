@@ -1,5 +1,8 @@
 #include "Platform/Media/AssetWriter.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -12,6 +15,8 @@
 #include "Platform/Dispatch/GlobalQueue.h"
 #include "Platform/Media/FfmpegSupport.h"
 #include "Platform/Media/HevcPadding.h"
+#include "Platform/Media/MediaURL.h"
+#include "Platform/Media/TemporaryFile.h"
 
 namespace platform::media {
 namespace detail {
@@ -29,11 +34,73 @@ constexpr double kInterleaveWindow = 0.5;
 // CRF 0 to 10; 0.5 gives x265's default 28.
 double crfForQuality(double quality) { return 40.0 - 24.0 * std::clamp(quality, 0.0, 1.0); }
 
-struct OutputCloser {
-  void operator()(AVFormatContext* context) const {
-    if (context->pb) avio_closep(&context->pb);
-    avformat_free_context(context);
+struct OutputFreer {
+  void operator()(AVFormatContext* context) const { avformat_free_context(context); }
+};
+
+// FFmpeg writes the movie through our own descriptor of a temporary file (see
+// TemporaryFile.h), never through a path it would open itself.
+class MovieFile {
+ public:
+  static platform::Expected<std::unique_ptr<MovieFile>, std::error_code> createBeside(const std::string& target) {
+    auto temporary = TemporaryFile::createBeside(target);
+    if (!temporary) return platform::unexpected(temporary.error());
+    auto file = std::unique_ptr<MovieFile>(new MovieFile(std::move(*temporary)));
+    constexpr int kBufferSize = 1 << 16;
+    auto* buffer = static_cast<unsigned char*>(av_malloc(kBufferSize));
+    if (buffer) file->io_ = avio_alloc_context(buffer, kBufferSize, 1, file.get(), nullptr, &MovieFile::write, &MovieFile::seek);
+    if (!file->io_) {
+      av_free(buffer);
+      return platform::unexpected(std::make_error_code(std::errc::not_enough_memory));
+    }
+    return file;
   }
+  ~MovieFile() { freeContext(); }
+
+  AVIOContext* io() const { return io_; }
+  // Writes out FFmpeg's buffer and closes the file; the first error of any write.
+  int close() {
+    if (!io_) return AVERROR(EBADF);
+    avio_flush(io_);
+    int status = io_->error;
+    freeContext();
+    if (auto error = file_.syncAndClose(); error && status >= 0) status = AVERROR(error.value());
+    return status;
+  }
+  std::error_code moveOnto(const std::string& target) { return file_.moveOnto(target, /*replace=*/false); }
+  void remove() {
+    freeContext();
+    file_.remove();
+  }
+
+ private:
+  explicit MovieFile(TemporaryFile file) : file_(std::move(file)) {}
+  void freeContext() {
+    if (!io_) return;
+    av_freep(&io_->buffer);
+    avio_context_free(&io_);
+  }
+#if LIBAVFORMAT_VERSION_MAJOR >= 61
+  static int write(void* opaque, const std::uint8_t* data, int size) {
+#else
+  static int write(void* opaque, std::uint8_t* data, int size) {
+#endif
+    auto* self = static_cast<MovieFile*>(opaque);
+    if (auto error = self->file_.writeAll(data, std::size_t(size))) return AVERROR(error.value());
+    return size;
+  }
+  static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
+    const int fd = static_cast<MovieFile*>(opaque)->file_.descriptor();
+    if (whence & AVSEEK_SIZE) {
+      struct stat info {};
+      return ::fstat(fd, &info) == 0 ? std::int64_t(info.st_size) : AVERROR(errno);
+    }
+    const off_t position = ::lseek(fd, off_t(offset), whence & ~AVSEEK_FORCE);
+    return position < 0 ? AVERROR(errno) : std::int64_t(position);
+  }
+
+  TemporaryFile file_;
+  AVIOContext* io_ = nullptr;
 };
 }  // namespace
 
@@ -64,7 +131,8 @@ struct WriterInputState {
   std::shared_ptr<PixelBufferPool> pool;
 
   // Under WriterCore::stateMutex.
-  bool finished = false;
+  bool finished = false;  // marked by its user (or by finishWriting)
+  bool toldOfEnd = false;  // its block ran once after writing stopped
   double lastTime = -std::numeric_limits<double>::infinity();
   bool scheduled = false;
   std::shared_ptr<dispatch::SerialQueue> queue;
@@ -72,7 +140,7 @@ struct WriterInputState {
 };
 
 struct WriterCore : std::enable_shared_from_this<WriterCore> {
-  std::string path, temporaryPath;
+  std::string path;
   mutable std::mutex stateMutex;
   AssetWriterStatus status = AssetWriterStatus::unknown;
   std::optional<MediaError> error;
@@ -81,21 +149,18 @@ struct WriterCore : std::enable_shared_from_this<WriterCore> {
   std::vector<std::shared_ptr<WriterInputState>> inputs;
 
   std::mutex muxMutex;
-  std::unique_ptr<AVFormatContext, OutputCloser> format;
+  std::unique_ptr<AVFormatContext, OutputFreer> format;
+  std::unique_ptr<MovieFile> file;  // from startWriting until moved into place or dropped
   bool headerWritten = false;
   bool closed = false;
 
-  ~WriterCore() {
-    if (status != AssetWriterStatus::completed) {
-      format.reset();
-      if (!temporaryPath.empty()) std::remove(temporaryPath.c_str());
-    }
-  }
+  // An unfinished file goes with the writer (the file's own destructor removes it).
 
   void failLocked(const MediaError& failure) {
     if (status != AssetWriterStatus::writing && status != AssetWriterStatus::unknown) return;
     status = AssetWriterStatus::failed;
     error = failure;
+    wakeAllLocked();
   }
   void fail(const MediaError& failure) {
     std::lock_guard lock(stateMutex);
@@ -111,8 +176,20 @@ struct WriterCore : std::enable_shared_from_this<WriterCore> {
     return true;
   }
 
+  // Writing stopped (failed or cancelled) under an input its user has not finished: its
+  // block runs once more, though the input is not ready, so that a pump waiting for it
+  // learns of the end instead of waiting for ever.
+  bool owesEndCallLocked(const WriterInputState& input) const {
+    const bool stopped = status == AssetWriterStatus::failed || status == AssetWriterStatus::cancelled;
+    return stopped && !input.finished && !input.toldOfEnd;
+  }
+
   void scheduleLocked(const std::shared_ptr<WriterInputState>& input) {
-    if (!input->block || !input->queue || input->scheduled || !readyLocked(*input)) return;
+    if (!input->block || !input->queue || input->scheduled) return;
+    if (!readyLocked(*input)) {
+      if (!owesEndCallLocked(*input)) return;
+      input->toldOfEnd = true;
+    }
     input->scheduled = true;
     input->queue->async([weak = weak_from_this(), input] {
       auto core = weak.lock();
@@ -155,13 +232,13 @@ struct WriterCore : std::enable_shared_from_this<WriterCore> {
     return av_interleaved_write_frame(format.get(), packet);
   }
 
+  // Drops our own temporary file, and nothing else.
   void closeAndRemove() {
-    {
-      std::lock_guard lock(muxMutex);
-      closed = true;
-      if (format && format->pb) avio_closep(&format->pb);
-    }
-    if (!temporaryPath.empty()) std::remove(temporaryPath.c_str());
+    std::lock_guard lock(muxMutex);
+    closed = true;
+    if (format) format->pb = nullptr;
+    if (file) file->remove();
+    file.reset();
   }
 
   // Sends whatever the encoder has ready (all of it when flushing) to the muxer.
@@ -441,16 +518,13 @@ bool AssetWriterInput::append(const AudioSampleBuffer& buffer) {
 
 platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL) {
   av::initialize();
-  const std::string path = av::pathFromURL(pathOrURL);
-  std::error_code ignored;
-  if (std::filesystem::exists(path, ignored))
+  const std::string path = pathFromURL(pathOrURL);
+  if (somethingStandsAt(path))
     return platform::unexpected(MediaError{MediaError::Code::writeFailed, "A file already exists at " + path});
   auto core = std::make_shared<WriterCore>();
   core->path = path;
-  const std::filesystem::path target(path);
-  core->temporaryPath = (target.parent_path() / ("." + target.filename().string() + ".partial")).string();
   AVFormatContext* raw = nullptr;
-  const int status = avformat_alloc_output_context2(&raw, nullptr, "mov", core->temporaryPath.c_str());
+  const int status = avformat_alloc_output_context2(&raw, nullptr, "mov", path.c_str());
   if (status < 0 || !raw)
     return platform::unexpected(av::error(MediaError::Code::writeFailed, "Cannot set up a QuickTime movie", status));
   core->format.reset(raw);
@@ -489,13 +563,13 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   encoder->color_primaries = AVCOL_PRI_BT709;
   encoder->color_trc = AVCOL_TRC_BT709;
   if (core_->format->oformat->flags & AVFMT_GLOBALHEADER) encoder->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  // "fast" keeps a desktop export near real time on a few cores; x265 talks only of
-  // errors. No B-frames: packets then come in presentation order, so each one's
-  // duration is the gap to the next (see heldPacket), and the file starts at 0 with
-  // no decode-time shift to hide behind an edit list. No cu-tree: libx265 3.5 writes
+  // "fast" keeps a desktop export near real time on a few cores; x265 keeps quiet
+  // (its failures come back as errors). No B-frames: packets then come in presentation
+  // order, so each one's duration is the gap to the next (see heldPacket), and the
+  // file starts at 0 with no decode-time shift to hide behind an edit list. No cu-tree: libx265 3.5 writes
   // past its lookahead buffers on pictures 48 pixels wide or narrower with it on.
   av_opt_set(encoder->priv_data, "preset", "fast", 0);
-  av_opt_set(encoder->priv_data, "x265-params", "log-level=error:bframes=0:cutree=0", 0);
+  av_opt_set(encoder->priv_data, "x265-params", "log-level=none:bframes=0:cutree=0", 0);
   if (settings.quality) {
     av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(*settings.quality), 0);
   } else if (settings.averageBitRate > 0) {
@@ -577,6 +651,8 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (core_->status != AssetWriterStatus::unknown) return failure(MediaError::Code::invalidState, "Writing has begun");
   if (!hint.codecParameters || !hint.codecParameters->get())
     return failure(MediaError::Code::invalidArgument, "The format description has no codec parameters");
+  if (!av::movieCarriesAudioPackets(hint.codecParameters->get()->codec_id))
+    return failure(MediaError::Code::invalidArgument, "A QuickTime movie cannot carry " + hint.codec + " sound as it is");
   auto input = std::make_shared<WriterInputState>();
   input->core = core_;
   input->kind = InputKind::passthrough;
@@ -597,15 +673,18 @@ bool AssetWriter::startWriting() {
   if (core_->status != AssetWriterStatus::unknown) return false;
   std::lock_guard muxLock(core_->muxMutex);
   AVFormatContext* format = core_->format.get();
-  int status = avio_open(&format->pb, core_->temporaryPath.c_str(), AVIO_FLAG_WRITE);
-  if (status < 0) {
-    core_->failLocked(av::error(MediaError::Code::writeFailed, "Cannot create " + core_->path, status));
+  auto file = detail::MovieFile::createBeside(core_->path);
+  if (!file) {
+    core_->failLocked(MediaError{MediaError::Code::writeFailed, "Cannot create " + core_->path + ": " +
+                                                                     file.error().message()});
     return false;
   }
-  status = avformat_write_header(format, nullptr);
+  core_->file = std::move(*file);
+  format->pb = core_->file->io();
+  const int status = avformat_write_header(format, nullptr);
   if (status < 0) {
-    avio_closep(&format->pb);
-    std::remove(core_->temporaryPath.c_str());
+    format->pb = nullptr;
+    core_->file.reset();
     core_->failLocked(av::error(MediaError::Code::writeFailed, "Cannot start the movie", status));
     return false;
   }
@@ -639,17 +718,18 @@ void AssetWriter::finishWriting(std::function<void()> completion) {
       if (ok && core->status == AssetWriterStatus::writing) {
         std::lock_guard muxLock(core->muxMutex);
         int status = av_write_trailer(core->format.get());
-        if (status >= 0) status = avio_closep(&core->format->pb);
+        const int closed = core->file->close();
+        core->format->pb = nullptr;
+        if (status >= 0) status = closed;
         core->closed = true;
-        std::error_code renameError;
         if (status < 0) {
           core->failLocked(av::error(MediaError::Code::writeFailed, "Cannot complete the movie", status));
+        } else if (auto moveError = core->file->moveOnto(core->path)) {
+          const std::string reason = moveError == std::errc::file_exists ? "a file appeared there meanwhile"
+                                                                          : moveError.message();
+          core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + reason});
         } else {
-          std::filesystem::rename(core->temporaryPath, core->path, renameError);
-          if (renameError)
-            core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + renameError.message()});
-          else
-            core->status = AssetWriterStatus::completed;
+          core->status = AssetWriterStatus::completed;
         }
       }
     }
@@ -668,7 +748,7 @@ void AssetWriter::cancelWriting() {
     std::lock_guard lock(core_->stateMutex);
     if (core_->status == AssetWriterStatus::completed) return;
     core_->status = AssetWriterStatus::cancelled;
-    for (const auto& input : core_->inputs) input->finished = true;
+    core_->wakeAllLocked();
   }
   // Wait for appends under way, then drop the file.
   for (const auto& input : core_->inputs) std::lock_guard wait(input->encodeMutex);

@@ -10,8 +10,11 @@
 // take more, and again after each run while it still can. Appends encode on the
 // calling thread. An input is not ready when it runs more than half a second ahead of
 // the other, unfinished input, so the two stay interleaved in the file: an input that
-// will get no more samples must be marked finished. finishWriting's completion runs on
-// a global queue.
+// will get no more samples must be marked finished. When writing stops early (a failed
+// append or write, cancelWriting), the block of each input not yet marked finished runs
+// once more although the input is not ready, so that its feeder learns of the end from
+// status() instead of waiting for ever. finishWriting's completion runs on a global
+// queue.
 #include <functional>
 #include <memory>
 #include <optional>

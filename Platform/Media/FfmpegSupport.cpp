@@ -20,7 +20,8 @@ PacketPtr makePacket() { return PacketPtr(av_packet_alloc()); }
 
 void initialize() {
   static std::once_flag once;
-  std::call_once(once, [] { av_log_set_level(AV_LOG_ERROR); });
+  // The program writes no log: failures reach the user as errors with their causes.
+  std::call_once(once, [] { av_log_set_level(AV_LOG_QUIET); });
 }
 
 std::string errorText(int averror) {
@@ -33,21 +34,30 @@ MediaError error(MediaError::Code code, const std::string& what, int averror) {
   return MediaError{code, averror ? what + ": " + errorText(averror) : what};
 }
 
-std::string pathFromURL(const std::string& urlOrPath) {
-  static const std::string scheme = "file://";
-  if (urlOrPath.compare(0, scheme.size(), scheme) != 0) return urlOrPath;
-  std::string path;
-  const std::string rest = urlOrPath.substr(scheme.size());
-  for (std::size_t i = 0; i < rest.size(); ++i) {
-    if (rest[i] == '%' && i + 2 < rest.size() && std::isxdigit(static_cast<unsigned char>(rest[i + 1])) &&
-        std::isxdigit(static_cast<unsigned char>(rest[i + 2]))) {
-      path += char(std::stoi(rest.substr(i + 1, 2), nullptr, 16));
-      i += 2;
-    } else {
-      path += rest[i];
-    }
+bool movieCarriesAudioPackets(AVCodecID codec) {
+  switch (codec) {
+    case AV_CODEC_ID_AAC:
+    case AV_CODEC_ID_ALAC:
+    case AV_CODEC_ID_MP3:
+    case AV_CODEC_ID_AC3:
+    case AV_CODEC_ID_EAC3:
+    case AV_CODEC_ID_PCM_S16LE:
+    case AV_CODEC_ID_PCM_S16BE:
+    case AV_CODEC_ID_PCM_S24LE:
+    case AV_CODEC_ID_PCM_S24BE:
+    case AV_CODEC_ID_PCM_S32LE:
+    case AV_CODEC_ID_PCM_S32BE:
+    case AV_CODEC_ID_PCM_F32LE:
+    case AV_CODEC_ID_PCM_F32BE:
+    case AV_CODEC_ID_PCM_F64LE:
+    case AV_CODEC_ID_PCM_F64BE:
+    case AV_CODEC_ID_PCM_U8:
+    case AV_CODEC_ID_PCM_ALAW:
+    case AV_CODEC_ID_PCM_MULAW:
+      return true;
+    default:
+      return false;
   }
-  return path;
 }
 
 MediaTime timeFromTimestamp(std::int64_t timestamp, AVRational timeBase) {

@@ -62,14 +62,15 @@ using FifoPtr = std::unique_ptr<AVAudioFifo, FifoFreer>;
 FramePtr makeFrame();
 PacketPtr makePacket();
 
-// Quietens FFmpeg's own logging to errors (once per process).
+// Silences FFmpeg's own logging (once per process).
 void initialize();
 
 std::string errorText(int averror);
 MediaError error(MediaError::Code code, const std::string& what, int averror = 0);
 
-// "file:///a%20b.mov" or "/a b.mov" -> "/a b.mov".
-std::string pathFromURL(const std::string& urlOrPath);
+// Sound the QuickTime movie takes packet for packet: AAC, ALAC, MP3, AC-3 and PCM.
+// FFmpeg writes Opus and FLAC only into MP4, and others not at all.
+bool movieCarriesAudioPackets(AVCodecID codec);
 
 MediaTime timeFromTimestamp(std::int64_t timestamp, AVRational timeBase);
 std::int64_t timestampFromTime(MediaTime time, AVRational timeBase);

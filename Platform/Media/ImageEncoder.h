@@ -25,6 +25,7 @@
 
 #include "Platform/Base/Expected.h"
 #include "Platform/Media/Image.h"
+#include "Platform/Media/ImageFile.h"
 
 namespace platform::media {
 
@@ -37,16 +38,20 @@ int jpegQuality(double quality);
 
 EncodeResult encodeJPEG(const BgraView& pixels, double quality);
 inline EncodeResult encodeJPEG(const Image& image, double quality) { return encodeJPEG(image.view(), quality); }
-WriteResult writeJPEG(const BgraView& pixels, const std::filesystem::path& path, double quality);
-inline WriteResult writeJPEG(const Image& image, const std::filesystem::path& path, double quality) {
-  return writeJPEG(image.view(), path, quality);
+WriteResult writeJPEG(const BgraView& pixels, const std::filesystem::path& path, double quality,
+                      ExistingFile existing = ExistingFile::replace);
+inline WriteResult writeJPEG(const Image& image, const std::filesystem::path& path, double quality,
+                             ExistingFile existing = ExistingFile::replace) {
+  return writeJPEG(image.view(), path, quality, existing);
 }
 
 EncodeResult encodePNG(const BgraView& pixels);
 inline EncodeResult encodePNG(const Image& image) { return encodePNG(image.view()); }
-WriteResult writePNG(const BgraView& pixels, const std::filesystem::path& path);
-inline WriteResult writePNG(const Image& image, const std::filesystem::path& path) {
-  return writePNG(image.view(), path);
+WriteResult writePNG(const BgraView& pixels, const std::filesystem::path& path,
+                     ExistingFile existing = ExistingFile::replace);
+inline WriteResult writePNG(const Image& image, const std::filesystem::path& path,
+                            ExistingFile existing = ExistingFile::replace) {
+  return writePNG(image.view(), path, existing);
 }
 
 }  // namespace platform::media

@@ -1,5 +1,7 @@
 #include "Platform/Media/ImageFile.h"
 
+#include "Platform/Media/TemporaryFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <new>
-#include <random>
 #include <string>
 
 namespace platform::media {
@@ -31,25 +32,10 @@ class FileDescriptor {
   FileDescriptor(const FileDescriptor&) = delete;
   FileDescriptor& operator=(const FileDescriptor&) = delete;
   int get() const { return fd_; }
-  // Closes now and reports close's own error, which on some file systems is where a
-  // failed write first shows.
-  int close() {
-    const int result = ::close(fd_);
-    fd_ = -1;
-    return result;
-  }
 
  private:
   int fd_;
 };
-
-// A name no other writer picks: hidden, beside the target, with a random suffix.
-std::filesystem::path temporaryPathBeside(const std::filesystem::path& target) {
-  thread_local std::mt19937_64 random{std::random_device{}()};
-  char suffix[17];
-  std::snprintf(suffix, sizeof suffix, "%016llx", static_cast<unsigned long long>(random()));
-  return target.parent_path() / ("." + target.filename().string() + "." + suffix + ".tmp");
-}
 
 }  // namespace
 
@@ -93,57 +79,31 @@ platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
 }
 
 platform::Expected<std::size_t, ImageError> writeFileAtomically(
-    const std::filesystem::path& path, std::span<const std::uint8_t> bytes) {
+    const std::filesystem::path& path, std::span<const std::uint8_t> bytes, ExistingFile existing) {
   const auto failure = [&](const std::string& reason) {
     return platform::unexpected(ImageError{ImageError::Kind::writeFailed,
                                            "cannot write " + quoted(path) + ": " + reason});
   };
   if (path.empty() || !path.has_filename()) return failure("not a file name");
+  if (existing == ExistingFile::keep && somethingStandsAt(path)) return failure("the file already exists");
 
-  std::filesystem::path temporary;
-  int fd = -1;
-  for (int attempt = 0; attempt < 16 && fd < 0; ++attempt) {
-    temporary = temporaryPathBeside(path);
-    // 0666 less the umask, the mode any new file of the user gets.
-    fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-    if (fd < 0 && errno != EEXIST) break;
-  }
-  if (fd < 0) {
-    const int error = errno;
+  auto temporary = TemporaryFile::createBeside(path);
+  if (!temporary) {
+    const int error = temporary.error().value();
     if (error == ENOENT || error == ENOTDIR) {
       const auto folder = path.parent_path().empty() ? std::filesystem::path(".") : path.parent_path();
       return failure("the folder " + quoted(folder) + " does not exist");
     }
-    return failure(std::strerror(error));
+    return failure(temporary.error().message());
   }
-  FileDescriptor file(fd);
-  const auto abandon = [&](int error) {
-    file.close();
-    ::unlink(temporary.c_str());
-    return failure(std::strerror(error));
-  };
-
-  std::size_t written = 0;
-  while (written < bytes.size()) {
-    const ssize_t put = ::write(file.get(), bytes.data() + written, bytes.size() - written);
-    if (put < 0) {
-      if (errno == EINTR) continue;
-      return abandon(errno);
-    }
-    written += static_cast<std::size_t>(put);
+  // On any failure the temporary file goes with `temporary`; nothing else is touched.
+  if (auto error = temporary->writeAll(bytes.data(), bytes.size())) return failure(error.message());
+  if (auto error = temporary->syncAndClose()) return failure(error.message());
+  if (auto error = temporary->moveOnto(path, existing == ExistingFile::replace)) {
+    if (error == std::errc::file_exists) return failure("the file already exists");
+    return failure(error.message());
   }
-  if (::fsync(file.get()) != 0 && errno != EINVAL) return abandon(errno);
-  if (file.close() != 0) {
-    const int error = errno;
-    ::unlink(temporary.c_str());
-    return failure(std::strerror(error));
-  }
-  if (::rename(temporary.c_str(), path.c_str()) != 0) {
-    const int error = errno;
-    ::unlink(temporary.c_str());
-    return failure(std::strerror(error));
-  }
-  return written;
+  return bytes.size();
 }
 
 }  // namespace platform::media

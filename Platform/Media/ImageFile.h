@@ -1,8 +1,9 @@
 #pragma once
 // Whole-file reads and all-or-nothing writes for the image codecs. A write goes to a
-// fresh temporary file beside the target, is flushed to disk, and is renamed over the
-// target only once complete: a failure (full disk, missing or read-only folder) leaves
-// neither a half-written target nor the temporary file. Safe from any thread.
+// temporary file of its own beside the target (see TemporaryFile.h), is flushed to
+// disk, and is renamed onto the target only once complete: a failure (full disk,
+// missing or read-only folder) leaves neither a half-written target nor the temporary
+// file, and touches no other file. Safe from any thread.
 #include <cstdint>
 #include <filesystem>
 #include <span>
@@ -17,9 +18,16 @@ namespace platform::media {
 platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
     const std::filesystem::path& path, std::uint64_t maxBytes = kMaxImageFileBytes);
 
+// What a write does with a file already standing at its path.
+enum class ExistingFile {
+  replace,  // replaced whole, once the new file is complete
+  keep,     // left alone: the write fails, also when the file appears meanwhile
+};
+
 // Writes bytes to path as described above. Returns the number of bytes written, or a
 // writeFailed error whose message names the file and the system's reason.
 platform::Expected<std::size_t, ImageError> writeFileAtomically(
-    const std::filesystem::path& path, std::span<const std::uint8_t> bytes);
+    const std::filesystem::path& path, std::span<const std::uint8_t> bytes,
+    ExistingFile existing = ExistingFile::replace);
 
 }  // namespace platform::media

@@ -93,10 +93,11 @@ EncodeResult encodeJPEG(const BgraView& pixels, double quality) {
   }
 }
 
-WriteResult writeJPEG(const BgraView& pixels, const std::filesystem::path& path, double quality) {
+WriteResult writeJPEG(const BgraView& pixels, const std::filesystem::path& path, double quality,
+                      ExistingFile existing) {
   auto encoded = encodeJPEG(pixels, quality);
   if (!encoded) return platform::unexpected(encoded.error());
-  return writeFileAtomically(path, *encoded);
+  return writeFileAtomically(path, *encoded, existing);
 }
 
 }  // namespace platform::media

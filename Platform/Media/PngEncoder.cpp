@@ -131,10 +131,10 @@ EncodeResult encodePNG(const BgraView& pixels) {
   return std::move(encoder.output);
 }
 
-WriteResult writePNG(const BgraView& pixels, const std::filesystem::path& path) {
+WriteResult writePNG(const BgraView& pixels, const std::filesystem::path& path, ExistingFile existing) {
   auto encoded = encodePNG(pixels);
   if (!encoded) return platform::unexpected(encoded.error());
-  return writeFileAtomically(path, *encoded);
+  return writeFileAtomically(path, *encoded, existing);
 }
 
 }  // namespace platform::media

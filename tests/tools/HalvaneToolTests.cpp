@@ -173,5 +173,64 @@ TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
   EXPECT_EQ(std::count(filters.standardOutput.begin(), filters.standardOutput.end(), '\n'), 146 + 11);
 }
 
+std::vector<uint8_t> fileBytes(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::vector<uint8_t>(std::istreambuf_iterator<char>(file), {});
+}
+
+TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
+  const auto input = folder / "in.jpg";
+  fs::copy_file(fs::path(HALVANE_MEDIA_DIR) / "exif-orientation/Landscape_0.jpg", input);
+  fs::create_symlink(input, folder / "link.jpg");
+  fs::create_hard_link(input, folder / "hard.jpg");
+  fs::create_directory(folder / "sub");
+  const auto before = fileBytes(input);
+  for (const fs::path& output : {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg",
+                                 folder / "hard.jpg"}) {
+    for (const char* overwrite : {"-y", "--preset"}) {
+      std::vector<std::string> arguments = {"render", input.string(), output.string(), overwrite};
+      if (overwrite == std::string("--preset")) arguments.push_back("balanced");
+      const auto result = runTool(arguments);
+      EXPECT_EQ(result.exitStatus, 1) << output;
+      EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
+    }
+  }
+  EXPECT_EQ(fileBytes(input), before);
+}
+
+TEST_F(HalvaneTool, TheOutputTypeFollowsItsNameAndAnExistingOneNeedsOverwrite) {
+  const auto input = (fs::path(HALVANE_MEDIA_DIR) / "photo/hopper.png").string();
+  const auto png = folder / "out.PNG";
+  ASSERT_EQ(runTool({"render", input, png.string()}).exitStatus, 0);
+  const auto bytes = fileBytes(png);
+  ASSERT_GE(bytes.size(), 8u);
+  EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.begin() + 4), (std::vector<uint8_t>{0x89, 'P', 'N', 'G'}));
+
+  std::ofstream(folder / "old.jpg") << "keep me";
+  const auto kept = runTool({"render", input, (folder / "old.jpg").string()});
+  EXPECT_EQ(kept.exitStatus, 1);
+  EXPECT_NE(kept.standardError.find("already exists"), std::string::npos) << kept.standardError;
+  EXPECT_EQ(fileBytes(folder / "old.jpg").size(), 7u);
+  ASSERT_EQ(runTool({"render", input, (folder / "old.jpg").string(), "--overwrite"}).exitStatus, 0);
+  auto replaced = platform::media::decodeImageFile(folder / "old.jpg");
+  ASSERT_TRUE(replaced);
+  EXPECT_EQ(fileBytes(folder / "old.jpg")[0], 0xFF);
+
+  EXPECT_EQ(runTool({"render", input, (folder / "out.tif").string()}).exitStatus, 2);
+  EXPECT_FALSE(fs::exists(folder / "out.tif"));
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
+}
+
+TEST_F(HalvaneTool, DeeplyNestedEditsAreRefusedClearly) {
+  const std::string deep = std::string(60000, '[') + std::string(60000, ']');
+  std::ofstream(folder / "deep.json") << "{\"exposure\": " << deep << "}";
+  const auto file = runTool({"edit", "--print", "--edit", (folder / "deep.json").string()});
+  EXPECT_EQ(file.exitStatus, 1);
+  EXPECT_NE(file.standardError.find("nested more than"), std::string::npos) << file.standardError;
+  const auto setting = runTool({"edit", "--print", "--set", "exposure=" + deep});
+  EXPECT_EQ(setting.exitStatus, 2);
+  EXPECT_NE(setting.standardError.find("nested more than"), std::string::npos) << setting.standardError;
+}
+
 }  // namespace
 }  // namespace halvane

@@ -12,11 +12,23 @@ namespace halvane::cli {
 
 using Json = nlohmann::ordered_json;
 
+nlohmann::json readJSONFile(const std::string& path, const std::string& what) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw CommandError("cannot read " + what + " " + path);
+  // One byte over the limit is enough to refuse the file without reading it all.
+  std::string text(kMaxEditJSONBytes + 1, '\0');
+  file.read(text.data(), std::streamsize(text.size()));
+  if (file.bad()) throw CommandError("cannot read " + what + " " + path);
+  text.resize(std::size_t(file.gcount()));
+  try {
+    return parseEditJSON(text);
+  } catch (const EditStateCodingError& error) {
+    throw CommandError(what + " " + path + ": " + error.what());
+  }
+}
+
 EditState loadEditFile(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw CommandError("cannot read the edit file " + path);
-  Json document = Json::parse(file, nullptr, false);
-  if (document.is_discarded()) throw CommandError("the edit file " + path + " is not valid JSON");
+  const nlohmann::json document = readJSONFile(path, "the edit file");
   try {
     return decodeEditState(document);
   } catch (const EditStateCodingError& error) {
@@ -51,8 +63,12 @@ EditState applySetting(const EditState& state, const std::string& assignment) {
   if (findEditField(field) == nullptr) {
     throw UsageError("unknown field '" + field + "' (see `halvane edit --print-default`)");
   }
-  Json value = Json::parse(text, nullptr, false);
-  if (value.is_discarded()) throw UsageError("the value of " + field + " is not a number, boolean or array: " + text);
+  Json value;
+  try {
+    value = parseEditJSON(text);
+  } catch (const EditStateCodingError& error) {
+    throw UsageError("the value of " + field + " is not a number, boolean or array: " + error.what());
+  }
 
   Json document = encodeEditState(state);
   document[field] = value;
@@ -92,6 +108,8 @@ InputOutput parseInputOutput(const std::vector<std::string>& rest) {
     if (rest[i] == "--preset") {
       if (i + 1 >= rest.size()) throw UsageError("--preset needs a value");
       parsed.preset = rest[++i];
+    } else if (rest[i] == "-y" || rest[i] == "--overwrite") {
+      parsed.overwrite = true;
     } else if (rest[i].starts_with("--")) {
       throw UsageError("unknown option '" + rest[i] + "'");
     } else {

@@ -7,9 +7,15 @@
 #include <string>
 #include <vector>
 
+#include <nlohmann/json.hpp>
+
 #include "Halvane/Model/EditState.h"
 
 namespace halvane::cli {
+
+// Reads a JSON file given on the command line, within the limits of size and depth of
+// parseEditJSON. Throws CommandError, naming the file as `what` ("the edit file").
+nlohmann::json readJSONFile(const std::string& path, const std::string& what);
 
 // Reads the coded form from a file. Throws CommandError when the file cannot be read
 // or is not a JSON object.
@@ -26,12 +32,13 @@ struct ParsedEdit {
 };
 ParsedEdit parseEditOptions(const std::vector<std::string>& arguments);
 
-// The rest of a rendering command's line: an input, an output and an optional
-// `--preset NAME`. Throws UsageError for anything else.
+// The rest of a rendering command's line: an input, an output, an optional
+// `--preset NAME` and `-y`/`--overwrite`. Throws UsageError for anything else.
 struct InputOutput {
   std::string input;
   std::string output;
   std::optional<std::string> preset;
+  bool overwrite = false;
 };
 InputOutput parseInputOutput(const std::vector<std::string>& rest);
 

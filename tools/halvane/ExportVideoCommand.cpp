@@ -1,48 +1,31 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cctype>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <optional>
 
 #include "Command.h"
 #include "EditArguments.h"
+#include "OutputFile.h"
+#include "TerminationSignals.h"
 #include "Halvane/Video/VideoRenderer.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/RunLoopMainQueue.h"
 #include "Platform/Media/Asset.h"
+#include "Platform/Media/TemporaryFile.h"
 
 namespace halvane::cli {
 
 namespace {
 
-// The exit status of a run stopped by Ctrl-C, as a shell reports it.
-constexpr int kInterruptedStatus = 128 + SIGINT;
-
-volatile std::sig_atomic_t interrupted = 0;
-void noteInterrupt(int) { interrupted = 1; }
-
-// Ctrl-C asks for a clean cancel instead of killing the process, while this lives.
-class InterruptGuard {
- public:
-  InterruptGuard() {
-    interrupted = 0;
-    struct sigaction action {};
-    action.sa_handler = noteInterrupt;
-    sigemptyset(&action.sa_mask);
-    sigaction(SIGINT, &action, &previous_);
-  }
-  ~InterruptGuard() { sigaction(SIGINT, &previous_, nullptr); }
-  InterruptGuard(const InterruptGuard&) = delete;
-  InterruptGuard& operator=(const InterruptGuard&) = delete;
-
- private:
-  struct sigaction previous_ {};
-};
+namespace fs = std::filesystem;
 
 // A bar on stderr, drawn only when stderr is a terminal.
 class ProgressBar {
@@ -81,7 +64,8 @@ bool hasMovExtension(const std::string& path) {
   return extension == ".mov";
 }
 
-// Runs the export on a run-loop main queue until its completion; Ctrl-C cancels it.
+// Runs the export on a run-loop main queue until its completion; a terminating signal
+// noted by a TerminationGuard cancels it.
 VideoExportResult runExport(const std::string& input, const std::string& output, const EditState& state,
                             VideoExportPreset preset) {
   auto queue = std::make_shared<platform::dispatch::RunLoopMainQueue>();
@@ -91,13 +75,12 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
     auto renderer = VideoRenderer::create(RenderingEngine::create());
     renderer->setAsset(platform::media::Asset::make(input));
     ProgressBar bar;
-    InterruptGuard guard;
-    std::function<void()> watchForInterrupt = [&] {
-      if (interrupted) {
+    std::function<void()> watchForSignals = [&] {
+      if (TerminationGuard::received()) {
         renderer->cancelExport();
         return;
       }
-      if (!result) queue->asyncAfter(std::chrono::milliseconds(50), watchForInterrupt);
+      if (!result) queue->asyncAfter(std::chrono::milliseconds(50), watchForSignals);
     };
     queue->async([&] {
       renderer->exportVideo(
@@ -106,10 +89,8 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
             result = std::move(outcome);
             queue->stop();
           });
-      watchForInterrupt();
+      watchForSignals();
     });
-    std::printf("exporting %s to %s\n", input.c_str(), output.c_str());
-    std::fflush(stdout);
     queue->run();
     bar.end();
   }
@@ -117,15 +98,65 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
   return std::move(*result);
 }
 
+// The engine's text, and the platform's cause after it where the text does not carry
+// it already ("Failed to set up asset writer: Cannot create ...: Permission denied").
+std::string describe(const VideoRenderError& error) {
+  std::string text = error.localizedDescription();
+  if (error.code() != VideoRenderError::Code::exportFailed && error.underlying())
+    text += ": " + error.underlying()->localizedDescription();
+  return text;
+}
+
+// Where the movie is written: the output itself, or, when it replaces an existing file,
+// a private folder beside it (the writer never replaces a file), from which the
+// finished movie is moved over the old one. The folder goes with this object.
+class ExportDestination {
+ public:
+  ExportDestination(const std::string& output, bool replacing) : output_(output) {
+    if (!replacing) {
+      path_ = output;
+      return;
+    }
+    const fs::path target(output);
+    std::string pattern = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
+    if (!::mkdtemp(pattern.data())) throw CommandError(output + ": cannot write beside it: " + std::strerror(errno));
+    folder_ = pattern;
+    path_ = (fs::path(folder_) / target.filename()).string();
+  }
+  ~ExportDestination() {
+    if (folder_.empty()) return;
+    std::error_code ignored;
+    fs::remove(path_, ignored);  // only when the move failed; the writer leaves nothing else
+    fs::remove(folder_, ignored);
+  }
+  ExportDestination(const ExportDestination&) = delete;
+  ExportDestination& operator=(const ExportDestination&) = delete;
+
+  const std::string& path() const { return path_; }
+  // After a successful export.
+  void moveIntoPlace() {
+    if (folder_.empty()) return;
+    std::error_code error;
+    fs::rename(path_, output_, error);
+    if (error) throw CommandError(output_ + ": cannot replace it: " + error.message());
+  }
+
+ private:
+  std::string output_;
+  std::string folder_;
+  std::string path_;
+};
+
 }  // namespace
 
 // Renders a video with an edit through the editor's export loop (reader, GPU, writer)
-// into an HEVC QuickTime movie. The movie appears only when complete; a failure or
-// Ctrl-C leaves none.
+// into an HEVC QuickTime movie. The movie appears only when complete; a failure or a
+// terminating signal leaves none.
 Command makeExportVideoCommand() {
   return Command{
       "export-video",
-      "export-video INPUT OUTPUT.mov [--edit EDIT.json] [--set field=value]... [--preset social|balanced|maxQuality]",
+      "export-video INPUT OUTPUT.mov [-y|--overwrite] [--edit EDIT.json] [--set field=value]... "
+      "[--preset social|balanced|maxQuality]",
       [](const std::vector<std::string>& arguments) {
         auto parsed = parseEditOptions(arguments);
         const InputOutput io = parseInputOutput(parsed.rest);
@@ -134,16 +165,20 @@ Command makeExportVideoCommand() {
         const std::string& output = io.output;
         if (!hasMovExtension(output)) throw UsageError("the output is a QuickTime movie: name it .mov");
         if (!std::filesystem::is_regular_file(input)) throw CommandError(input + ": no such file");
-        if (std::filesystem::exists(output)) throw CommandError(output + ": already exists");
+        checkOutputPath(input, output, io.overwrite);
 
-        const VideoExportResult result = runExport(input, output, parsed.state, preset);
+        ExportDestination destination(output, io.overwrite && platform::media::somethingStandsAt(output));
+        const TerminationGuard guard;  // from before the line that says the export runs
+        std::printf("exporting %s to %s\n", input.c_str(), output.c_str());
+        std::fflush(stdout);
+        const VideoExportResult result = runExport(input, destination.path(), parsed.state, preset);
         if (!result) {
-          if (result.error().code() == VideoRenderError::Code::cancelled) {
-            std::fprintf(stderr, "halvane export-video: %s\n", result.error().localizedDescription().c_str());
-            return kInterruptedStatus;
-          }
-          throw CommandError(result.error().localizedDescription());
+          std::fprintf(stderr, "halvane export-video: %s\n", describe(result.error()).c_str());
+          if (result.error().code() == VideoRenderError::Code::cancelled)
+            return TerminationGuard::exitStatus(TerminationGuard::received() ? TerminationGuard::received() : SIGINT);
+          return 1;
         }
+        destination.moveIntoPlace();
         std::printf("%s: written\n", output.c_str());
         return 0;
       }};

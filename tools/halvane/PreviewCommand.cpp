@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <map>
 #include <mutex>
 
@@ -54,10 +53,8 @@ class LastFramePresenter : public FramePresenter {
 // A script is a JSON array of {"tick": N, "set": {field: value, ...}}: at tick N the
 // fields change on top of the state shown, as a slider drag would change them.
 std::multimap<int, nlohmann::ordered_json> loadScript(const std::string& path) {
-  std::ifstream file(path);
-  if (!file) throw CommandError("cannot read the script " + path);
-  auto document = nlohmann::json::parse(file, nullptr, false);
-  if (document.is_discarded() || !document.is_array()) throw CommandError("the script " + path + " is not a JSON array");
+  const auto document = readJSONFile(path, "the script");
+  if (!document.is_array()) throw CommandError("the script " + path + " is not a JSON array");
   std::multimap<int, nlohmann::ordered_json> steps;
   for (const auto& step : document) {
     if (!step.is_object() || !step.contains("tick") || !step["tick"].is_number_integer() || !step.contains("set") ||

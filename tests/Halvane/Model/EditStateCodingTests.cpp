@@ -537,5 +537,32 @@ TEST(EditStateDecodingAudio, VolumeIsHeldTo0Through2) {
   EXPECT_EQ(decodeWith("audioVolume", 0.5).audioVolume, 0.5f);
 }
 
+// ---- JSON text from outside -----------------------------------------------------------
+
+TEST(EditJSONText, DepthAndSizeAreRefusedBeforeParsing) {
+  const std::string deep = std::string(60000, '[') + std::string(60000, ']');
+  const std::vector<std::string> refused = {
+      deep,
+      "{\"exposure\": 1, \"x\": " + deep + "}",
+      std::string(kMaxEditJSONDepth + 1, '{'),  // unclosed, but too deep before that matters
+      std::string(kMaxEditJSONBytes + 1, ' '),
+      "{\"exposure\": }",
+  };
+  for (const auto& text : refused) EXPECT_THROW(parseEditJSON(text), EditStateCodingError) << text.size();
+  // Brackets inside strings are text, escaped quotes included.
+  const json document = parseEditJSON(R"({"note": "[[[{{{\"[[[", "exposure": 2})");
+  EXPECT_EQ(decodeEditState(document).exposure, 2.0f);
+  EXPECT_NO_THROW(parseEditJSON(std::string(kMaxEditJSONDepth, '[') + std::string(kMaxEditJSONDepth, ']')));
+}
+
+TEST(EditJSONText, ManyKeysDecodeLikeFew) {
+  std::string text = "{";
+  for (int i = 0; i < 200000; ++i) text += "\"key" + std::to_string(i) + "\": " + std::to_string(i) + ", ";
+  text += "\"exposure\": 1.5, \"irisBlades\": 4}";
+  const EditState state = decodeEditState(parseEditJSON(text));
+  EXPECT_EQ(state.exposure, 1.5f);
+  EXPECT_EQ(state.irisBlades, 4);
+}
+
 }  // namespace
 }  // namespace halvane

@@ -1,12 +1,20 @@
 // `halvane export-video` as a user runs it: a written HEVC movie with the edit, the
-// errors with their texts, and Ctrl-C in the middle of an export leaving no file.
+// errors with their texts and causes, every terminating signal in the middle of an
+// export, and a full disk, each leaving no file.
 #include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "VideoTestClips.h"
@@ -19,10 +27,11 @@ struct Finished {
   std::string standardError;
 };
 
-// The tool running in a child process, its output on pipes.
+// The tool running in a child process, its output on pipes. With a file size limit,
+// writes beyond it fail with EFBIG, as on a full disk.
 class ToolProcess {
  public:
-  explicit ToolProcess(const std::vector<std::string>& arguments) {
+  explicit ToolProcess(const std::vector<std::string>& arguments, rlim_t fileSizeLimit = RLIM_INFINITY) {
     int out[2], err[2];
     if (::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe");
     pid_ = ::fork();
@@ -34,7 +43,12 @@ class ToolProcess {
       argv.push_back(const_cast<char*>(HALVANE_TOOL_PATH));
       for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
       argv.push_back(nullptr);
-      ::signal(SIGINT, SIG_DFL);
+      for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) ::signal(number, SIG_DFL);
+      if (fileSizeLimit != RLIM_INFINITY) {
+        ::signal(SIGXFSZ, SIG_IGN);  // the write fails instead of the process dying
+        const rlimit limit{fileSizeLimit, fileSizeLimit};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+      }
       ::execv(HALVANE_TOOL_PATH, argv.data());
       ::_exit(127);
     }
@@ -56,14 +70,24 @@ class ToolProcess {
     return line;
   }
 
-  void interrupt() const { ::kill(pid_, SIGINT); }
+  void signal(int number) const { ::kill(pid_, number); }
 
+  // A tool that hangs is killed after two minutes, and the test fails on its status.
   Finished wait() {
     Finished finished;
+    int status = 0;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    while (::waitpid(pid_, &status, WNOHANG) == 0) {
+      if (std::chrono::steady_clock::now() > deadline) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, &status, 0);
+        ADD_FAILURE() << "the tool hung and was killed";
+        break;
+      }
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     finished.standardOutput = output_ + drain(out_);
     finished.standardError = drain(err_);
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
     finished.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return finished;
   }
@@ -87,6 +111,27 @@ class ToolProcess {
 Finished run(const std::vector<std::string>& arguments) { return ToolProcess(arguments).wait(); }
 
 std::string toneClip() { return videotest::makeClip("cli-tone", videotest::ClipDescription()); }
+
+// 80 seconds of tiny frames with sound: long enough to interrupt, and a movie of
+// several hundred kilobytes.
+std::string longClip() {
+  videotest::ClipDescription clip;
+  clip.frames = 2400;
+  return videotest::makeClip("cli-long", clip);
+}
+
+// The names in a folder that contain `part`.
+std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part) {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    if (entry.path().filename().string().find(part) != std::string::npos) found.push_back(entry.path().string());
+  return found;
+}
+
+std::string contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
 
 TEST(ExportVideoCommandTest, WritesAnEditedHevcMovie) {
   const auto output = videotest::freshPath("cli.mov");
@@ -120,28 +165,137 @@ TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndLeavesNoFile) {
   auto notMov = run({"export-video", toneClip(), videotest::freshPath("cli.mp4")});
   EXPECT_EQ(notMov.exitStatus, 2);
 
-  auto occupied = run({"export-video", toneClip(), toneClip()});
+  auto occupied = run({"export-video", toneClip(), longClip()});
   EXPECT_EQ(occupied.exitStatus, 1);
   EXPECT_NE(occupied.standardError.find("already exists"), std::string::npos);
 }
 
-TEST(ExportVideoCommandTest, CtrlCCancelsCleanly) {
-  videotest::ClipDescription longClip;
-  longClip.frames = 2400;  // 80 seconds of tiny frames: long enough to interrupt
-  const auto source = videotest::makeClip("cli-long", longClip);
-  const auto output = videotest::freshPath("cli-interrupted.mov");
-  ToolProcess tool({"export-video", source, output});
+class TerminatingSignalTest : public ::testing::TestWithParam<int> {};
+
+TEST_P(TerminatingSignalTest, CancelsCleanlyAndExitsAsKilledByIt) {
+  const int number = GetParam();
+  const std::string name = "cli-signal-" + std::to_string(number);
+  const auto output = videotest::freshPath(name + ".mov");
+  ToolProcess tool({"export-video", longClip(), output});
   const std::string started = tool.readLine();
   ASSERT_NE(started.find("exporting"), std::string::npos);
-  tool.interrupt();
+  tool.signal(number);
   const auto result = tool.wait();
-  EXPECT_EQ(result.exitStatus, 128 + SIGINT);
+  EXPECT_EQ(result.exitStatus, 128 + number);
   EXPECT_NE(result.standardError.find("Export was cancelled"), std::string::npos) << result.standardError;
   EXPECT_EQ(result.standardOutput.find("written"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(output));
-  // Nor any partial file beside it.
-  for (const auto& entry : std::filesystem::directory_iterator(videotest::temporaryFolder()))
-    EXPECT_EQ(entry.path().filename().string().find("cli-interrupted"), std::string::npos) << entry.path();
+  EXPECT_TRUE(entriesNamed(videotest::temporaryFolder(), name).empty());  // nor any partial file
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, TerminatingSignalTest, ::testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
+
+// A full disk while the clip has sound: the export ends at once with its cause and
+// leaves nothing in the folder.
+void expectFullDiskFailure(const Finished& result, const std::string& folder) {
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardError.rfind("halvane export-video: Export failed: ", 0), 0u) << result.standardError;
+  EXPECT_TRUE(entriesNamed(folder, "full").empty());
+}
+
+TEST(ExportVideoCommandTest, AFullDiskEndsTheExportWithoutAFile) {
+  const std::string folder = videotest::temporaryFolder() + "/small-disk";
+  std::filesystem::create_directories(folder);
+  if (::mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=128k") != 0)
+    GTEST_SKIP() << "cannot mount a small tmpfs here (" << std::strerror(errno) << "); the file size limit test stands in";
+  struct Unmount {
+    std::string folder;
+    ~Unmount() { ::umount(folder.c_str()); }
+  } unmount{folder};
+  const auto result = run({"export-video", longClip(), folder + "/full.mov"});
+  expectFullDiskFailure(result, folder);
+  EXPECT_NE(result.standardError.find("No space left on device"), std::string::npos) << result.standardError;
+}
+
+TEST(ExportVideoCommandTest, AFileSizeLimitEndsTheExportWithoutAFile) {
+  const std::string folder = videotest::temporaryFolder();
+  const auto result = ToolProcess({"export-video", longClip(), folder + "/full.mov"}, 128 * 1024).wait();
+  expectFullDiskFailure(result, folder);
+  EXPECT_NE(result.standardError.find("File too large"), std::string::npos) << result.standardError;
+}
+
+TEST(ExportVideoCommandTest, TheInputIsNeverTheOutput) {
+  const std::string folder = videotest::temporaryFolder() + "/same";
+  std::filesystem::create_directories(folder);
+  const std::string input = folder + "/in.mov";
+  std::filesystem::copy_file(toneClip(), input, std::filesystem::copy_options::overwrite_existing);
+  std::filesystem::create_symlink(input, folder + "/link.mov");
+  std::filesystem::create_hard_link(input, folder + "/hard.mov");
+  const std::string before = contents(input);
+  for (const std::string& output : {input, folder + "/../same/in.mov", folder + "/link.mov", folder + "/hard.mov"}) {
+    const auto result = run({"export-video", input, output, "-y"});
+    EXPECT_EQ(result.exitStatus, 1) << output;
+    EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
+  }
+  EXPECT_EQ(contents(input), before);
+}
+
+TEST(ExportVideoCommandTest, AnExistingOutputIsReplacedOnlyWhenAsked) {
+  const auto output = videotest::freshPath("cli-existing.mov");
+  std::ofstream(output) << "keep me";
+  const auto kept = run({"export-video", toneClip(), output});
+  EXPECT_EQ(kept.exitStatus, 1);
+  EXPECT_NE(kept.standardError.find("already exists"), std::string::npos);
+  EXPECT_EQ(contents(output), "keep me");
+  const auto replaced = run({"export-video", toneClip(), output, "--overwrite"});
+  ASSERT_EQ(replaced.exitStatus, 0) << replaced.standardError;
+  EXPECT_EQ(videotest::probeMovie(output).video.size(), 1u);
+  EXPECT_EQ(entriesNamed(videotest::temporaryFolder(), "cli-existing").size(), 1u);
+}
+
+TEST(ExportVideoCommandTest, ErrorsNameTheirCauseAndFfmpegKeepsQuiet) {
+  const std::string photo = videotest::sample("photo/hopper.png");
+  const auto still = run({"export-video", photo, videotest::freshPath("cli-still.mov")});
+  EXPECT_EQ(still.exitStatus, 1);
+  EXPECT_EQ(still.standardError, "halvane export-video: No video track found: " + photo + " is a still image, not a video\n");
+
+  const auto missingFolder = run({"export-video", toneClip(), videotest::temporaryFolder() + "/no/such/out.mov"});
+  EXPECT_EQ(missingFolder.exitStatus, 1);
+  EXPECT_EQ(missingFolder.standardError.rfind("halvane export-video: Failed to set up asset writer: Cannot create ", 0), 0u)
+      << missingFolder.standardError;
+  EXPECT_NE(missingFolder.standardError.find("No such file or directory"), std::string::npos);
+
+  // A damaged picture stream still exports; the decoder's complaints stay unsaid.
+  const std::string damaged = videotest::temporaryFolder() + "/cli-damaged.mov";
+  std::string bytes = contents(toneClip());
+  for (std::size_t at = bytes.size() / 4; at < bytes.size() * 3 / 4; at += bytes.size() / 16) bytes[at] ^= 0x5A;
+  std::ofstream(damaged, std::ios::binary) << bytes;
+  const auto result = run({"export-video", damaged, videotest::freshPath("cli-damaged-out.mov")});
+  EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError;
+}
+
+// Frames whose times stop increasing (a damaged time table) make the writer fail
+// part way while the sound goes on: the export ends at once, as failed, with no file.
+TEST(ExportVideoCommandTest, FramesOutOfOrderEndTheExportAsFailed) {
+  std::string bytes = contents(toneClip());
+  const auto table = bytes.find("stts");  // the video track's, the first in the file
+  ASSERT_NE(table, std::string::npos);
+  for (std::size_t i = table + 16; i < table + 20; ++i) bytes[i] = 0;  // every frame at time 0
+  const std::string damaged = videotest::temporaryFolder() + "/cli-stalled.mov";
+  std::ofstream(damaged, std::ios::binary) << bytes;
+  const auto output = videotest::freshPath("cli-stalled-out.mov");
+  const auto result = run({"export-video", damaged, output});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_EQ(result.standardError, "halvane export-video: Export failed: Frame times must increase\n");
+  EXPECT_TRUE(entriesNamed(videotest::temporaryFolder(), "cli-stalled-out").empty());
+}
+
+TEST(ExportVideoCommandTest, OpusSoundIsReencodedToAac) {
+  videotest::ClipDescription clip;
+  clip.audio = videotest::ClipAudio::opus;
+  clip.sampleRate = 48000;
+  const auto output = videotest::freshPath("cli-opus.mov");
+  const auto result = run({"export-video", videotest::makeClip("cli-opus", clip), output});
+  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
+  const auto facts = videotest::probeMovie(output);
+  ASSERT_EQ(facts.audio.size(), 1u);
+  EXPECT_EQ(facts.audio[0].codec, "aac");
+  EXPECT_EQ(facts.audio[0].sampleRate, 48000);
 }
 
 }  // namespace

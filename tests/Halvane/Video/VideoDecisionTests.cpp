@@ -122,6 +122,18 @@ TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
   EXPECT_FALSE(exportTimeRange(0, EditState()));
   EXPECT_FALSE(exportTimeRange(-1, EditState()));
   EXPECT_FALSE(exportTimeRange(std::numeric_limits<double>::quiet_NaN(), EditState()));
+
+  // Ends that round onto the start's tick are no range: half a second from the start.
+  for (double end : {1e-320, 0.0004, 1.0 + 1e-9}) {
+    EditState tiny;
+    tiny.trimStart = end > 1 ? 1.0 : 0.0;
+    tiny.trimEnd = end;
+    auto range = exportTimeRange(2.0, tiny);
+    ASSERT_TRUE(range) << end;
+    EXPECT_EQ(range->mediaRange().duration.value, 300) << end;
+  }
+  // A source shorter than one tick has nothing to give.
+  EXPECT_FALSE(exportTimeRange(0.0004, EditState()));
 }
 
 TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
@@ -166,6 +178,15 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
   EXPECT_EQ(unknown.encoder.channels, 2);
   EXPECT_EQ(unknown.encoder.sampleRate, 44100);
   EXPECT_EQ(unknown.encoder.bitRate, 256000);
+
+  // Sound a movie cannot carry as it is (Opus, FLAC) is encoded again, without gain.
+  AudioFormatDescription opus = mono;
+  opus.codec = "opus";
+  opus.copiesIntoMovie = false;
+  auto reencoded = planAudio(state, VideoExportPreset::balanced, true, opus);
+  EXPECT_EQ(reencoded.route, AudioRoute::reencode);
+  EXPECT_FALSE(reencoded.appliesGain);
+  EXPECT_EQ(reencoded.encoder.sampleRate, 48000);
 
   state.audioVolume = 1.002f;
   auto gained = planAudio(state, VideoExportPreset::balanced, true, mono);

@@ -349,6 +349,33 @@ TEST_F(VideoExportTest, AnOccupiedOutputIsRefusedAndLeftAlone) {
   EXPECT_EQ(text, "keep me");
 }
 
+// The writer and the clean-up read a file URL the same way: a cancelled export to
+// "a%20b.mov" leaves no "a b.mov" and never touches a file literally named "a%20b.mov";
+// a finished one writes "a b.mov".
+TEST_F(VideoExportTest, AFileURLNamesTheSameFileThroughout) {
+  const std::string folder = videotest::temporaryFolder() + "/url";
+  std::filesystem::create_directories(folder);
+  const std::string url = "file://" + folder + "/a%20b.mov";
+  std::ofstream(folder + "/a%20b.mov") << "keep me";
+  std::optional<VideoExportResult> result;
+  renderer->setAsset(platform::media::Asset::make(toneClip()));
+  renderer->exportVideo(url, EditState(), VideoExportPreset::balanced, {},
+                        [&](VideoExportResult outcome) { result = std::move(outcome); });
+  renderer->cancelExport();
+  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }));
+  ASSERT_FALSE(result->hasValue());
+  EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
+  EXPECT_FALSE(std::filesystem::exists(folder + "/a b.mov"));
+  std::string kept;
+  std::getline(std::ifstream(folder + "/a%20b.mov"), kept);
+  EXPECT_EQ(kept, "keep me");
+
+  const auto written = runExport(toneClip(), url, EditState(), VideoExportPreset::balanced);
+  ASSERT_TRUE(written && written->hasValue()) << failureText(written);
+  EXPECT_EQ(videotest::probeMovie(folder + "/a b.mov").video.size(), 1u);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 2);
+}
+
 TEST_F(VideoExportTest, AMissingFolderFailsSetUpWithoutFile) {
   const auto output = videotest::temporaryFolder() + "/no/such/folder/out.mov";
   const auto result = runExport(toneClip(), output, EditState(), VideoExportPreset::balanced);

@@ -87,12 +87,16 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription&
 
 void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   const bool pcm = clip.audio == ClipAudio::pcm;
-  const AVCodec* codec = avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
+  const bool opus = clip.audio == ClipAudio::opus;
+  const AVCodec* codec = opus ? avcodec_find_encoder_by_name("libopus")
+                              : avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
+  if (!codec) throw std::runtime_error("no audio encoder for the clip");
   encoder.context = avcodec_alloc_context3(codec);
   AVCodecContext* audio = encoder.context;
   audio->sample_rate = clip.sampleRate;
   av_channel_layout_default(&audio->ch_layout, clip.channels);
-  audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : AV_SAMPLE_FMT_FLTP;
+  // Opus takes interleaved float, the same layout as planar for one channel.
+  audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
   audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 128000;
   audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
@@ -160,7 +164,8 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
 void generate(const std::string& path, const ClipDescription& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
-  testsupport::avCheck(avformat_alloc_output_context2(&format, nullptr, "mov", path.c_str()), "output");
+  const char* container = clip.audio == ClipAudio::opus ? "mp4" : "mov";
+  testsupport::avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
   const int storedWidth = sideways ? clip.height : clip.width;
   const int storedHeight = sideways ? clip.width : clip.height;
@@ -262,7 +267,7 @@ std::string makeClip(const std::string& name, const ClipDescription& clip) {
   static std::map<std::string, std::string> made;
   std::lock_guard guard(lock);
   if (auto found = made.find(name); found != made.end()) return found->second;
-  const std::string path = temporaryFolder() + "/" + name + ".mov";
+  const std::string path = temporaryFolder() + "/" + name + (clip.audio == ClipAudio::opus ? ".mp4" : ".mov");
   generate(path, clip);
   made[name] = path;
   return path;

@@ -15,7 +15,8 @@
 
 namespace videotest {
 
-enum class ClipAudio { none, aac, pcm };
+// Opus goes into an MP4 file (a QuickTime movie cannot carry it) and wants 48 kHz.
+enum class ClipAudio { none, aac, pcm, opus };
 
 struct ClipDescription {
   int width = 64;   // upright (displayed) size
@@ -37,7 +38,8 @@ using testsupport::pumpUntil;
 using testsupport::sample;
 using testsupport::temporaryFolder;
 
-// A QuickTime movie in this process's temporary folder, made once per name.
+// A QuickTime movie (MP4 for Opus) in this process's temporary folder, made once per
+// name.
 std::string makeClip(const std::string& name, const ClipDescription& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);

@@ -301,5 +301,27 @@ TEST(PngWriting, ProfileAndOrientationRoundTrip) {
   EXPECT_EQ(back.pixels, image.pixels);
 }
 
+// A write touches no file but its own: a kept target is refused, a link at the target
+// is replaced rather than written through, and files named like temporaries stay.
+TEST(ImageWriting, TouchesNoFileButItsOwn) {
+  test::ScratchFolder folder;
+  test::writeBytes(folder / "victim", {'v'});
+  test::writeBytes(folder / ".photo.jpg.tmp", {'t'});
+  test::writeBytes(folder / "kept.png", {'k'});
+  std::filesystem::create_symlink(folder / "victim", folder / "photo.jpg");
+  const Image image = test::patternImage(16, 16);
+  auto refused = writePNG(image, folder / "kept.png", ExistingFile::keep);
+  ASSERT_FALSE(refused);
+  EXPECT_NE(refused.error().message.find("already exists"), std::string::npos) << refused.error().message;
+  EXPECT_EQ(test::readBytes(folder / "kept.png"), std::vector<std::uint8_t>{'k'});
+  EXPECT_FALSE(writeJPEG(image, folder / "photo.jpg", 0.85, ExistingFile::keep));
+  ASSERT_TRUE(writeJPEG(image, folder / "photo.jpg", 0.85, ExistingFile::replace));
+  EXPECT_FALSE(std::filesystem::is_symlink(folder / "photo.jpg"));
+  EXPECT_EQ(test::readBytes(folder / "victim"), std::vector<std::uint8_t>{'v'});
+  EXPECT_EQ(test::readBytes(folder / ".photo.jpg.tmp"), std::vector<std::uint8_t>{'t'});
+  ASSERT_TRUE(writePNG(image, folder / "new.png", ExistingFile::keep));
+  EXPECT_EQ(folder.entries(), (std::vector<std::string>{".photo.jpg.tmp", "kept.png", "new.png", "photo.jpg", "victim"}));
+}
+
 }  // namespace
 }  // namespace platform::media

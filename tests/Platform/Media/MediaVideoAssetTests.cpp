@@ -13,6 +13,7 @@ extern "C" {
 #include <vector>
 
 #include "MediaVideoTestSupport.h"
+#include "Platform/Media/MediaURL.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Media/Asset.h"
@@ -404,3 +405,17 @@ INSTANTIATE_TEST_SUITE_P(
         if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
       return name;
     });
+
+TEST(MediaURL, FileURLsArePercentDecodedAndPathsKeptAsTheyAre) {
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"file:///home/user/Videos/a%20b.mov", "/home/user/Videos/a b.mov"},
+      {"file://localhost/home/user/a%20b.mov", "/home/user/a b.mov"},
+      {"file:///tmp/%e2%82%ac%2F%41.mov", "/tmp/\xe2\x82\xac/A.mov"},
+      {"file:///tmp/100%.mov", "/tmp/100%.mov"},    // not an escape
+      {"file:///tmp/a%2.mov", "/tmp/a%2.mov"},
+      {"file:///tmp/a%00b.mov", "/tmp/a%00b.mov"},  // a NUL would name another file
+      {"/home/user/a%20b.mov", "/home/user/a%20b.mov"},
+      {"relative/a b.mov", "relative/a b.mov"},
+  };
+  for (const auto& [url, path] : cases) EXPECT_EQ(pathFromURL(url), path) << url;
+}

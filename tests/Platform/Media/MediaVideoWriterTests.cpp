@@ -417,3 +417,90 @@ TEST(MediaVideoWriter, RefusesWhatItCannotWrite) {
   EXPECT_EQ(writer->status(), AssetWriterStatus::cancelled);
   EXPECT_TRUE(writer->error().has_value());  // the failure stays readable
 }
+
+// A pump waiting for its input (here video, ahead of the sound) must learn that the
+// other input's failure stopped the writer: its block runs once more, not ready.
+TEST(MediaVideoWriter, AFailureWakesTheInputThatWaits) {
+  auto writer = AssetWriter::make(outputPath("failure-wakes")).value();
+  auto video = writer->addVideoInput(smallVideo()).value();
+  auto audio = writer->addAudioInput({44100, 1, 64000}).value();
+  ASSERT_TRUE(writer->startWriting());
+  writer->startSession(MediaTime::zero());
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::vector<AssetWriterStatus> videoCalls;
+  auto videoQueue = std::make_shared<SerialQueue>("test.video");
+  video->requestMediaDataWhenReady(videoQueue, [&] {
+    if (video->isReadyForMoreMediaData()) video->append(video->pixelBufferPool()->makePixelBuffer(), MediaTime::zero());
+    std::lock_guard lock(mutex);
+    videoCalls.push_back(writer->status());
+    changed.notify_all();
+  });
+  std::unique_lock lock(mutex);
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [&] { return videoCalls.size() == 1; }));
+  lock.unlock();
+  EXPECT_FALSE(video->isReadyForMoreMediaData());
+  AudioSampleBuffer packet;  // a packet where the AAC input takes PCM: the writer fails
+  packet.presentationTime = MediaTime::zero();
+  packet.isPacket = true;
+  packet.data = {1, 2, 3};
+  EXPECT_FALSE(audio->append(packet));
+  lock.lock();
+  ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [&] { return videoCalls.size() == 2; }));
+  EXPECT_EQ(videoCalls[1], AssetWriterStatus::failed);
+  lock.unlock();
+  writer->cancelWriting();
+  videoQueue->sync([] {});
+  EXPECT_EQ(videoCalls.size(), 2u);  // once, not over and over
+}
+
+// The temporary file is the writer's own: files and links that carry the old fixed
+// temporary name, or stand at the output, are neither followed nor removed.
+TEST(MediaVideoWriter, TouchesNoFileButItsOwn) {
+  const auto folder = std::filesystem::path(mediatest::temporaryFolder()) / "own-files";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directories(folder);
+  auto writeText = [](const std::filesystem::path& path, const std::string& text) {
+    std::FILE* file = std::fopen(path.c_str(), "w");
+    std::fputs(text.c_str(), file);
+    std::fclose(file);
+  };
+  auto readText = [](const std::filesystem::path& path) {
+    std::string text(64, '\0');
+    std::FILE* file = std::fopen(path.c_str(), "r");
+    if (!file) return std::string("(missing)");
+    text.resize(std::fread(text.data(), 1, text.size(), file));
+    std::fclose(file);
+    return text;
+  };
+  writeText(folder / ".kept.mov.partial", "a file of the user's");
+  writeText(folder / "victim", "not to be written through");
+  std::filesystem::create_symlink(folder / "victim", folder / ".linked.mov.partial");
+  std::filesystem::create_symlink(folder / "victim", folder / "taken.mov");
+  EXPECT_FALSE(AssetWriter::make((folder / "taken.mov").string()).hasValue());
+  std::filesystem::create_symlink(folder / "nowhere", folder / "dangling.mov");
+  EXPECT_FALSE(AssetWriter::make((folder / "dangling.mov").string()).hasValue());
+
+  for (const char* name : {"kept", "linked"}) {
+    const auto path = (folder / (std::string(name) + ".mov")).string();
+    auto cancelled = AssetWriter::make(path).value();
+    auto input = cancelled->addVideoInput(smallVideo()).value();
+    ASSERT_TRUE(cancelled->startWriting());
+    cancelled->startSession(MediaTime::zero());
+    ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
+    cancelled->cancelWriting();
+    EXPECT_FALSE(std::filesystem::exists(path));
+    auto written = AssetWriter::make(path).value();
+    input = written->addVideoInput(smallVideo()).value();
+    ASSERT_TRUE(written->startWriting());
+    written->startSession(MediaTime::zero());
+    ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
+    ASSERT_TRUE(finish(*written));
+    EXPECT_EQ(written->status(), AssetWriterStatus::completed);
+    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(path)));
+  }
+  EXPECT_EQ(readText(folder / ".kept.mov.partial"), "a file of the user's");
+  EXPECT_TRUE(std::filesystem::is_symlink(folder / ".linked.mov.partial"));
+  EXPECT_EQ(readText(folder / "victim"), "not to be written through");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 7);
+}
