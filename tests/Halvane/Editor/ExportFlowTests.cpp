@@ -154,6 +154,17 @@ TEST_F(ExportFlowTest, ACancelledPhotoExportReportsOnceAndDropsTheRender) {
   EXPECT_EQ(screen->progressViews[0]->fadeOuts, 1);
 }
 
+TEST_F(ExportFlowTest, ClosingDuringAPhotoExportDropsTheRender) {
+  auto session = openPhoto();
+  commit(*session, withExposure(0.5f));
+  session->shareTapped();
+  session->closeTapped();
+  photoExport->renders[0](makeImage(8, 6));
+  EXPECT_EQ(delegate->errors.size(), 1u);
+  EXPECT_TRUE(delegate->results.empty());
+  EXPECT_EQ(screen->dismissals, 1);
+}
+
 TEST_F(ExportFlowTest, ARenderEndingAfterTheSessionHasGoneTouchesNothing) {
   auto session = openPhoto();
   commit(*session, withExposure(0.5f));

@@ -214,6 +214,10 @@ TEST_F(ToolSessionTest, UndoDuringTheEnterTransitionIsServedAndTheToolKeepsItsEn
   session->undoTapped();
   EXPECT_EQ(previewState(), EditState{});
   EXPECT_EQ(session->stateBeforeAdjust(), withExposure(0.5f));
+  // Confirming without a change compares with the entry state, not the history's.
+  panel(MediaTool::adjust).onConfirm();
+  EXPECT_EQ(session->editHistory().currentState(), EditState{});
+  EXPECT_TRUE(session->editHistory().canRedo());
 }
 
 }  // namespace
