@@ -27,13 +27,7 @@ class Fake : public Base {
   double alpha = 1;
 };
 
-struct FakePanel final : Fake<ToolPanel> {
-  using Fake<ToolPanel>::Fake;
-  void toolWillOpen(const EditState&) override { ++opened; }
-  void toolDidClose() override { ++closed; }
-  int opened = 0;
-  int closed = 0;
-};
+using FakePanel = Fake<ToolPanel>;
 
 struct FakeToolStrip final : Fake<ToolStripView> {
   void setInteractive(bool value) override { interactive = value; }
@@ -75,7 +69,7 @@ struct FakeProgress final : ExportProgressView {
 
 struct FakeScreen final : EditorScreen {
   bool hasWindow() const override { return window; }
-  void layoutIfNeeded() override { ++layouts; }
+  void layoutIfNeeded() override {}
   std::shared_ptr<ToolTransition> startTransition(SpringTiming, std::function<void()> changes,
                                                   std::function<void(bool)> completion) override {
     changes();  // the values animated to
@@ -86,7 +80,7 @@ struct FakeScreen final : EditorScreen {
   }
   void tiePreviewBottom(std::optional<MediaTool> panel) override { previewBottom = panel; }
   std::shared_ptr<PreviewView> makePreviewView() override { return std::make_shared<PreviewView>(); }
-  void updateFraming(bool) override { ++framings; }
+  void updateFraming(bool) override {}
   bool isFillAnimationRunning() const override { return false; }
   void stopFillAnimation() override {}
   void clearCropLockedRatio() override {}
@@ -111,7 +105,7 @@ struct FakeScreen final : EditorScreen {
   bool isBeingDismissed() const override { return dismissed; }
 
   bool window = false;
-  int layouts = 0, framings = 0, purges = 0, dismissals = 0;
+  int purges = 0, dismissals = 0;
   bool dismissed = false;
   std::optional<MediaTool> previewBottom;
   std::vector<std::shared_ptr<FakeTransition>> transitions;

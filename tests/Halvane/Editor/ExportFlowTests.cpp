@@ -11,29 +11,21 @@ HalvaneConfig withPhotoPreset(PhotoExportPreset preset) {
   return config;
 }
 
-TEST_F(ExportFlowTest, TwoFastShareTapsStartOneExport) {
+TEST_F(ExportFlowTest, TwoFastShareTapsStartOneExportOfTheCommittedState) {
   auto photo = openPhoto();
   commit(*photo, withExposure(0.5f));
+  photo->enterAdjustTool();
+  photo->setWorkingState(withExposure(2));  // an open tool's scratch is never exported
   photo->shareTapped();
   photo->shareTapped();
-  EXPECT_EQ(photoExport->renders.size(), 1u);
-  EXPECT_EQ(delegate->calls, std::vector<std::string>({"open adjust", "close adjust applied", "willBegin"}));
+  ASSERT_EQ(photoExport->renderedStates, std::vector<EditState>{withExposure(0.5f)});
+  EXPECT_EQ(std::count(delegate->calls.begin(), delegate->calls.end(), "willBegin"), 1);
 
   auto video = openVideo(tempFolder / "clip.mov");
   commit(*video, withExposure(0.5f));
   video->shareTapped();
   video->shareTapped();
   EXPECT_EQ(videoLoader->video->exportURLs.size(), 1u);
-}
-
-TEST_F(ExportFlowTest, TheCommittedStateIsExportedNotTheOpenToolsScratch) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->enterAdjustTool();
-  session->setWorkingState(withExposure(2));
-  session->shareTapped();
-  ASSERT_EQ(photoExport->renderedStates.size(), 1u);
-  EXPECT_EQ(photoExport->renderedStates[0], withExposure(0.5f));
 }
 
 TEST_F(ExportFlowTest, AnUneditedMediumPassesThroughWithoutARender) {
@@ -106,73 +98,50 @@ TEST_F(ExportFlowTest, WithoutAHostAPhotoGoesToTheShareSheetAsAJpegBelowMaxQuali
   EXPECT_TRUE(screen->alerts.empty());
 }
 
-TEST_F(ExportFlowTest, APhotoExportFailsToTheHostOrToTheAlert) {
+TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
+  for (bool host : {true, false}) {
+    SCOPED_TRACE(host);
+    screen = std::make_shared<FakeScreen>();
+    photoExport->renders.clear();
+    auto session = openPhoto();
+    if (!host) session->setDelegate({});
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    photoExport->renders[0](std::nullopt);
+    EXPECT_FALSE(session->isExporting());
+    EXPECT_EQ(screen->alerts, host ? std::vector<EditorAlert>{} : std::vector<EditorAlert>{kExportErrorAlert});
+  }
+  ASSERT_EQ(delegate->errors.size(), 1u);
+  EXPECT_EQ(delegate->errors[0].domain, "Halvane");
+  EXPECT_EQ(delegate->errors[0].code, 2);
+  EXPECT_EQ(delegate->errors[0].localizedDescription, "Photo export failed");
+}
+
+TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
   struct Case {
     const char* name;
-    bool host;
-    bool texture;
+    std::function<void(std::shared_ptr<EditorSession>&)> end;
+    size_t errors;
   };
-  for (const Case& c : {Case{"render fails, host", true, true}, Case{"render fails, no host", false, true},
-                        Case{"no texture, host", true, false}}) {
+  const Case cases[] = {
+      {"the card's cancel", [this](auto&) { screen->progressViews.back()->onCancel(); }, 1},
+      {"the close button", [](auto& session) { session->closeTapped(); }, 1},
+      {"the session gone", [](auto& session) { session.reset(); }, 0},
+  };
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    screen = std::make_shared<FakeScreen>();
     delegate->errors.clear();
     photoExport->renders.clear();
-    auto session = c.texture ? openPhoto() : open(platform::media::Image{});
-    if (!c.host) session->setDelegate({});
+    auto session = openPhoto();
     commit(*session, withExposure(0.5f));
-    queue->runPending();  // the load error's alert, if any
-    const size_t alertsBefore = screen->alerts.size();
     session->shareTapped();
-    if (c.texture) photoExport->renders[0](std::nullopt);
-    EXPECT_FALSE(session->isExporting());
-    if (c.host) {
-      ASSERT_EQ(delegate->errors.size(), 1u);
-      EXPECT_EQ(delegate->errors[0].domain, "Halvane");
-      EXPECT_EQ(delegate->errors[0].code, c.texture ? 2 : 1);
-      EXPECT_EQ(delegate->errors[0].localizedDescription, c.texture ? "Photo export failed" : "No source texture");
-      EXPECT_EQ(screen->alerts.size(), alertsBefore);
-    } else {
-      ASSERT_EQ(screen->alerts.size(), alertsBefore + 1);
-      EXPECT_EQ(screen->alerts.back(), kExportErrorAlert);
-    }
+    c.end(session);
+    EXPECT_FALSE(session && session->isExporting());
+    photoExport->renders[0](makeImage(8, 6));
+    EXPECT_TRUE(delegate->results.empty());
+    ASSERT_EQ(delegate->errors.size(), c.errors);
+    for (const auto& error : delegate->errors) EXPECT_EQ(error.code, kUserCancelledErrorCode);
   }
-}
-
-TEST_F(ExportFlowTest, ACancelledPhotoExportReportsOnceAndDropsTheRender) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
-  screen->progressViews[0]->onCancel();
-  EXPECT_FALSE(session->isExporting());
-  photoExport->renders[0](makeImage(8, 6));
-  ASSERT_EQ(delegate->errors.size(), 1u);
-  EXPECT_EQ(delegate->errors[0].domain, kCocoaErrorDomain);
-  EXPECT_EQ(delegate->errors[0].code, 3072);
-  EXPECT_EQ(delegate->errors[0].localizedDescription, "Export cancelled by user");
-  EXPECT_TRUE(delegate->results.empty());
-  EXPECT_EQ(screen->progressViews[0]->fadeOuts, 1);
-}
-
-TEST_F(ExportFlowTest, ClosingDuringAPhotoExportDropsTheRender) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
-  session->closeTapped();
-  photoExport->renders[0](makeImage(8, 6));
-  EXPECT_EQ(delegate->errors.size(), 1u);
-  EXPECT_TRUE(delegate->results.empty());
-  EXPECT_EQ(screen->dismissals, 1);
-}
-
-TEST_F(ExportFlowTest, ARenderEndingAfterTheSessionHasGoneTouchesNothing) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
-  session.reset();
-  photoExport->renders[0](makeImage(8, 6));
-  EXPECT_TRUE(delegate->results.empty());
-  EXPECT_EQ(screen->progressViews[0]->fadeOuts, 0);
 }
 
 TEST_F(ExportFlowTest, ClosingDuringAVideoExportReportsOneErrorAndDismisses) {

@@ -5,73 +5,63 @@ namespace {
 
 using ToolSessionTest = EditorSessionTest;
 
-TEST_F(ToolSessionTest, ConfirmWithoutAChangeAddsNoStepAndKeepsTheRedoStack) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->undoTapped();
-  ASSERT_EQ(session->editHistory().redoStack().size(), 1u);
-
-  for (MediaTool tool : {MediaTool::transform, MediaTool::filter, MediaTool::adjust, MediaTool::focus}) {
-    session->enterTool(tool);
-    panel(tool).onConfirm();
-    EXPECT_TRUE(session->editHistory().undoStack().empty()) << mediaToolInfo(tool).rawValue;
-    EXPECT_EQ(session->editHistory().redoStack().size(), 1u);
-    EXPECT_TRUE(undoRedoBar->redoEnabled);
+TEST_F(ToolSessionTest, OnlyAConfirmedChangeReachesTheHistory) {
+  struct Case {
+    const char* name;
+    std::vector<float> exposures;  // set one after the other inside the session
+    bool confirm;
+    size_t undoSize, redoSize;
+    float shown;
+  };
+  const Case cases[] = {
+      {"confirm without a change", {}, true, 0, 1, 0},
+      {"a change taken back", {1, 0}, true, 0, 1, 0},
+      {"many changes, one entry", {0.1f, 0.2f, 0.3f}, true, 1, 0, 0.3f},
+      {"cancel after many changes", {1, 2, -1}, false, 0, 1, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto session = openPhoto();
+    commit(*session, withExposure(0.5f));
+    session->undoTapped();  // a redo stack to keep or clear
+    session->enterFilterTool();
+    for (float exposure : c.exposures) {
+      session->setWorkingState(withExposure(exposure));
+      session->applyPreviewState(session->workingState());
+    }
+    c.confirm ? panel(MediaTool::filter).onConfirm() : panel(MediaTool::filter).onCancel();
+    EXPECT_EQ(session->editHistory().undoStack().size(), c.undoSize);
+    EXPECT_EQ(session->editHistory().redoStack().size(), c.redoSize);
+    EXPECT_EQ(undoRedoBar->undoEnabled, c.undoSize > 0);
+    EXPECT_EQ(undoRedoBar->redoEnabled, c.redoSize > 0);
+    EXPECT_EQ(previewState(), withExposure(c.shown));
   }
 }
 
-TEST_F(ToolSessionTest, AChangeMadeAndTakenBackIsNoChange) {
-  auto session = openPhoto();
-  session->enterAdjustTool();
-  session->setWorkingState(withExposure(1));
-  session->applyPreviewState(session->workingState());
-  session->setWorkingState(EditState{});
-  panel(MediaTool::adjust).onConfirm();
-  EXPECT_FALSE(session->editHistory().canUndo());
-  EXPECT_FALSE(undoRedoBar->undoEnabled);
-}
-
-TEST_F(ToolSessionTest, ConfirmPushesOnceAndClearsTheRedoStack) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  session->undoTapped();
-  session->enterFilterTool();
-  for (float exposure : {0.1f, 0.2f, 0.3f}) session->setWorkingState(withExposure(exposure));
-  panel(MediaTool::filter).onConfirm();
-  EXPECT_EQ(session->editHistory().undoStack().size(), 1u);
-  EXPECT_FALSE(session->editHistory().canRedo());
-  EXPECT_EQ(previewState(), withExposure(0.3f));
-  EXPECT_TRUE(undoRedoBar->undoEnabled);
-  EXPECT_FALSE(undoRedoBar->redoEnabled);
-}
-
-TEST_F(ToolSessionTest, CancelShowsTheStateAtEntryAndUndoGoesToTheStepBeforeIt) {
+TEST_F(ToolSessionTest, AfterACancelUndoGoesToTheStepBeforeTheSession) {
   auto session = openPhoto();
   commit(*session, withExposure(0.5f));
   session->enterFocusTool();
-  for (float exposure : {1.0f, 2.0f, -1.0f}) {
-    session->setWorkingState(withExposure(exposure));
-    session->applyPreviewState(session->workingState());
-  }
+  session->setWorkingState(withExposure(2));
   panel(MediaTool::focus).onCancel();
   EXPECT_EQ(previewState(), withExposure(0.5f));
-  EXPECT_EQ(session->editHistory().undoStack().size(), 1u);
   session->undoTapped();
   EXPECT_EQ(previewState(), EditState{});
-  EXPECT_TRUE(undoRedoBar->redoEnabled);
   session->redoTapped();
   EXPECT_EQ(previewState(), withExposure(0.5f));
 }
 
-TEST_F(ToolSessionTest, EnteringTellsTheHostFirstAndEveryToolEndsInIdle) {
+TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
   auto session = openVideo(tempFolder / "clip.mov");
   videoLoader->video->loaded = true;
   for (MediaTool tool : kAllMediaTools) {
     for (bool applied : {true, false}) {
+      const std::string name(mediaToolInfo(tool).rawValue);
+      SCOPED_TRACE(name);
       delegate->calls.clear();
       session->toolSelected(tool);
       ASSERT_EQ(session->activeTool(), tool);
-      EXPECT_FALSE(delegate->toolWasActiveAtOpen);
+      EXPECT_FALSE(delegate->toolWasActiveAtOpen);  // told before any state is touched
       EXPECT_FALSE(toolStrip->interactive);
       EXPECT_EQ(screen->previewBottom, tool);
       for (MediaTool other : kAllMediaTools) EXPECT_EQ(panel(other).hidden, other != tool);
@@ -80,11 +70,9 @@ TEST_F(ToolSessionTest, EnteringTellsTheHostFirstAndEveryToolEndsInIdle) {
       EXPECT_FALSE(session->isToolActive());
       EXPECT_TRUE(panel(tool).hidden);
       EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-      EXPECT_EQ(topBar->alpha, 1);
       EXPECT_TRUE(toolStrip->interactive);
       EXPECT_FALSE(toolStrip->selected);
       EXPECT_FALSE(screen->previewBottom);
-      const std::string name(mediaToolInfo(tool).rawValue);
       EXPECT_EQ(delegate->calls, (std::vector<std::string>{"open " + name, "close " + name + (applied ? " applied" : "")}));
     }
   }
@@ -94,19 +82,12 @@ TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
   struct Case {
     const char* name;
     bool video;
-    bool trackLoaded;
     MediaTool tool;
   };
-  const Case cases[] = {
-      {"trim on a photo", false, false, MediaTool::trim},
-      {"audio on a photo", false, false, MediaTool::audio},
-      {"trim before the track's properties", true, false, MediaTool::trim},
-  };
-  for (const auto& c : cases) {
+  for (const Case& c : {Case{"trim on a photo", false, MediaTool::trim}, Case{"audio on a photo", false, MediaTool::audio},
+                        Case{"trim before the track's properties", true, MediaTool::trim}}) {
     SCOPED_TRACE(c.name);
-    delegate->calls.clear();
     auto session = c.video ? openVideo(tempFolder / "clip.mov") : openPhoto();
-    videoLoader->video->loaded = c.trackLoaded;
     session->toolSelected(c.tool);
     EXPECT_FALSE(session->isToolActive());
     EXPECT_TRUE(delegate->calls.empty());
@@ -119,8 +100,7 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothing) {
   auto session = openPhoto();
   screen->window = true;
   session->toolSelected(MediaTool::filter);
-  ASSERT_EQ(screen->transitions.size(), 1u);
-  ASSERT_TRUE(screen->transitions[0]->running);
+  ASSERT_TRUE(screen->transitions.at(0)->running);
   delegate->calls.clear();
   session->toolSelected(MediaTool::adjust);
   EXPECT_TRUE(delegate->calls.empty());
@@ -132,26 +112,23 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothing) {
 TEST_F(ToolSessionTest, InterruptedTransitionsHideNothing) {
   auto session = openPhoto();
   screen->window = true;
-  session->enterAdjustTool();                  // first transition
-  panel(MediaTool::adjust).onCancel();         // interrupts it
-  session->enterAdjustTool();                  // interrupts the exit
+  session->enterAdjustTool();
+  panel(MediaTool::adjust).onCancel();  // interrupts the enter
+  session->enterAdjustTool();           // interrupts the exit
   ASSERT_EQ(screen->transitions.size(), 3u);
-  EXPECT_FALSE(screen->transitions[0]->running);
-  EXPECT_FALSE(screen->transitions[1]->running);
-  // Neither the enter's hiding of the bars nor the exit's hiding of the panel happened.
+  EXPECT_FALSE(screen->transitions[0]->running || screen->transitions[1]->running);
   EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
   EXPECT_FALSE(panel(MediaTool::adjust).hidden);
-  // The last one decides.
-  screen->transitions[2]->end(true);
+  screen->transitions[2]->end(true);  // the last one decides
   EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden);
   EXPECT_FALSE(panel(MediaTool::adjust).hidden);
   EXPECT_EQ(panel(MediaTool::adjust).alpha, 1);
 }
 
-TEST_F(ToolSessionTest, ExitTransitionsFadeAndHideTheToolsOwnViews) {
+TEST_F(ToolSessionTest, AnExitFadesAndThenHidesTheToolsOwnViews) {
   struct Case {
     MediaTool tool;
-    std::vector<Fake<FadingView>*> side;  // besides the panel
+    std::vector<Fake<FadingView>*> side;
   };
   const Case cases[] = {{MediaTool::adjust, {adjustSliderBar.get(), adjustPresetRow.get()}},
                         {MediaTool::filter, {filterSliderBar.get()}},
@@ -165,13 +142,13 @@ TEST_F(ToolSessionTest, ExitTransitionsFadeAndHideTheToolsOwnViews) {
     for (auto* view : c.side) view->hidden = false;
     screen->transitions.back()->end(true);
     panel(c.tool).onConfirm();
-    for (auto* view : c.side) EXPECT_EQ(view->alpha, 0);
+    EXPECT_EQ(topBar->alpha, 1);
     EXPECT_EQ(panel(c.tool).alpha, 0);
+    for (auto* view : c.side) EXPECT_EQ(view->alpha, 0);
     EXPECT_FALSE(panel(c.tool).hidden);
     screen->transitions.back()->end(true);
     EXPECT_TRUE(panel(c.tool).hidden);
     for (auto* view : c.side) EXPECT_TRUE(view->hidden);
-    EXPECT_EQ(topBar->alpha, 1);
   }
 }
 
@@ -193,17 +170,16 @@ TEST_F(ToolSessionTest, TransformShowsTheWholeFrameWhileTheCropIsEdited) {
   EXPECT_EQ(session->previewView()->displayOverscale, 1);
 }
 
-TEST_F(ToolSessionTest, AVideoShowsTheStateAndItsVolume) {
+TEST_F(ToolSessionTest, AVideoShowsTheStateAndPlaysAtItsVolume) {
   auto session = openVideo(tempFolder / "clip.mov");
-  auto& video = *videoLoader->video;
   EditState state;
   state.audioVolume = 0.4f;
   session->applyPreviewState(state);
-  EXPECT_EQ(video.shown, state);
-  EXPECT_FLOAT_EQ(video.volume, 0.4f);
+  EXPECT_EQ(videoLoader->video->shown, state);
+  EXPECT_FLOAT_EQ(videoLoader->video->volume, 0.4f);
   state.audioMuted = true;
   session->applyPreviewState(state);
-  EXPECT_EQ(video.volume, 0);
+  EXPECT_EQ(videoLoader->video->volume, 0);
 }
 
 TEST_F(ToolSessionTest, UndoDuringTheEnterTransitionIsServedAndTheToolKeepsItsEntryState) {
