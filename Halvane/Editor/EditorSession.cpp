@@ -212,6 +212,8 @@ void EditorSession::viewWillDisappear(bool isBeingDismissed) {
 
 void EditorSession::teardown() {
   // Runs at dismissal and again at the end of life: every step tolerates a repeat.
+  screen_->stopFillAnimation();
+  if (auto tool = activeTool()) views_.panel(*tool).sessionWillDisappear();
   if (videoRenderer_) {
     videoRenderer_->removeTrimBoundaryObserver();
     videoRenderer_->stopPlayback();
