@@ -233,6 +233,8 @@ void EditorSession::didReceiveMemoryWarning() {
 
 void EditorSession::closeTapped() {
   if (screen_->isBeingDismissed()) return;
+  // The host may let go of the session inside a delegate call.
+  const auto keepAlive = shared_from_this();
   if (exportFlow_.isExporting()) {
     exportFlow_.cancelForClose();
   } else if (auto delegate = this->delegate()) {

@@ -19,6 +19,8 @@ auto withSession(std::weak_ptr<EditorSession> weakSession, Work work) {
 void ExportFlow::shareTapped() {
   if (isExporting_) return;
   isExporting_ = true;
+  // The host may let go of the session inside a delegate call.
+  const auto keepAlive = session_.shared_from_this();
   // The committed state: an open tool's scratch state is never exported.
   const EditState state = session_.editHistory().currentState();
   hasDelegate_ = session_.delegate() != nullptr;
