@@ -80,7 +80,8 @@ std::shared_ptr<EditorSession> EditorSessionTest::open(MediaContent content, Hal
                     adjustSliderBar, adjustPresetRow, focusControls, focusOverlay, cropOverlay};
   for (size_t i = 0; i < panels.size(); ++i) views.panels[i] = panels[i];
   auto session =
-      EditorSession::create(std::move(content), container, views, screen, EditorServices{photoExport, videoLoader});
+      EditorSession::create(std::move(content), container, views, screen,
+                            realServices ? EditorServices{} : EditorServices{photoExport, videoLoader});
   session->setDelegate(delegate);
   session->viewDidLoad();
   return session;

@@ -225,6 +225,8 @@ class EditorSessionTest : public ::testing::Test {
   // A file in this test's temporary folder.
   std::filesystem::path makeTempFile(const std::string& name);
 
+  // Open sessions on the engine's own services instead of the fakes.
+  bool realServices = false;
   static std::shared_ptr<AppContainer> container;
   std::shared_ptr<platform::dispatch::ManualMainQueue> queue;
   platform::dispatch::ManualDisplayLinkFactory links;
