@@ -102,10 +102,10 @@ void EditorSession::runToolTransition(std::function<void()> changes, std::functi
   toolTransitionAnimator_.reset();
   // An interrupted transition's completion does nothing: the one that follows decides
   // what stays visible.
-  toolTransitionAnimator_ = screen_->startTransition(kPanelSpring, std::move(block),
-                                                     [atEnd = std::move(atEnd)](bool reachedEnd) {
-                                                       if (reachedEnd) atEnd();
-                                                     });
+  toolTransitionAnimator_ =
+      screen_->startTransition(kPanelSpring, std::move(block), [atEnd = std::move(atEnd)](bool reachedEnd) {
+        if (reachedEnd) atEnd();
+      });
 }
 
 void EditorSession::runEnterTransition(MediaTool tool) {

@@ -76,12 +76,11 @@ void EditorSessionTest::TearDown() {
 
 std::shared_ptr<EditorSession> EditorSessionTest::open(MediaContent content, HalvaneConfig config) {
   container->setConfiguration(std::move(config));
-  EditorViews views{topBar,          undoRedoBar,     toolStrip,    {},           filterSliderBar,
+  EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           filterSliderBar,
                     adjustSliderBar, adjustPresetRow, focusControls, focusOverlay, cropOverlay};
   for (size_t i = 0; i < panels.size(); ++i) views.panels[i] = panels[i];
-  auto session =
-      EditorSession::create(std::move(content), container, views, screen,
-                            realServices ? EditorServices{} : EditorServices{photoExport, videoLoader});
+  auto session = EditorSession::create(std::move(content), container, views, screen,
+                                       realServices ? EditorServices{} : EditorServices{photoExport, videoLoader});
   session->setDelegate(delegate);
   session->viewDidLoad();
   return session;

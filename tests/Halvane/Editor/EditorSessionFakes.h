@@ -169,7 +169,8 @@ struct FakeVideoLoader final : EditorVideoLoader {
                       std::function<void(std::shared_ptr<platform::media::Asset>)> completion) override {
     completion(hasVideoTrack ? platform::media::Asset::make(url.string()) : nullptr);
   }
-  std::shared_ptr<EditorVideo> startVideo(std::shared_ptr<platform::media::Asset>, std::shared_ptr<PreviewView>) override {
+  std::shared_ptr<EditorVideo> startVideo(std::shared_ptr<platform::media::Asset>,
+                                          std::shared_ptr<PreviewView>) override {
     video->playing = true;
     return video;
   }
@@ -216,7 +217,9 @@ class EditorSessionTest : public ::testing::Test {
 
   // A loaded session on `content`; the configuration is set first.
   std::shared_ptr<EditorSession> open(MediaContent content, HalvaneConfig config = {});
-  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) { return open(makeImage(8, 6), std::move(config)); }
+  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) {
+    return open(makeImage(8, 6), std::move(config));
+  }
   std::shared_ptr<EditorSession> openVideo(std::filesystem::path url, HalvaneConfig config = {});
   // A confirmed tool session that commits `state`.
   void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust);

@@ -186,8 +186,10 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
     Outcome outcome;
   };
   const Case cases[] = {
-      {true, true, true, Outcome::cancelError},  {true, true, false, Outcome::nothing},
-      {false, false, true, Outcome::videoError}, {false, false, false, Outcome::alert},
+      {true, true, true, Outcome::cancelError},
+      {true, true, false, Outcome::nothing},
+      {false, false, true, Outcome::videoError},
+      {false, false, false, Outcome::alert},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.cancelled << c.host);
@@ -201,10 +203,11 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
     if (c.cancelledByCard) screen->progressViews[0]->onCancel();
     EXPECT_EQ(videoLoader->video->cancels, c.cancelledByCard ? 1 : 0);
     EXPECT_TRUE(session->isExporting());
-    videoLoader->video->completions[0](platform::unexpected(c.cancelled ? VideoRenderError::cancelled()
-                                                                        : VideoRenderError::writerSetupFailed()));
+    videoLoader->video->completions[0](
+        platform::unexpected(c.cancelled ? VideoRenderError::cancelled() : VideoRenderError::writerSetupFailed()));
     EXPECT_FALSE(session->isExporting());
-    EXPECT_EQ(delegate->errors.size(), (c.outcome == Outcome::cancelError || c.outcome == Outcome::videoError) ? 1u : 0u);
+    EXPECT_EQ(delegate->errors.size(),
+              (c.outcome == Outcome::cancelError || c.outcome == Outcome::videoError) ? 1u : 0u);
     EXPECT_EQ(screen->alerts.size(), c.outcome == Outcome::alert ? 1u : 0u);
     if (c.outcome == Outcome::cancelError) {
       EXPECT_EQ(delegate->errors[0].code, kUserCancelledErrorCode);

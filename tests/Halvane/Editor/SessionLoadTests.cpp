@@ -12,9 +12,9 @@ TEST_F(SessionLoadTest, APhotoLoadsUprightWithTheSizeOfItsBakedTexture) {
     int width, height;
   };
   // A stored 6 x 4 picture; the turned orientations come out 4 x 6.
-  const Case cases[] = {{ImageOrientation::up, 6, 4},          {ImageOrientation::down, 6, 4},
-                        {ImageOrientation::left, 4, 6},        {ImageOrientation::right, 4, 6},
-                        {ImageOrientation::upMirrored, 6, 4},  {ImageOrientation::downMirrored, 6, 4},
+  const Case cases[] = {{ImageOrientation::up, 6, 4},           {ImageOrientation::down, 6, 4},
+                        {ImageOrientation::left, 4, 6},         {ImageOrientation::right, 4, 6},
+                        {ImageOrientation::upMirrored, 6, 4},   {ImageOrientation::downMirrored, 6, 4},
                         {ImageOrientation::leftMirrored, 4, 6}, {ImageOrientation::rightMirrored, 4, 6}};
   for (const auto& c : cases) {
     SCOPED_TRACE(int(c.orientation));
@@ -94,7 +94,8 @@ TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
 TEST_F(SessionLoadTest, AVideoInTheTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
   EXPECT_TRUE(openVideo(tempFolder / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_TRUE(openVideo(tempFolder / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_FALSE(openVideo(std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_FALSE(
+      openVideo(std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov")->tempFiles().isVideoURLOwned());
   EXPECT_FALSE(openVideo(tempFolder.string() + "x/clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_EQ(toolStrip->isVideo, true);
 }

@@ -73,7 +73,8 @@ TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
       EXPECT_TRUE(toolStrip->interactive);
       EXPECT_FALSE(toolStrip->selected);
       EXPECT_FALSE(screen->previewBottom);
-      EXPECT_EQ(delegate->calls, (std::vector<std::string>{"open " + name, "close " + name + (applied ? " applied" : "")}));
+      EXPECT_EQ(delegate->calls,
+                (std::vector<std::string>{"open " + name, "close " + name + (applied ? " applied" : "")}));
     }
   }
 }
@@ -84,8 +85,9 @@ TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
     bool video;
     MediaTool tool;
   };
-  for (const Case& c : {Case{"trim on a photo", false, MediaTool::trim}, Case{"audio on a photo", false, MediaTool::audio},
-                        Case{"trim before the track's properties", true, MediaTool::trim}}) {
+  for (const Case& c :
+       {Case{"trim on a photo", false, MediaTool::trim}, Case{"audio on a photo", false, MediaTool::audio},
+        Case{"trim before the track's properties", true, MediaTool::trim}}) {
     SCOPED_TRACE(c.name);
     auto session = c.video ? openVideo(tempFolder / "clip.mov") : openPhoto();
     session->toolSelected(c.tool);
