@@ -16,18 +16,12 @@ namespace halvane {
 // The fixed height of each tool's panel, in points.
 inline constexpr double toolPanelHeight(MediaTool tool) {
   switch (tool) {
-    case MediaTool::transform:
-      return 148;
-    case MediaTool::filter:
-      return 192;
-    case MediaTool::adjust:
-      return 176;
-    case MediaTool::focus:
-      return 100;
-    case MediaTool::trim:
-      return 168;
-    case MediaTool::audio:
-      return 152;
+    case MediaTool::transform: return 148;
+    case MediaTool::filter: return 192;
+    case MediaTool::adjust: return 176;
+    case MediaTool::focus: return 100;
+    case MediaTool::trim: return 168;
+    case MediaTool::audio: return 152;
   }
   return 0;
 }
