@@ -178,21 +178,22 @@ TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
 }
 
 TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
-  enum class Outcome { nothing, cancelError, videoError, alert };
+  enum class Stop { none, card, close };  // what the user did before the result came
   struct Case {
     bool cancelled;
-    bool cancelledByCard;  // the flow still runs when the result comes
+    Stop stop;
     bool host;
-    Outcome outcome;
+    std::vector<std::string> errors;  // what the host heard, in order
+    size_t alerts;
   };
+  const std::string cancel = "Export cancelled by user", setup = "Failed to set up asset writer";
   const Case cases[] = {
-      {true, true, true, Outcome::cancelError},
-      {true, true, false, Outcome::nothing},
-      {false, false, true, Outcome::videoError},
-      {false, false, false, Outcome::alert},
+      {true, Stop::card, true, {cancel}, 0}, {true, Stop::card, false, {}, 0},  {true, Stop::close, true, {cancel}, 0},
+      {false, Stop::none, true, {setup}, 0}, {false, Stop::none, false, {}, 1}, {false, Stop::close, true, {cancel}, 0},
+      {false, Stop::close, false, {}, 1},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(::testing::Message() << c.cancelled << c.host);
+    SCOPED_TRACE(::testing::Message() << c.cancelled << int(c.stop) << c.host);
     screen = std::make_shared<FakeScreen>();
     videoLoader->video = std::make_shared<FakeVideo>();
     delegate->errors.clear();
@@ -200,21 +201,16 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
     if (!c.host) session->setDelegate({});
     commit(*session, withExposure(0.5f));
     session->shareTapped();
-    if (c.cancelledByCard) screen->progressViews[0]->onCancel();
-    EXPECT_EQ(videoLoader->video->cancels, c.cancelledByCard ? 1 : 0);
-    EXPECT_TRUE(session->isExporting());
+    if (c.stop == Stop::card) screen->progressViews[0]->onCancel();
+    if (c.stop == Stop::close) session->closeTapped();
+    EXPECT_EQ(videoLoader->video->cancels, c.stop == Stop::none ? 0 : 1);
     videoLoader->video->completions[0](
         platform::unexpected(c.cancelled ? VideoRenderError::cancelled() : VideoRenderError::writerSetupFailed()));
     EXPECT_FALSE(session->isExporting());
-    EXPECT_EQ(delegate->errors.size(),
-              (c.outcome == Outcome::cancelError || c.outcome == Outcome::videoError) ? 1u : 0u);
-    EXPECT_EQ(screen->alerts.size(), c.outcome == Outcome::alert ? 1u : 0u);
-    if (c.outcome == Outcome::cancelError) {
-      EXPECT_EQ(delegate->errors[0].code, kUserCancelledErrorCode);
-    }
-    if (c.outcome == Outcome::videoError) {
-      EXPECT_EQ(delegate->errors[0].localizedDescription, "Failed to set up asset writer");
-    }
+    std::vector<std::string> heard;
+    for (const auto& error : delegate->errors) heard.push_back(error.localizedDescription);
+    EXPECT_EQ(heard, c.errors);
+    EXPECT_EQ(screen->alerts.size(), c.alerts);
   }
 }
 
