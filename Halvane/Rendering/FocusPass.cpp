@@ -24,7 +24,7 @@ constexpr std::uint32_t kModeZoom = 5, kModeMotion = 6, kModeBokeh = 7, kModeIri
 // Texels that the largest aperture's radius and the longest streak span on their
 // level: what the lens and streak steps spend a texel, whatever the blur.
 constexpr float kLensTexels[2] = {6, 10};     // preview, finished image
-constexpr float kStreakTexels[2] = {24, 48};
+constexpr float kStreakTexels[2] = {32, 48};
 
 constexpr std::uint32_t kGroupSide = 16;
 constexpr std::uint32_t kIntermediateUsage = TextureUsage::shaderRead | TextureUsage::shaderWrite;

@@ -20,10 +20,10 @@ float polygonScale() {
   return sqrt(6.2831853 / (n * sin(6.2831853 / n)));
 }
 
-// Sigma (pixels) of the smooth modes: the gaussians, and the depth mode's defocus disc
+// Sigma (pixels) of the smooth modes at a blur fraction (areaBlurFraction): the gaussians, and the depth mode's defocus disc
 // of radius r, whose spread is that of a gaussian of sigma r / 2.
-float smoothSigma(vec2 p) {
-  float size = areaBlurFraction(p) * u.focusStrength * focusShortSide();
+float smoothSigma(float blurFraction) {
+  float size = blurFraction * u.focusStrength * focusShortSide();
   return u.focusMode == FOCUS_DEPTH ? 0.5 * LENS_RADIUS_FRACTION * size : GAUSS_SIGMA_FRACTION * size;
 }
 

@@ -83,14 +83,19 @@ float localDetail(vec2 p) {
 // through the focus centre, moved by focusDepth - 0.5, so a tap on a subject focuses
 // there. Sharp, contrasty areas are taken to lie near the plane of focus (they are
 // what the camera focused on); flat areas such as sky keep their distance.
-float depthBlurFraction(vec2 p) {
+// `detail` is localDetail at p, or a close interpolation of it.
+float depthBlurFractionWithDetail(vec2 p, float detail) {
   float height = float(u.outputHeight);
   float depth = 1.0 - p.y / height;
   float plane = clamp(1.0 - u.focusCenterY + (u.focusDepth - 0.5), 0.0, 1.0);
-  float separation = abs(depth - plane) * (1.0 - 0.6 * localDetail(p));
+  float separation = abs(depth - plane) * (1.0 - 0.6 * detail);
   // A small depth of field around the plane, then blur growing with the distance.
   float depthFraction = smoothstep(0.04, 0.45, separation);
   return ellipseBlurFraction(p) * mix(1.0, depthFraction, u.depthMix);
+}
+
+float depthBlurFraction(vec2 p) {
+  return depthBlurFractionWithDetail(p, localDetail(p));
 }
 
 // The blur fraction of the pixel, from 0 (sharp) to 1 (full blur), for every mode that

@@ -30,6 +30,66 @@ layout(set = 0, binding = 15) uniform sampler2D level6;
 layout(set = 0, binding = 16) uniform sampler2D level7;
 layout(set = 0, binding = 17) uniform sampler2D level8;
 
+shared float srgbToLinearTable[256];
+// The depth mode's localDetail at the corners of a 4-pixel grid over the group's tile:
+// it varies slowly (its samples are a hundredth of the picture apart), so each pixel
+// interpolates it instead of reading nine samples of its own.
+shared float detailGrid[25];
+
+float interpolatedDetail(vec2 p) {
+  vec2 g = (p - vec2(gl_WorkGroupID.xy * 16u)) / 4.0;
+  ivec2 i = min(ivec2(g), ivec2(3));
+  vec2 f = g - vec2(i);
+  int at = i.y * 5 + i.x;
+  return mix(mix(detailGrid[at], detailGrid[at + 1], f.x), mix(detailGrid[at + 5], detailGrid[at + 6], f.x), f.y);
+}
+
+vec3 decodeTexel(ivec2 t) {
+  ivec3 index = ivec3(texelFetch(inputTexture, t, 0).rgb * 255.0 + 0.5);
+  return vec3(srgbToLinearTable[index.r], srgbToLinearTable[index.g], srgbToLinearTable[index.b]);
+}
+
+// Edge protection: colours are compared on a square-root scale, close to how the eye
+// grades them, which is how levels store them. focusStrength sets the spatial size;
+// edgeProtect how far a colour may differ before it stops the blur (0: never, a
+// plain gaussian).
+float rangeWeightScale() {
+  if (u.focusMode != FOCUS_EDGE) return 0.0;
+  float e = u.edgeProtect;
+  float sigmaRange = 0.04;  // at edgeProtect 1, about 10 code values
+  return e * e / (2.0 * sigmaRange * sigmaRange);
+}
+
+// Below the pyramid's first level (sigma 2) a gaussian is gathered from the pixels
+// themselves, truncated at 3 sigma and renormalised inside the picture: at most 13 by
+// 13 texels, and only for the pixels blurred that little.
+vec3 gatherSmallGaussian(ivec2 pos, float sigma, vec3 centre) {
+  int reach = min(int(ceil(3.0 * sigma)), 6);
+  float supportSq = 9.0 * sigma * sigma;
+  float invTwoSigmaSq = 1.0 / (2.0 * sigma * sigma);
+  float scale = rangeWeightScale();
+  vec3 centrePerceptual = sqrt(centre);
+  ivec2 size = ivec2(u.outputWidth, u.outputHeight);
+  vec3 sum = vec3(0.0);
+  float weight = 0.0;
+  for (int dy = -reach; dy <= reach; ++dy) {
+    for (int dx = -reach; dx <= reach; ++dx) {
+      ivec2 t = pos + ivec2(dx, dy);
+      float dSq = float(dx * dx + dy * dy);
+      if (dSq > supportSq || any(lessThan(t, ivec2(0))) || any(greaterThanEqual(t, size))) continue;
+      vec3 l = decodeTexel(t);
+      float w = exp(-dSq * invTwoSigmaSq);
+      if (scale > 0.0) {
+        vec3 difference = sqrt(l) - centrePerceptual;
+        w *= exp(-dot(difference, difference) * scale);
+      }
+      sum += w * l;
+      weight += w;
+    }
+  }
+  return sum / weight;
+}
+
 #define READ_LEVEL(L) textureLod(L, p / (factor * vec2(textureSize(L, 0))), 0.0).rgb
 
 // The stored (square-root) light of level k at output point p, bilinearly.
@@ -66,23 +126,20 @@ LevelPair levelsAround(float sigma) {
   return LevelPair(k, clamp((s - lo) / (hi - lo), 0.0, 1.0));
 }
 
-vec3 smoothBlur(vec2 p, vec3 centre, float sigma) {
+vec3 smoothBlur(ivec2 pos, vec2 p, vec3 centre, float sigma) {
+  if (sigma < 2.0) return gatherSmallGaussian(pos, sigma, centre);
   LevelPair pair = levelsAround(sigma);
-  vec3 lower = pair.lower == 0 ? centre : pyramidLevel(pair.lower, p);
-  return mix(lower, pyramidLevel(pair.lower + 1, p), pair.t);
+  return mix(pyramidLevel(pair.lower, p), pyramidLevel(pair.lower + 1, p), pair.t);
 }
 
-// Edge protection: colours are compared on a square-root scale, close to how the eye
-// grades them, which is how levels store them. focusStrength sets the spatial size;
-// edgeProtect how far a colour may differ before it stops the blur from growing (0:
-// never, a plain gaussian). Across an edge the wider levels mix in the other side and
-// differ from the pixel, so the pixel keeps a smaller blur there.
-vec3 edgeAwareBlur(vec2 p, vec3 centre, float sigma) {
-  float e = u.edgeProtect;
-  float sigmaRange = 0.04;  // at edgeProtect 1, about 10 code values
-  float scale = e * e / (2.0 * sigmaRange * sigmaRange);
+// Edge protection over the pyramid: across an edge the wider levels mix in the other
+// side and differ from the pixel, so the pixel stops climbing and keeps a smaller blur
+// there. The climb starts from the pixel's own small gaussian, range-weighted.
+vec3 edgeAwareBlur(ivec2 pos, vec2 p, vec3 centre, float sigma) {
+  float scale = rangeWeightScale();
   vec3 centrePerceptual = sqrt(centre);
   LevelPair pair = levelsAround(sigma);
+  if (sigma < 2.0) return gatherSmallGaussian(pos, sigma, centre);
   vec3 value = centre;
   float trust = 1.0;
   for (int k = 1; k <= pair.lower + 1; ++k) {
@@ -96,6 +153,11 @@ vec3 edgeAwareBlur(vec2 p, vec3 centre, float sigma) {
 }
 
 void main() {
+  uint local = gl_LocalInvocationIndex;
+  srgbToLinearTable[local] = srgbToLinear(float(local) / 255.0);
+  if (u.focusMode == FOCUS_DEPTH && local < 25u)
+    detailGrid[local] = localDetail(vec2(gl_WorkGroupID.xy * 16u) + 4.0 * vec2(float(local % 5u), float(local / 5u)));
+  barrier();
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   if (any(greaterThanEqual(pos, ivec2(u.outputWidth, u.outputHeight)))) return;
   vec4 source = texelFetch(inputTexture, pos, 0);
@@ -113,17 +175,19 @@ void main() {
       imageStore(outputImage, pos, source);
       return;
     }
-    vec3 centre = vec3(srgbToLinear(source.r), srgbToLinear(source.g), srgbToLinear(source.b));
+    vec3 centre = decodeTexel(pos);
     result = mix(centre, decodeLevel(storedLevel(1, p, f)), clamp(size / f, 0.0, 1.0));
   } else {
-    float sigma = smoothSigma(p);
+    float fraction = u.focusMode == FOCUS_DEPTH ? depthBlurFractionWithDetail(p, interpolatedDetail(p))
+                                                : areaBlurFraction(p);
+    float sigma = smoothSigma(fraction);
     float support = u.focusMode == FOCUS_DEPTH ? 2.0 * sigma : 3.0 * sigma;
     if (support < SHARP_RADIUS) {
       imageStore(outputImage, pos, source);
       return;
     }
-    vec3 centre = vec3(srgbToLinear(source.r), srgbToLinear(source.g), srgbToLinear(source.b));
-    result = u.focusMode == FOCUS_EDGE ? edgeAwareBlur(p, centre, sigma) : smoothBlur(p, centre, sigma);
+    vec3 centre = decodeTexel(pos);
+    result = u.focusMode == FOCUS_EDGE ? edgeAwareBlur(pos, p, centre, sigma) : smoothBlur(pos, p, centre, sigma);
   }
   imageStore(outputImage, pos, vec4(linearToSrgb(result), source.a));
 }

@@ -15,6 +15,20 @@ float texelJitter(ivec2 pos) {
   return fract(52.9829189 * fract(dot(vec2(pos), vec2(0.06711056, 0.00583715))));
 }
 
+// Linear light at a point between texel centres: the four texels around it decoded
+// first and then interpolated, so that a step across an edge averages light.
+vec3 linearAt(vec2 point) {
+  vec2 t = point - 0.5;
+  ivec2 base = ivec2(floor(t));
+  vec2 f = t - vec2(base);
+  ivec2 top = stepTargetSize() - 1;
+  vec3 c00 = decodeLevel(texelFetch(inputTexture, clamp(base, ivec2(0), top), 0).rgb);
+  vec3 c10 = decodeLevel(texelFetch(inputTexture, clamp(base + ivec2(1, 0), ivec2(0), top), 0).rgb);
+  vec3 c01 = decodeLevel(texelFetch(inputTexture, clamp(base + ivec2(0, 1), ivec2(0), top), 0).rgb);
+  vec3 c11 = decodeLevel(texelFetch(inputTexture, clamp(base + ivec2(1, 1), ivec2(0), top), 0).rgb);
+  return mix(mix(c00, c10, f.x), mix(c01, c11, f.x), f.y);
+}
+
 void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   ivec2 size = stepTargetSize();
@@ -37,7 +51,7 @@ void main() {
   for (int i = 0; i < count; ++i) {
     vec2 s = q - halfLength + 2.0 * halfLength * ((float(i) + jitter) / float(count));
     if (any(lessThan(s, vec2(0.0))) || any(greaterThan(s, extent))) continue;
-    sum += decodeLevel(textureLod(inputTexture, s / extent, 0.0).rgb);
+    sum += linearAt(s);
     weight += 1.0;
   }
   imageStore(outputImage, pos, weight > 0.0 ? encodeLevel(sum / weight) : own);
