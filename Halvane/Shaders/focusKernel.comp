@@ -62,7 +62,8 @@ float rangeWeightScale() {
 
 // Below the pyramid's first level (sigma 2) a gaussian is gathered from the pixels
 // themselves, truncated at 3 sigma and renormalised inside the picture: at most 13 by
-// 13 texels, and only for the pixels blurred that little.
+// 13 texels, and only for the pixels blurred that little (the edge of the sharp
+// region, or a very light blur).
 vec3 gatherSmallGaussian(ivec2 pos, float sigma, vec3 centre) {
   int reach = min(int(ceil(3.0 * sigma)), 6);
   float supportSq = 9.0 * sigma * sigma;
@@ -134,15 +135,17 @@ vec3 smoothBlur(ivec2 pos, vec2 p, vec3 centre, float sigma) {
 
 // Edge protection over the pyramid: across an edge the wider levels mix in the other
 // side and differ from the pixel, so the pixel stops climbing and keeps a smaller blur
-// there. The climb starts from the pixel's own small gaussian, range-weighted.
+// there. The climb tests the three levels up to the pixel's sigma (from half of it
+// on); below sigma 2 the pixel gathers its own small gaussian, range-weighted.
 vec3 edgeAwareBlur(ivec2 pos, vec2 p, vec3 centre, float sigma) {
+  if (sigma < 2.0) return gatherSmallGaussian(pos, sigma, centre);
   float scale = rangeWeightScale();
   vec3 centrePerceptual = sqrt(centre);
   LevelPair pair = levelsAround(sigma);
-  if (sigma < 2.0) return gatherSmallGaussian(pos, sigma, centre);
   vec3 value = centre;
   float trust = 1.0;
-  for (int k = 1; k <= pair.lower + 1; ++k) {
+  int first = max(pair.lower - 1, 1);
+  for (int k = first; k <= pair.lower + 1; ++k) {
     vec3 stored = storedLevel(k, p, exp2(float(k)));
     vec3 difference = stored - centrePerceptual;
     trust = min(trust, exp(-dot(difference, difference) * scale));
