@@ -68,8 +68,9 @@ FocusPlan planFocus(const RenderUniforms& u) {
       const bool depth = u.focusMode == kModeDepth;
       const float sigma = (depth ? 0.5f * kLensRadiusFraction : kGaussSigmaFraction) * u.focusStrength * shortSide;
       if ((depth ? 2 : 3) * sigma < kSharpRadius) return {};
-      const auto levels = std::uint32_t(std::ceil(std::log2(std::max(sigma, 2.0f))));
-      return {FocusPlan::Kind::pyramid, std::clamp<std::uint32_t>(levels, 1, FocusPass::maxPyramidLevels), 1};
+      // Below sigma 2 the last step gathers pixels itself and needs no level.
+      const auto levels = sigma < 2 ? 0u : std::uint32_t(std::ceil(std::log2(sigma)));
+      return {FocusPlan::Kind::pyramid, std::min(levels, FocusPass::maxPyramidLevels), 1};
     }
   }
 }
@@ -79,6 +80,7 @@ struct FocusPass::Step {
   std::shared_ptr<Texture> input, output;
   FocusStep block;
   std::vector<std::shared_ptr<Texture>> levels;  // the composite's
+  std::shared_ptr<Texture> picture;              // the blur's, for the depth mode's detail
 };
 
 std::shared_ptr<FocusPass> FocusPass::make(const std::shared_ptr<Device>& device,
@@ -114,6 +116,8 @@ bool FocusPass::run(CommandBuffer& commandBuffer, const RenderUniforms& uniforms
   if (step.pipeline == compositePipeline_) {
     for (std::uint32_t i = 0; i < maxPyramidLevels; ++i)
       encoder->setTexture(i < step.levels.size() ? step.levels[i] : step.input, 2 + i);
+  } else if (step.pipeline == blurPipeline_) {
+    encoder->setTexture(step.picture, 2);
   }
   encoder->setBytes(&uniforms, sizeof uniforms, 0);
   encoder->setBytes(&step.block, sizeof step.block, 1);
@@ -152,7 +156,7 @@ bool FocusPass::encode(CommandBuffer& commandBuffer, const RenderUniforms& unifo
     return s;
   };
 
-  Step composite{compositePipeline_, source, target, block(width, height, width, height), {}};
+  Step composite{compositePipeline_, source, target, block(width, height, width, height), {}, {}};
   composite.block.sourceInput = 1;
   if (plan.kind == FocusPlan::Kind::pyramid) {
     // Level k holds a gaussian of sigma 2^k pixels, one texel of its own size: the
@@ -164,16 +168,18 @@ bool FocusPass::encode(CommandBuffer& commandBuffer, const RenderUniforms& unifo
       const std::uint32_t lw = (w + 1) / 2, lh = (h + 1) / 2;
       auto level = take(lw, lh), scratch = take(lw, lh);
       if (!level || !scratch) return false;
-      Step reduce{reducePipeline_, below, level, block(w, h, lw, lh), {}};
+      Step reduce{reducePipeline_, below, level, block(w, h, lw, lh), {}, {}};
       reduce.block.factor = 2;
       reduce.block.sourceInput = k == 1 ? 1 : 0;
       const float belowVariance = k == 1 ? 0.0f : 0.25f;
       const float sigma = std::sqrt(1.0f - belowVariance - 0.0625f);
-      Step across{blurPipeline_, level, scratch, block(lw, lh, lw, lh), {}};
+      Step across{blurPipeline_, level, scratch, block(lw, lh, lw, lh), {}, source};
       across.block.sigma = sigma;
-      Step down{blurPipeline_, scratch, level, block(lw, lh, lw, lh), {}};
+      Step down{blurPipeline_, scratch, level, block(lw, lh, lw, lh), {}, source};
       down.block.sigma = sigma;
       down.block.axis = 1;
+      down.block.factor = 1u << k;
+      down.block.storeDetail = uniforms.focusMode == kModeDepth && k == std::min(plan.levelCount, 2u) ? 1 : 0;
       if (!run(commandBuffer, uniforms, reduce) || !run(commandBuffer, uniforms, across) ||
           !run(commandBuffer, uniforms, down))
         return false;
@@ -186,11 +192,11 @@ bool FocusPass::encode(CommandBuffer& commandBuffer, const RenderUniforms& unifo
     const std::uint32_t lw = (width + f - 1) / f, lh = (height + f - 1) / f;
     auto reduced = take(lw, lh), gathered = take(lw, lh);
     if (!reduced || !gathered) return false;
-    Step reduce{reducePipeline_, source, reduced, block(width, height, lw, lh), {}};
+    Step reduce{reducePipeline_, source, reduced, block(width, height, lw, lh), {}, {}};
     reduce.block.factor = f;
     reduce.block.sourceInput = 1;
     Step gather{plan.kind == FocusPlan::Kind::lens ? lensPipeline_ : streakPipeline_, reduced, gathered,
-                block(lw, lh, lw, lh), {}};
+                block(lw, lh, lw, lh), {}, {}};
     gather.block.factor = f;
     if (!run(commandBuffer, uniforms, reduce) || !run(commandBuffer, uniforms, gather)) return false;
     composite.levels.push_back(gathered);

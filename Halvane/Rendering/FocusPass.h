@@ -28,7 +28,7 @@ struct FocusStep {
   float sigma = 0;
   std::uint32_t sourceInput = 0;
   std::uint32_t levelCount = 0;
-  std::uint32_t reserved0 = 0;
+  std::uint32_t storeDetail = 0;
   std::uint32_t reserved1 = 0;
   std::uint32_t reserved2 = 0;
 };
@@ -39,7 +39,8 @@ static_assert(sizeof(FocusStep) == 48);
 struct FocusPlan {
   enum class Kind { copy, pyramid, lens, streak };
   Kind kind = Kind::copy;
-  std::uint32_t levelCount = 0;  // pyramid: level k holds sigma 2^k pixels at 1 / 2^k
+  std::uint32_t levelCount = 0;  // pyramid: level k holds sigma 2^k pixels at 1 / 2^k;
+                                 // none when every sigma is under 2 pixels
   std::uint32_t factor = 1;      // lens, streak: output pixels per texel of the level
 };
 FocusPlan planFocus(const RenderUniforms& uniforms);

@@ -10,8 +10,8 @@ layout(set = 0, binding = 1, std140) uniform FocusStepBlock {
   uint axis;          // 20: blur: 0 along x, 1 along y
   float sigma;        // 24: blur: sigma in texels
   uint sourceInput;   // 28: 1 when texture 0 holds code values of the picture, 0 a level
-  uint levelCount;    // 32: composite: the levels bound from texture 2 on
-  uint reserved0;     // 36
+  uint levelCount;    // 32: composite: the levels bound from texture 2 on (may be none)
+  uint storeDetail;   // 36: blur: 1 to keep the depth mode's localDetail in alpha
   uint reserved1;     // 40
   uint reserved2;     // 44
 } focusStep;

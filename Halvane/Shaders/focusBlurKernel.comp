@@ -4,7 +4,11 @@
 // down, make the level's separable blur.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
+#include "FocusRegion.glsl"
 #include "FocusStep.glsl"
+
+// Texture 2: the picture, for the depth mode's measure of detail.
+layout(set = 0, binding = 10) uniform sampler2D picture;
 
 void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
@@ -29,5 +33,9 @@ void main() {
     w *= ratio;
     ratio *= ratioStep;
   }
-  imageStore(outputImage, pos, encodeLevel(sum / weight));
+  vec4 stored = encodeLevel(sum / weight);
+  // The depth mode's localDetail varies slowly (its samples are a hundredth of the
+  // picture apart), so one level keeps it for the last step to interpolate.
+  if (focusStep.storeDetail != 0u) stored.a = localDetailIn(picture, (vec2(pos) + 0.5) * float(focusStep.factor));
+  imageStore(outputImage, pos, stored);
 }

@@ -30,23 +30,11 @@ layout(set = 0, binding = 15) uniform sampler2D level6;
 layout(set = 0, binding = 16) uniform sampler2D level7;
 layout(set = 0, binding = 17) uniform sampler2D level8;
 
-shared float srgbToLinearTable[256];
-// The depth mode's localDetail at the corners of a 4-pixel grid over the group's tile:
-// it varies slowly (its samples are a hundredth of the picture apart), so each pixel
-// interpolates it instead of reading nine samples of its own.
-shared float detailGrid[25];
-
-float interpolatedDetail(vec2 p) {
-  vec2 g = (p - vec2(gl_WorkGroupID.xy * 16u)) / 4.0;
-  ivec2 i = min(ivec2(g), ivec2(3));
-  vec2 f = g - vec2(i);
-  int at = i.y * 5 + i.x;
-  return mix(mix(detailGrid[at], detailGrid[at + 1], f.x), mix(detailGrid[at + 5], detailGrid[at + 6], f.x), f.y);
-}
-
+// Decoded with the transfer curve itself: a table in group memory would need a
+// barrier, which on a CPU device costs more than the few pixels each one decodes.
 vec3 decodeTexel(ivec2 t) {
-  ivec3 index = ivec3(texelFetch(inputTexture, t, 0).rgb * 255.0 + 0.5);
-  return vec3(srgbToLinearTable[index.r], srgbToLinearTable[index.g], srgbToLinearTable[index.b]);
+  vec3 c = texelFetch(inputTexture, t, 0).rgb;
+  return vec3(srgbToLinear(c.r), srgbToLinear(c.g), srgbToLinear(c.b));
 }
 
 // Edge protection: colours are compared on a square-root scale, close to how the eye
@@ -107,6 +95,15 @@ vec3 storedLevel(int k, vec2 p, float factor) {
   }
 }
 
+// The depth mode's localDetail, kept in the alpha of level min(2, levelCount), or
+// measured here when there is no level.
+float detailAt(vec2 p) {
+  if (focusStep.levelCount == 0u) return localDetail(p);
+  float factor = focusStep.levelCount >= 2u ? 4.0 : 2.0;
+  return focusStep.levelCount >= 2u ? textureLod(level2, p / (factor * vec2(textureSize(level2, 0))), 0.0).a
+                                    : textureLod(level1, p / (factor * vec2(textureSize(level1, 0))), 0.0).a;
+}
+
 vec3 pyramidLevel(int k, vec2 p) {
   return decodeLevel(storedLevel(k, p, exp2(float(k))));
 }
@@ -156,15 +153,10 @@ vec3 edgeAwareBlur(ivec2 pos, vec2 p, vec3 centre, float sigma) {
 }
 
 void main() {
-  uint local = gl_LocalInvocationIndex;
-  srgbToLinearTable[local] = srgbToLinear(float(local) / 255.0);
-  if (u.focusMode == FOCUS_DEPTH && local < 25u)
-    detailGrid[local] = localDetail(vec2(gl_WorkGroupID.xy * 16u) + 4.0 * vec2(float(local % 5u), float(local / 5u)));
-  barrier();
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   if (any(greaterThanEqual(pos, ivec2(u.outputWidth, u.outputHeight)))) return;
   vec4 source = texelFetch(inputTexture, pos, 0);
-  if (u.focusStrength <= 0.0 || u.focusMode == 0u || u.focusMode > FOCUS_EDGE || focusStep.levelCount == 0u) {
+  if (u.focusStrength <= 0.0 || u.focusMode == 0u || u.focusMode > FOCUS_EDGE) {
     imageStore(outputImage, pos, source);
     return;
   }
@@ -181,8 +173,7 @@ void main() {
     vec3 centre = decodeTexel(pos);
     result = mix(centre, decodeLevel(storedLevel(1, p, f)), clamp(size / f, 0.0, 1.0));
   } else {
-    float fraction = u.focusMode == FOCUS_DEPTH ? depthBlurFractionWithDetail(p, interpolatedDetail(p))
-                                                : areaBlurFraction(p);
+    float fraction = u.focusMode == FOCUS_DEPTH ? depthBlurFractionWithDetail(p, detailAt(p)) : areaBlurFraction(p);
     float sigma = smoothSigma(fraction);
     float support = u.focusMode == FOCUS_DEPTH ? 2.0 * sigma : 3.0 * sigma;
     if (support < SHARP_RADIUS) {
