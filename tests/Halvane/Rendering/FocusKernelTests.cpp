@@ -345,5 +345,42 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOther) {
   EXPECT_GE(share, 0.05);
 }
 
+TEST(FocusPlan, WorkPerPixelStaysBoundedWhateverTheBlur) {
+  // On 4000 by 3000 the levels follow the largest blur, so a texel's work does not
+  // grow with it: the pyramid gets one level an octave of sigma, the lens level keeps
+  // the aperture at 6 texels (10 for a finished image), the streak level the streak
+  // at 32 (48). Small blurs need no level at all.
+  struct Case {
+    int mode;
+    float strength;
+    bool finalOutput;
+    FocusPlan::Kind kind;
+    uint32_t levels, factor;
+  };
+  using Kind = FocusPlan::Kind;
+  const Case cases[] = {
+      {4, 0.5f, false, Kind::pyramid, 5, 1},   // sigma 18
+      {4, 1.0f, true, Kind::pyramid, 6, 1},    // sigma 36
+      {4, 0.05f, false, Kind::pyramid, 0, 1},  // sigma 1.8: gathered directly
+      {4, 0.004f, false, Kind::copy, 0, 1},    // 3 sigma under half a pixel
+      {9, 0.75f, false, Kind::pyramid, 6, 1},  // depth: sigma of the disc, 33.75
+      {7, 0.75f, false, Kind::lens, 1, 12},    // disc of 67.5 pixels
+      {7, 0.75f, true, Kind::lens, 1, 7},
+      {6, 0.5f, false, Kind::streak, 1, 4},    // streak of 120 pixels
+      {6, 0.5f, true, Kind::streak, 1, 3},
+      {5, 0.5f, false, Kind::streak, 1, 10},   // 312.5 pixels from the farthest corner
+      {0, 1.0f, false, Kind::copy, 0, 1},
+  };
+  for (const Case& c : cases) {
+    EditState state = focusStarted(c.mode);
+    state.focusStrength = c.strength;
+    const FocusPlan plan = planFocus(makeUniforms(4000, 3000, state, c.finalOutput));
+    const std::string what = std::string(kModeNames[c.mode]) + " " + std::to_string(c.strength);
+    EXPECT_EQ(plan.kind, c.kind) << what;
+    EXPECT_EQ(plan.levelCount, c.levels) << what;
+    EXPECT_EQ(plan.factor, c.factor) << what;
+  }
+}
+
 }  // namespace
 }  // namespace halvane
