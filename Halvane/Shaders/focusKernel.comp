@@ -1,13 +1,14 @@
 #version 450
 // The focus pass's last step, at full resolution: eleven effects that blur parts of
 // the picture, by focusMode, from levels that earlier steps reduced and blurred
-// (FocusPass.cpp), so that the work per pixel stays the same whatever the blur.
+// (FocusPass.cpp), so that the work per pixel does not grow with the blur.
 //
 // Every blur averages linear light, and every pixel has its own blur size, from zero
 // at the edge of the sharp region to the full size at the outer edge of the feather.
 // Smooth modes (radial, linear, mirrored, gaussian, depth, edge) read a pyramid whose
 // level k holds a gaussian of sigma 2^k pixels at 1 / 2^k of the size, and interpolate
-// between the two levels around the pixel's sigma. The edge mode climbs the pyramid
+// between the two levels around the pixel's sigma; below sigma 2 a pixel gathers its
+// neighbours itself (at most 13 by 13). The edge mode climbs the pyramid
 // only as far as the blurred colour still resembles the pixel's. Lens modes (bokeh,
 // iris) and streak modes (zoom, motion) read one reduced level that their own step
 // gathered, and fade into the sharp picture where the blur is smaller than a texel of
