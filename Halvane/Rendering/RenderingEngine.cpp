@@ -92,7 +92,8 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   };
   geometryPipeline_ = makePipeline("geometryKernel");
   colorPipeline_ = makePipeline("colorKernel");
-  focusPipeline_ = makePipeline("focusKernel");
+  focusPass_ = FocusPass::make(metalDevice_, library_, texturePool_, &error);
+  if (!focusPass_) fatalError(error);
 
   RenderPipelineDescriptor display;
   display.library = library_;
@@ -190,18 +191,12 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     releaseWhenDone({first});
     return second;
   }
-  auto focus = commandBuffer.computeCommandEncoder();
-  if (!focus) {
+  if (!focusPass_->encode(commandBuffer, uniforms, second, third)) {
+    // Nothing encoded writes `third`; `second` goes to the caller as the result.
     pool->release(third);
     releaseWhenDone({first});
     return second;
   }
-  focus->setComputePipelineState(focusPipeline_);
-  focus->setTexture(second, 0);
-  focus->setTexture(third, 1);
-  focus->setBytes(&uniforms, sizeof uniforms, 0);
-  dispatch(*focus, width, height);
-  focus->endEncoding();
   releaseWhenDone({first, second});
   return third;
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Halvane/Model/EditState.h"
+#include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/TexturePool.h"
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/NotificationCenter.h"
@@ -118,7 +119,7 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<TexturePool> texturePool_;
   std::shared_ptr<platform::gpu::ComputePipelineState> geometryPipeline_;
   std::shared_ptr<platform::gpu::ComputePipelineState> colorPipeline_;
-  std::shared_ptr<platform::gpu::ComputePipelineState> focusPipeline_;
+  std::shared_ptr<FocusPass> focusPass_;
   bool supportsNonUniformThreadgroups_ = false;
   std::shared_ptr<platform::gpu::Library> library_;
   std::shared_ptr<platform::gpu::RenderPipelineState> displayPipeline_;

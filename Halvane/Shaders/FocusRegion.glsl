@@ -61,13 +61,13 @@ float lineNormalDistance(vec2 p) {
 // Mean luminance contrast of a 3 by 3 neighbourhood spread over a small fraction of the
 // picture: 0 on flat areas, 1 on sharp detail. Smooth in position, so a blur radius
 // that depends on it does not flicker from pixel to pixel.
-float localDetail(vec2 p) {
+float localDetailIn(sampler2D picture, vec2 p) {
   float spacing = max(1.0, 0.004 * focusShortSide());
   vec2 size = vec2(float(u.outputWidth), float(u.outputHeight));
   float sum = 0.0, sumSq = 0.0;
   for (int j = -1; j <= 1; ++j) {
     for (int i = -1; i <= 1; ++i) {
-      vec3 c = textureLod(inputTexture, (p + vec2(i, j) * spacing) / size, 0.0).rgb;
+      vec3 c = textureLod(picture, (p + vec2(i, j) * spacing) / size, 0.0).rgb;
       float l = dot(c, vec3(0.2126, 0.7152, 0.0722));
       sum += l;
       sumSq += l * l;
@@ -83,14 +83,23 @@ float localDetail(vec2 p) {
 // through the focus centre, moved by focusDepth - 0.5, so a tap on a subject focuses
 // there. Sharp, contrasty areas are taken to lie near the plane of focus (they are
 // what the camera focused on); flat areas such as sky keep their distance.
-float depthBlurFraction(vec2 p) {
+float localDetail(vec2 p) {
+  return localDetailIn(inputTexture, p);
+}
+
+// `detail` is localDetail at p, or a close interpolation of it.
+float depthBlurFractionWithDetail(vec2 p, float detail) {
   float height = float(u.outputHeight);
   float depth = 1.0 - p.y / height;
   float plane = clamp(1.0 - u.focusCenterY + (u.focusDepth - 0.5), 0.0, 1.0);
-  float separation = abs(depth - plane) * (1.0 - 0.6 * localDetail(p));
+  float separation = abs(depth - plane) * (1.0 - 0.6 * detail);
   // A small depth of field around the plane, then blur growing with the distance.
   float depthFraction = smoothstep(0.04, 0.45, separation);
   return ellipseBlurFraction(p) * mix(1.0, depthFraction, u.depthMix);
+}
+
+float depthBlurFraction(vec2 p) {
+  return depthBlurFractionWithDetail(p, localDetail(p));
 }
 
 // The blur fraction of the pixel, from 0 (sharp) to 1 (full blur), for every mode that

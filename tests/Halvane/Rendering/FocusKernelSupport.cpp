@@ -50,12 +50,19 @@ FocusKernelRunner::FocusKernelRunner() {
     return;
   }
   queue_ = device_->newCommandQueue();
-  auto pipeline = device_->newComputePipelineState(library, "focusKernel", &error);
-  if (!queue_ || !pipeline) {
-    whyNotReady_ = "focusKernel could not be made: " + error;
+  pool_ = std::make_shared<TexturePool>(device_);
+  pass_ = FocusPass::make(device_, library, pool_, &error);
+  if (!queue_ || !pass_) {
+    whyNotReady_ = "the focus pass could not be made: " + error;
     return;
   }
-  pipeline_ = pipeline;
+  auto referenceLibrary = device_->newLibrary(HALVANE_FOCUS_REFERENCE_BUNDLE, &error);
+  if (referenceLibrary)
+    referencePipeline_ = device_->newComputePipelineState(referenceLibrary, "focusReferenceKernel", &error);
+  if (!referencePipeline_) {
+    pass_.reset();
+    whyNotReady_ = "the reference focus kernel could not be made: " + error;
+  }
 }
 
 Image FocusKernelRunner::run(const Image& input, const EditState& state, bool finalOutput) {
@@ -63,6 +70,29 @@ Image FocusKernelRunner::run(const Image& input, const EditState& state, bool fi
 }
 
 Image FocusKernelRunner::run(const Image& input, const RenderUniforms& block) {
+  return runEncoded(input, [&](gpu::CommandBuffer& commandBuffer, const auto& source, const auto& target) {
+    return pass_->encode(commandBuffer, block, source, target);
+  });
+}
+
+Image FocusKernelRunner::runReference(const Image& input, const EditState& state, bool finalOutput) {
+  const RenderUniforms block = makeUniforms(uint64_t(input.width), uint64_t(input.height), state, finalOutput);
+  return runEncoded(input, [&](gpu::CommandBuffer& commandBuffer, const auto& source, const auto& target) {
+    auto encoder = commandBuffer.computeCommandEncoder();
+    if (!encoder) return false;
+    encoder->setComputePipelineState(referencePipeline_);
+    encoder->setTexture(source, 0);
+    encoder->setTexture(target, 1);
+    encoder->setBytes(&block, sizeof block, 0);
+    encoder->dispatchThreadgroups({(block.outputWidth + 15) / 16, (block.outputHeight + 15) / 16, 1}, {16, 16, 1});
+    encoder->endEncoding();
+    return true;
+  });
+}
+
+Image FocusKernelRunner::runEncoded(
+    const Image& input, const std::function<bool(gpu::CommandBuffer&, const std::shared_ptr<gpu::Texture>&,
+                                                 const std::shared_ptr<gpu::Texture>&)>& encode) {
   const auto width = uint32_t(input.width), height = uint32_t(input.height);
   gpu::TextureDescriptor descriptor;
   descriptor.width = width;
@@ -76,15 +106,7 @@ Image FocusKernelRunner::run(const Image& input, const RenderUniforms& block) {
   source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
 
   auto commandBuffer = queue_->commandBuffer();
-  if (!commandBuffer) return {};
-  auto encoder = commandBuffer->computeCommandEncoder();
-  if (!encoder) return {};
-  encoder->setComputePipelineState(pipeline_);
-  encoder->setTexture(source, 0);
-  encoder->setTexture(target, 1);
-  encoder->setBytes(&block, sizeof block, 0);
-  encoder->dispatchThreadgroups({(width + 15) / 16, (height + 15) / 16, 1}, {16, 16, 1});
-  encoder->endEncoding();
+  if (!commandBuffer || !encode(*commandBuffer, source, target)) return {};
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
   if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};

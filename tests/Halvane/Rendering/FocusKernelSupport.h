@@ -1,9 +1,12 @@
 #pragma once
-// Runs "focusKernel" alone, straight through the GPU layer on the CPU device, so that
-// its tests see exactly what the pass does (the engine skips the pass at strength 0;
-// these tests must not). Also the CPU reference of the gaussian mode and small picture
-// helpers. One runner per test program; not thread-safe.
+// Runs the focus pass alone (FocusPass, every step of it), straight through the GPU
+// layer on the CPU device, so that its tests see exactly what the pass does (the
+// engine skips the pass at strength 0; these tests must not). Also runs the reference:
+// the single 2D gather per pixel that the pass replaced, kept as a test kernel, against
+// which the pass's quality is measured. And the CPU reference of the gaussian mode and
+// small picture helpers. One runner per test program; not thread-safe.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,6 +14,7 @@
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Model/FocusMode.h"
+#include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
@@ -28,7 +32,7 @@ class FocusKernelRunner {
   // Validation is on. When no device, bundle or kernel can be had, ready() is false
   // and whyNotReady() says why, for the test to skip.
   FocusKernelRunner();
-  bool ready() const { return pipeline_ != nullptr; }
+  bool ready() const { return pass_ != nullptr && referencePipeline_ != nullptr; }
   const std::string& whyNotReady() const { return whyNotReady_; }
   // Messages of the Vulkan validation layer since the last call.
   std::vector<std::string> takeValidationMessages();
@@ -37,11 +41,21 @@ class FocusKernelRunner {
   // builds it for a picture of the input's size with no crop.
   Image run(const Image& input, const EditState& state, bool finalOutput);
   Image run(const Image& input, const RenderUniforms& block);
+  // The reference gather over `input`, likewise.
+  Image runReference(const Image& input, const EditState& state, bool finalOutput);
+  // Intermediates the pass holds in the pool between runs.
+  const TexturePool& pool() const { return *pool_; }
 
  private:
+  Image runEncoded(const Image& input, const std::function<bool(platform::gpu::CommandBuffer&,
+                                                                const std::shared_ptr<platform::gpu::Texture>&,
+                                                                const std::shared_ptr<platform::gpu::Texture>&)>& encode);
+
   std::shared_ptr<platform::gpu::Device> device_;
   std::shared_ptr<platform::gpu::CommandQueue> queue_;
-  std::shared_ptr<platform::gpu::ComputePipelineState> pipeline_;
+  std::shared_ptr<TexturePool> pool_;
+  std::shared_ptr<FocusPass> pass_;
+  std::shared_ptr<platform::gpu::ComputePipelineState> referencePipeline_;
   std::string whyNotReady_;
   struct Messages {
     std::mutex lock;
