@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "Halvane/Rendering/BundleLocator.h"
+#include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Base/Fatal.h"
@@ -91,7 +92,7 @@ void RenderingEngine::start(RenderingEngineOptions options) {
     return pipeline;
   };
   geometryPipeline_ = makePipeline("geometryKernel");
-  colorPipeline_ = makePipeline("colorKernel");
+  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
   focusPipeline_ = makePipeline("focusKernel");
 
   RenderPipelineDescriptor display;
@@ -135,6 +136,9 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   if (!source || state.isDefault()) return source;
 
   const RenderUniforms uniforms = makeUniforms(source->width(), source->height(), state, finalOutput);
+  // All colour fields neutral: the colour pass is an exact identity and is left out.
+  const uint32_t colorParts = colorFeatures(uniforms);
+  const bool wantsColor = colorParts != 0;
   const bool wantsFocus = state.focusMode >= 1 && state.focusStrength > 0;
   const uint32_t width = uniforms.outputWidth;
   const uint32_t height = uniforms.outputHeight;
@@ -147,10 +151,13 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
 
   auto first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
   if (!first) return source;
-  auto second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
-  if (!second) {
-    pool->release(first);
-    return source;
+  std::shared_ptr<Texture> second;
+  if (wantsColor) {
+    second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+    if (!second) {
+      pool->release(first);
+      return source;
+    }
   }
 
   auto geometry = commandBuffer.computeCommandEncoder();
@@ -166,20 +173,29 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   dispatch(*geometry, width, height);
   geometry->endEncoding();
 
-  auto color = commandBuffer.computeCommandEncoder();
-  if (!color) {
-    // The geometry pass is encoded and still reads the source into `first`.
-    releaseWhenDone({first});
-    pool->release(second);
-    return source;
+  if (wantsColor) {
+    auto color = commandBuffer.computeCommandEncoder();
+    if (!color) {
+      // The geometry pass is encoded and still reads the source into `first`.
+      releaseWhenDone({first});
+      pool->release(second);
+      return source;
+    }
+    // A finished image waits for its variant (compiling costs less than running the
+    // general kernel over it); the preview never waits and meanwhile takes the general
+    // kernel, which gives the same pixels.
+    color->setComputePipelineState(finalOutput ? colorVariants_->pipelineWaiting(colorParts)
+                                               : colorVariants_->pipelineWithoutWaiting(colorParts));
+    color->setTexture(first, 0);
+    color->setTexture(second, 1);
+    color->setBytes(&uniforms, sizeof uniforms, 0);
+    color->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    dispatch(*color, width, height);
+    color->endEncoding();
+  } else {
+    // The geometry stage stands as the colour stage; nothing is left to release for it.
+    second = std::move(first);
   }
-  color->setComputePipelineState(colorPipeline_);
-  color->setTexture(first, 0);
-  color->setTexture(second, 1);
-  color->setBytes(&uniforms, sizeof uniforms, 0);
-  color->setThreadgroupMemoryLength(kColorTileBytes, 0);
-  dispatch(*color, width, height);
-  color->endEncoding();
 
   if (!wantsFocus) {
     releaseWhenDone({first});

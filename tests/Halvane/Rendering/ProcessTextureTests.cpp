@@ -84,14 +84,27 @@ TEST_F(ProcessTexture, DefaultStateIsTheSourceWithoutIntermediates) {
   EXPECT_EQ(pooled(), 0u);
 }
 
-TEST_F(ProcessTexture, TrimOnlyStateRunsTheChainAndLooksTheSame) {
+TEST_F(ProcessTexture, TrimOnlyStateRunsTheGeometryPassAloneAndLooksTheSame) {
   EditState state;
   state.trimEnd = 3;
   auto result = run(state);
   ASSERT_NE(result, source);
   EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, source).pixels);
+  // Every colour field is neutral, so the colour pass, an exact identity, is left out.
+  EXPECT_EQ(allocatorControl().allocations, 1);
   engine->texturePool()->release(result);
-  EXPECT_EQ(pooled(), 2u);
+  EXPECT_EQ(pooled(), 1u);
+}
+
+TEST_F(ProcessTexture, NeutralColourBeforeFocusLeavesOnlyTheColourPassOut) {
+  EditState neutralColour;
+  neutralColour.focusMode = 4;
+  neutralColour.focusStrength = 1;
+  auto result = run(neutralColour);
+  ASSERT_NE(result, source);
+  EXPECT_EQ(allocatorControl().allocations, 2);  // geometry, then focus
+  EXPECT_EQ(pooled(), 1u);                        // the geometry stage, once the GPU was done
+  engine->texturePool()->release(result);
 }
 
 TEST_F(ProcessTexture, FocusPassRunsOnlyWithModeAndStrength) {
