@@ -136,21 +136,29 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   if (!source || state.isDefault()) return source;
 
   const RenderUniforms uniforms = makeUniforms(source->width(), source->height(), state, finalOutput);
-  // All colour fields neutral: the colour pass is an exact identity and is left out.
+  // A pass that would be an exact identity is left out: the geometry pass without crop,
+  // turn, mirror or tilt, the colour pass when all its fields are neutral.
+  const bool wantsGeometry = !geometryIsIdentity(uniforms);
   const uint32_t colorParts = colorFeatures(uniforms);
   const bool wantsColor = colorParts != 0;
   const bool wantsFocus = state.focusMode >= 1 && state.focusStrength > 0;
+  if (!wantsGeometry && !wantsColor && !wantsFocus) return source;
   const uint32_t width = uniforms.outputWidth;
   const uint32_t height = uniforms.outputHeight;
   auto pool = texturePool_;
-  auto releaseWhenDone = [&commandBuffer, pool](std::vector<std::shared_ptr<Texture>> textures) {
-    commandBuffer.addCompletedHandler([pool, textures = std::move(textures)](CommandBuffer&) {
-      for (const auto& texture : textures) pool->release(texture);
+  // The source stands in for a stage that was left out; it never goes to the pool.
+  auto releaseWhenDone = [&commandBuffer, pool, source](std::vector<std::shared_ptr<Texture>> textures) {
+    commandBuffer.addCompletedHandler([pool, source, textures = std::move(textures)](CommandBuffer&) {
+      for (const auto& texture : textures)
+        if (texture != source) pool->release(texture);
     });
   };
 
-  auto first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
-  if (!first) return source;
+  std::shared_ptr<Texture> first;
+  if (wantsGeometry) {
+    first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+    if (!first) return source;
+  }
   std::shared_ptr<Texture> second;
   if (wantsColor) {
     second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
@@ -160,23 +168,26 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     }
   }
 
-  auto geometry = commandBuffer.computeCommandEncoder();
-  if (!geometry) {
-    pool->release(first);
-    pool->release(second);
-    return source;
+  if (wantsGeometry) {
+    auto geometry = commandBuffer.computeCommandEncoder();
+    if (!geometry) {
+      pool->release(first);
+      pool->release(second);
+      return source;
+    }
+    geometry->setComputePipelineState(geometryPipeline_);
+    geometry->setTexture(source, 0);
+    geometry->setTexture(first, 1);
+    geometry->setBytes(&uniforms, sizeof uniforms, 0);
+    dispatch(*geometry, width, height);
+    geometry->endEncoding();
   }
-  geometry->setComputePipelineState(geometryPipeline_);
-  geometry->setTexture(source, 0);
-  geometry->setTexture(first, 1);
-  geometry->setBytes(&uniforms, sizeof uniforms, 0);
-  dispatch(*geometry, width, height);
-  geometry->endEncoding();
+  const std::shared_ptr<Texture> geometryStage = wantsGeometry ? first : source;
 
   if (wantsColor) {
     auto color = commandBuffer.computeCommandEncoder();
     if (!color) {
-      // The geometry pass is encoded and still reads the source into `first`.
+      // The geometry pass, if any, is encoded and still reads the source into `first`.
       releaseWhenDone({first});
       pool->release(second);
       return source;
@@ -186,7 +197,7 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     // kernel, which gives the same pixels.
     color->setComputePipelineState(finalOutput ? colorVariants_->pipelineWaiting(colorParts)
                                                : colorVariants_->pipelineWithoutWaiting(colorParts));
-    color->setTexture(first, 0);
+    color->setTexture(geometryStage, 0);
     color->setTexture(second, 1);
     color->setBytes(&uniforms, sizeof uniforms, 0);
     color->setThreadgroupMemoryLength(kColorTileBytes, 0);
@@ -194,7 +205,8 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     color->endEncoding();
   } else {
     // The geometry stage stands as the colour stage; nothing is left to release for it.
-    second = std::move(first);
+    second = geometryStage;
+    first.reset();
   }
 
   if (!wantsFocus) {
