@@ -60,9 +60,43 @@ ColorKernelVariants::~ColorKernelVariants() {
   worker_.join();
 }
 
-std::shared_ptr<ComputePipelineState> ColorKernelVariants::compile(uint32_t features) const {
+std::shared_ptr<ComputePipelineState> ColorKernelVariants::compile(uint32_t features) {
   auto pipeline = device_->newComputePipelineState(library_, kColorKernel, {{kFeaturesConstantId, features}});
-  return pipeline ? pipeline : general_;
+  if (!pipeline) return general_;
+  warmUp(pipeline);
+  return pipeline;
+}
+
+// A CPU device (lavapipe) turns a kernel into machine code at its first dispatch, not
+// when the pipeline is made: one group's dispatch here, with the textures and sampler
+// of a real pass, so that the frame that first takes the variant does not pay for it.
+// On a GPU it costs a few microseconds.
+void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pipeline) {
+  std::lock_guard guard(warmUpLock_);
+  if (!warmUpQueue_) {
+    warmUpQueue_ = device_->newCommandQueue();
+    TextureDescriptor descriptor;
+    descriptor.width = kColorGroupSide;
+    descriptor.height = kColorGroupSide;
+    descriptor.usage = TextureUsage::shaderRead | TextureUsage::shaderWrite;
+    warmUpInput_ = device_->newTexture(descriptor);
+    warmUpOutput_ = device_->newTexture(descriptor);
+  }
+  if (!warmUpQueue_ || !warmUpInput_ || !warmUpOutput_) return;
+  auto buffer = warmUpQueue_->commandBuffer();
+  if (!buffer) return;
+  if (auto encoder = buffer->computeCommandEncoder()) {
+    const RenderUniforms block = makeUniforms(kColorGroupSide, kColorGroupSide, EditState{}, false);
+    encoder->setComputePipelineState(pipeline);
+    encoder->setTexture(warmUpInput_, 0);
+    encoder->setTexture(warmUpOutput_, 1);
+    encoder->setBytes(&block, sizeof block, 0);
+    encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    encoder->dispatchThreadgroups(Size{1, 1, 1}, Size{kColorGroupSide, kColorGroupSide, 1});
+    encoder->endEncoding();
+  }
+  buffer->commit();
+  buffer->waitUntilCompleted();
 }
 
 std::shared_ptr<ComputePipelineState> ColorKernelVariants::pipelineWithoutWaiting(uint32_t features) {

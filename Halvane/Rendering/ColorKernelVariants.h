@@ -7,6 +7,7 @@
 // the engine and, through the device's pipeline cache, across runs. Every method is safe
 // from any thread.
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <map>
@@ -19,6 +20,10 @@
 #include "Platform/Gpu/Device.h"
 
 namespace halvane {
+
+// The colour kernel's group: 16 by 16 threads, sharing an 18 by 18 tile of four floats.
+inline constexpr uint32_t kColorGroupSide = 16;
+inline constexpr size_t kColorTileBytes = 18 * 18 * 16;
 
 // The parts of the colour pass (COLOR_FEATURE_* of ColorFeatures.glsl) that act for
 // this block. 0 means the pass is an exact identity and can be left out.
@@ -48,12 +53,17 @@ class ColorKernelVariants {
   void waitUntilIdle();
 
  private:
-  std::shared_ptr<platform::gpu::ComputePipelineState> compile(uint32_t features) const;
+  std::shared_ptr<platform::gpu::ComputePipelineState> compile(uint32_t features);
+  void warmUp(const std::shared_ptr<platform::gpu::ComputePipelineState>& pipeline);
   void workLoop();
 
   const std::shared_ptr<platform::gpu::Device> device_;
   const std::shared_ptr<platform::gpu::Library> library_;
   const std::shared_ptr<platform::gpu::ComputePipelineState> general_;
+  // A queue and a group's worth of textures for the first dispatch of a new variant.
+  std::mutex warmUpLock_;
+  std::shared_ptr<platform::gpu::CommandQueue> warmUpQueue_;
+  std::shared_ptr<platform::gpu::Texture> warmUpInput_, warmUpOutput_;
 
   mutable std::mutex lock_;
   std::condition_variable changed_;

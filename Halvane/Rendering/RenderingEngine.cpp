@@ -21,7 +21,6 @@ using platform::fatalError;
 namespace {
 
 constexpr uint32_t kGroupSide = 16;
-constexpr size_t kColorTileBytes = 18 * 18 * 16;
 constexpr uint32_t kIntermediateUsage = TextureUsage::shaderRead | TextureUsage::shaderWrite;
 
 std::string defaultPipelineCachePath() {
