@@ -25,6 +25,10 @@ namespace halvane {
 inline constexpr uint32_t kColorGroupSide = 16;
 inline constexpr size_t kColorTileBytes = 18 * 18 * 16;
 
+// Passes over fewer pixels than this take the general kernel: below it, compiling a
+// variant costs more than it saves.
+inline constexpr uint64_t kColorVariantMinimumPixels = 256 * 256;
+
 // The parts of the colour pass (COLOR_FEATURE_* of ColorFeatures.glsl) that act for
 // this block. 0 means the pass is an exact identity and can be left out.
 uint32_t colorFeatures(const RenderUniforms& uniforms);

@@ -193,9 +193,12 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     }
     // A finished image waits for its variant (compiling costs less than running the
     // general kernel over it); the preview never waits and meanwhile takes the general
-    // kernel, which gives the same pixels.
-    color->setComputePipelineState(finalOutput ? colorVariants_->pipelineWaiting(colorParts)
-                                               : colorVariants_->pipelineWithoutWaiting(colorParts));
+    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
+    // through the general kernel than a variant's compile, and asks for none.
+    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
+    color->setComputePipelineState(!variantPays  ? colorVariants_->general()
+                                   : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
+                                                 : colorVariants_->pipelineWithoutWaiting(colorParts));
     color->setTexture(geometryStage, 0);
     color->setTexture(second, 1);
     color->setBytes(&uniforms, sizeof uniforms, 0);

@@ -98,6 +98,20 @@ TEST_F(ColorVariants, EachVariantGivesExactlyTheGeneralKernelsPixels) {
   }
 }
 
+TEST_F(ColorVariants, OnlyPicturesLargeEnoughToPayForTheCompileMakeAVariant) {
+  EditState edit;  // a combination no other test of this program uses
+  edit.gamma = 1.3f;
+  edit.vibrance = 0.2f;
+  auto& variants = engine->colorKernelVariants();
+  const size_t before = variants.variantCount();
+  const Image small = colortest::renderColor(*engine, colortest::makeFlat(200, 100, 90, 120, 150), edit);
+  variants.waitUntilIdle();
+  EXPECT_EQ(variants.variantCount(), before);
+  const Image large = colortest::renderColor(*engine, colortest::makeFlat(256, 256, 90, 120, 150), edit);
+  EXPECT_EQ(variants.variantCount(), before + 1);  // a finished image waits for it
+  EXPECT_EQ(colortest::rgb(large, 17, 200), colortest::rgb(small, 17, 50));
+}
+
 TEST_F(ColorVariants, FeaturesFollowTheCleanedBlock) {
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, EditState{}, false)), 0u);
   EditState outOfRange;
