@@ -116,4 +116,9 @@ OutputSize outputSize(std::uint64_t sourceWidth, std::uint64_t sourceHeight, con
   return OutputSize{u.outputWidth, u.outputHeight};
 }
 
+bool geometryIsIdentity(const RenderUniforms& u) {
+  return u.croppedWidth == u.sourceWidth && u.croppedHeight == u.sourceHeight && u.quarterTurns == 0 &&
+         u.flipHorizontal == 0 && u.rotationRadians == 0.0f;
+}
+
 }  // namespace halvane

@@ -146,6 +146,11 @@ struct OutputSize {
 RenderUniforms makeUniforms(std::uint64_t sourceWidth, std::uint64_t sourceHeight, const EditState& state,
                             bool finalOutput);
 
+// Whether the geometry pass would copy its input unchanged: no crop, quarter turn,
+// mirror or tilt (the crop's origin is clamped to the source, so a crop of the whole
+// size starts at 0).
+bool geometryIsIdentity(const RenderUniforms& uniforms);
+
 // The pixel size of the result of a render: the cleaned crop times the source's sides
 // in Float precision, rounded to nearest with halves away from zero, at least 1, the
 // two swapped for an odd number of quarter turns. The tilt does not change it. Equal to

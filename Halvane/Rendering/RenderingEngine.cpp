@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "Halvane/Rendering/BundleLocator.h"
+#include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Base/Fatal.h"
@@ -20,7 +21,6 @@ using platform::fatalError;
 namespace {
 
 constexpr uint32_t kGroupSide = 16;
-constexpr size_t kColorTileBytes = 18 * 18 * 16;
 constexpr uint32_t kIntermediateUsage = TextureUsage::shaderRead | TextureUsage::shaderWrite;
 
 std::string defaultPipelineCachePath() {
@@ -91,7 +91,7 @@ void RenderingEngine::start(RenderingEngineOptions options) {
     return pipeline;
   };
   geometryPipeline_ = makePipeline("geometryKernel");
-  colorPipeline_ = makePipeline("colorKernel");
+  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
   focusPass_ = FocusPass::make(metalDevice_, library_, texturePool_, &error);
   if (!focusPass_) fatalError(error);
 
@@ -136,51 +136,81 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   if (!source || state.isDefault()) return source;
 
   const RenderUniforms uniforms = makeUniforms(source->width(), source->height(), state, finalOutput);
+  // A pass that would be an exact identity is left out: the geometry pass without crop,
+  // turn, mirror or tilt, the colour pass when all its fields are neutral.
+  const bool wantsGeometry = !geometryIsIdentity(uniforms);
+  const uint32_t colorParts = colorFeatures(uniforms);
+  const bool wantsColor = colorParts != 0;
   const bool wantsFocus = state.focusMode >= 1 && state.focusStrength > 0;
+  if (!wantsGeometry && !wantsColor && !wantsFocus) return source;
   const uint32_t width = uniforms.outputWidth;
   const uint32_t height = uniforms.outputHeight;
   auto pool = texturePool_;
-  auto releaseWhenDone = [&commandBuffer, pool](std::vector<std::shared_ptr<Texture>> textures) {
-    commandBuffer.addCompletedHandler([pool, textures = std::move(textures)](CommandBuffer&) {
-      for (const auto& texture : textures) pool->release(texture);
+  // The source stands in for a stage that was left out; it never goes to the pool.
+  auto releaseWhenDone = [&commandBuffer, pool, source](std::vector<std::shared_ptr<Texture>> textures) {
+    commandBuffer.addCompletedHandler([pool, source, textures = std::move(textures)](CommandBuffer&) {
+      for (const auto& texture : textures)
+        if (texture != source) pool->release(texture);
     });
   };
 
-  auto first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
-  if (!first) return source;
-  auto second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
-  if (!second) {
-    pool->release(first);
-    return source;
+  std::shared_ptr<Texture> first;
+  if (wantsGeometry) {
+    first = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+    if (!first) return source;
+  }
+  std::shared_ptr<Texture> second;
+  if (wantsColor) {
+    second = pool->acquire(width, height, PixelFormat::bgra8Unorm, kIntermediateUsage);
+    if (!second) {
+      pool->release(first);
+      return source;
+    }
   }
 
-  auto geometry = commandBuffer.computeCommandEncoder();
-  if (!geometry) {
-    pool->release(first);
-    pool->release(second);
-    return source;
+  if (wantsGeometry) {
+    auto geometry = commandBuffer.computeCommandEncoder();
+    if (!geometry) {
+      pool->release(first);
+      pool->release(second);
+      return source;
+    }
+    geometry->setComputePipelineState(geometryPipeline_);
+    geometry->setTexture(source, 0);
+    geometry->setTexture(first, 1);
+    geometry->setBytes(&uniforms, sizeof uniforms, 0);
+    dispatch(*geometry, width, height);
+    geometry->endEncoding();
   }
-  geometry->setComputePipelineState(geometryPipeline_);
-  geometry->setTexture(source, 0);
-  geometry->setTexture(first, 1);
-  geometry->setBytes(&uniforms, sizeof uniforms, 0);
-  dispatch(*geometry, width, height);
-  geometry->endEncoding();
+  const std::shared_ptr<Texture> geometryStage = wantsGeometry ? first : source;
 
-  auto color = commandBuffer.computeCommandEncoder();
-  if (!color) {
-    // The geometry pass is encoded and still reads the source into `first`.
-    releaseWhenDone({first});
-    pool->release(second);
-    return source;
+  if (wantsColor) {
+    auto color = commandBuffer.computeCommandEncoder();
+    if (!color) {
+      // The geometry pass, if any, is encoded and still reads the source into `first`.
+      releaseWhenDone({first});
+      pool->release(second);
+      return source;
+    }
+    // A finished image waits for its variant (compiling costs less than running the
+    // general kernel over it); the preview never waits and meanwhile takes the general
+    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
+    // through the general kernel than a variant's compile, and asks for none.
+    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
+    color->setComputePipelineState(!variantPays  ? colorVariants_->general()
+                                   : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
+                                                 : colorVariants_->pipelineWithoutWaiting(colorParts));
+    color->setTexture(geometryStage, 0);
+    color->setTexture(second, 1);
+    color->setBytes(&uniforms, sizeof uniforms, 0);
+    color->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    dispatch(*color, width, height);
+    color->endEncoding();
+  } else {
+    // The geometry stage stands as the colour stage; nothing is left to release for it.
+    second = geometryStage;
+    first.reset();
   }
-  color->setComputePipelineState(colorPipeline_);
-  color->setTexture(first, 0);
-  color->setTexture(second, 1);
-  color->setBytes(&uniforms, sizeof uniforms, 0);
-  color->setThreadgroupMemoryLength(kColorTileBytes, 0);
-  dispatch(*color, width, height);
-  color->endEncoding();
 
   if (!wantsFocus) {
     releaseWhenDone({first});

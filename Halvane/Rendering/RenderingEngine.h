@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "Halvane/Model/EditState.h"
+#include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/TexturePool.h"
 #include "Platform/Dispatch/DisplayLink.h"
@@ -58,6 +59,8 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   const std::shared_ptr<TexturePool>& texturePool() const { return texturePool_; }
   const std::shared_ptr<platform::gpu::RenderPipelineState>& displayPipeline() const { return displayPipeline_; }
   bool supportsNonUniformThreadgroups() const { return supportsNonUniformThreadgroups_; }
+  // The colour kernel and its variants for what an edit uses.
+  ColorKernelVariants& colorKernelVariants() const { return *colorVariants_; }
   // The kernel bundle, for passes outside the edit chain (the export's scaler).
   const std::shared_ptr<platform::gpu::Library>& library() const { return library_; }
 
@@ -118,7 +121,7 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<platform::gpu::CommandQueue> commandQueue_;
   std::shared_ptr<TexturePool> texturePool_;
   std::shared_ptr<platform::gpu::ComputePipelineState> geometryPipeline_;
-  std::shared_ptr<platform::gpu::ComputePipelineState> colorPipeline_;
+  std::unique_ptr<ColorKernelVariants> colorVariants_;
   std::shared_ptr<FocusPass> focusPass_;
   bool supportsNonUniformThreadgroups_ = false;
   std::shared_ptr<platform::gpu::Library> library_;

@@ -2,6 +2,7 @@
 #define HALVANE_COLOR_ADJUST_GLSL
 // The sixteen adjustments of the colour pass, in the units of the parameter block.
 // Shared with the CPU reference (see ColorMath.glsl for the language subset).
+#include "ColorFeatures.glsl"
 #include "ColorMath.glsl"
 
 // The colour fields of the parameter block, plus the output size in pixels.
@@ -198,19 +199,38 @@ float vignetteFactor(vec2 pos, vec2 size, float intensity, float radius) {
   return exp2(-2.0 * intensity * s);
 }
 
+// ---- Which adjustments act ------------------------------------------------------------
+// An adjustment acts when this compilation carries it and its value is not neutral.
+
+bool usesWhiteBalance(ColorParams p) {
+  return COLOR_USES(COLOR_FEATURE_WHITE_BALANCE) && (p.temperature != 6500.0 || p.tint != 0.0);
+}
+bool usesExposure(ColorParams p) { return COLOR_USES(COLOR_FEATURE_EXPOSURE) && p.exposure != 0.0; }
+bool usesSaturation(ColorParams p) { return COLOR_USES(COLOR_FEATURE_SATURATION) && p.saturation != 1.0; }
+bool usesVibrance(ColorParams p) { return COLOR_USES(COLOR_FEATURE_VIBRANCE) && p.vibrance != 0.0; }
+bool usesBrightness(ColorParams p) { return COLOR_USES(COLOR_FEATURE_BRIGHTNESS) && p.brightness != 0.0; }
+bool usesContrast(ColorParams p) { return COLOR_USES(COLOR_FEATURE_CONTRAST) && p.contrast != 1.0; }
+bool usesToneRegions(ColorParams p) {
+  return COLOR_USES(COLOR_FEATURE_TONE_REGIONS) &&
+         (p.highlights != 0.0 || p.shadows != 0.0 || p.whites != 0.0 || p.blacks != 0.0);
+}
+bool usesGamma(ColorParams p) { return COLOR_USES(COLOR_FEATURE_GAMMA) && p.gamma != 1.0; }
+bool usesSharpness(ColorParams p) { return COLOR_USES(COLOR_FEATURE_SHARPNESS) && p.sharpness > 0.0; }
+bool usesClarity(ColorParams p) { return COLOR_USES(COLOR_FEATURE_CLARITY) && p.clarity != 0.0; }
+bool usesVignette(ColorParams p) { return COLOR_USES(COLOR_FEATURE_VIGNETTE) && p.vignetteIntensity > 0.0; }
+bool usesLook(ColorParams p) { return COLOR_USES(COLOR_FEATURE_LOOK) && p.filterType != 0u && p.filterIntensity > 0.0; }
+
 // ---- The pointwise chain ------------------------------------------------------------
 // Everything except sharpness, clarity and the vignette, which need the pixel's
 // neighbourhood or position. Each step is skipped at its neutral value, so neutral
 // settings give the input back exactly.
 
 bool linearStageActive(ColorParams p) {
-  return p.exposure != 0.0 || p.temperature != 6500.0 || p.tint != 0.0 || p.saturation != 1.0 ||
-         p.vibrance != 0.0;
+  return usesExposure(p) || usesWhiteBalance(p) || usesSaturation(p) || usesVibrance(p);
 }
 
 bool toneStageActive(ColorParams p) {
-  return p.brightness != 0.0 || p.contrast != 1.0 || p.highlights != 0.0 || p.shadows != 0.0 ||
-         p.whites != 0.0 || p.blacks != 0.0 || p.gamma != 1.0;
+  return usesBrightness(p) || usesContrast(p) || usesToneRegions(p) || usesGamma(p);
 }
 
 vec3 adjustPointwise(vec3 encoded, ColorParams p) {
@@ -218,30 +238,30 @@ vec3 adjustPointwise(vec3 encoded, ColorParams p) {
   if (linearStageActive(p)) {
     vec3 lin = toLinear(c);
     float peak = 1.0;
-    if (p.temperature != 6500.0 || p.tint != 0.0) {
+    if (usesWhiteBalance(p)) {
       vec3 gains = whiteBalanceGains(p.temperature, p.tint);
       lin = applyWhiteBalance(lin, gains);
       vec3 white = applyWhiteBalance(vec3(1.0), gains);
       peak = max(white.x, max(white.y, white.z));
     }
-    if (p.exposure != 0.0) {
+    if (usesExposure(p)) {
       float gain = exp2(p.exposure);
       lin = lin * gain;
       peak = peak * gain;
     }
     lin = max(rollOffHighlights(lin, peak), vec3(0.0));
-    if (p.saturation != 1.0) lin = applySaturation(lin, p.saturation);
-    if (p.vibrance != 0.0) lin = applyVibrance(lin, p.vibrance);
+    if (usesSaturation(p)) lin = applySaturation(lin, p.saturation);
+    if (usesVibrance(p)) lin = applyVibrance(lin, p.vibrance);
     c = saturate3(toEncoded(lin));
   }
   if (toneStageActive(p)) {
-    if (p.brightness != 0.0) c = applyBrightness(c, p.brightness);
-    if (p.contrast != 1.0) c = contrastCurve3(c, p.contrast, MID_GREY);
-    if (p.highlights != 0.0 || p.shadows != 0.0 || p.whites != 0.0 || p.blacks != 0.0) {
+    if (usesBrightness(p)) c = applyBrightness(c, p.brightness);
+    if (usesContrast(p)) c = contrastCurve3(c, p.contrast, MID_GREY);
+    if (usesToneRegions(p)) {
       float y = luma(c);
       c = setLuma(c, y, toneRegions(y, p));
     }
-    if (p.gamma != 1.0) c = pow(max(c, vec3(0.0)), vec3(1.0 / p.gamma));
+    if (usesGamma(p)) c = pow(max(c, vec3(0.0)), vec3(1.0 / p.gamma));
     c = saturate3(c);
   }
   return c;

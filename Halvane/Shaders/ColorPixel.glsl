@@ -53,16 +53,16 @@ WideBlur gatherWide(vec2 pos, vec2 size, vec3 center) {
 // pos: the pixel's centre; center: its input colour; blur3: binomialBlur3x3 of the
 // luma of its 3 by 3 neighbourhood (edges clamped). Returns the encoded output.
 vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
-  bool lookOn = p.filterType != 0u && p.filterIntensity > 0.0;
+  bool lookOn = usesLook(p);
   Look k = lookTable(lookOn ? p.filterType : 0u);
-  bool wide = p.clarity != 0.0 || (lookOn && lookNeedsWide(k));
+  bool wide = usesClarity(p) || (lookOn && lookNeedsWide(k));
   WideBlur around = WideBlur(luma(center), center);
   if (wide) around = gatherWide(pos, p.size, center);
 
   vec3 c = center;
   float y = luma(center);
-  if (p.sharpness > 0.0) c = applySharpness(c, y, blur3, p.sharpness);
-  if (p.clarity != 0.0) c = applyClarity(c, y, around.luma, p.clarity);
+  if (usesSharpness(p)) c = applySharpness(c, y, blur3, p.sharpness);
+  if (usesClarity(p)) c = applyClarity(c, y, around.luma, p.clarity);
   vec3 adjusted = adjustPointwise(c, p);
 
   vec3 result = adjusted;
@@ -75,7 +75,7 @@ vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
     looked = lookFinish(looked, soft, k, pos, p.size);
     result = p.filterIntensity >= 1.0 ? looked : mix(adjusted, looked, p.filterIntensity);
   }
-  if (p.vignetteIntensity > 0.0) {
+  if (usesVignette(p)) {
     result = toEncoded(toLinear(result) * vignetteFactor(pos, p.size, p.vignetteIntensity, p.vignetteRadius));
   }
   return saturate3(result);

@@ -2,9 +2,15 @@
 // The colour pass: the sixteen adjustments, the look numbered by filterType blended by
 // filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
 // reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
-// tile of the group's pixels with a one-pixel border, for sharpness.
+// tile of the group's pixels with a one-pixel border, for sharpness, and the choice of
+// the parts compiled in.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
+
+// The parts of the pass this pipeline carries (ColorFeatures.glsl); all of them unless
+// the engine specializes it for an edit.
+layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
+#define COLOR_USES(feature) ((colorFeatures & (feature)) != 0u)
 
 // 18 x 18 pixels of 16 bytes: 5184 bytes of group memory.
 shared vec4 tile[18 * 18];
@@ -21,14 +27,17 @@ void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   ivec2 origin = ivec2(gl_WorkGroupID.xy) * 16 - ivec2(1);
 
-  // Every thread of the group, inside the image or not (there is no non-uniform
-  // dispatch, so edge groups overrun), loads one or two of the 324 tile entries,
-  // clamped to the image.
-  for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
-    ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
-    tile[i] = texelFetch(inputTexture, t, 0);
+  // Only sharpness reads the neighbours, so only a pipeline that carries it loads the
+  // tile (a group barrier is dear on a CPU device). Every thread of the group, inside
+  // the image or not (there is no non-uniform dispatch, so edge groups overrun), loads
+  // one or two of the 324 tile entries, clamped to the image.
+  if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
+    for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
+      ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
+      tile[i] = texelFetch(inputTexture, t, 0);
+    }
+    barrier();
   }
-  barrier();
   if (pos.x >= size.x || pos.y >= size.y) return;
 
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
@@ -36,9 +45,9 @@ void main() {
                        u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
-  vec4 center = tile[ti];
+  vec4 center = COLOR_USES(COLOR_FEATURE_SHARPNESS) ? tile[ti] : texelFetch(inputTexture, pos, 0);
   float blur3 = 0.0;
-  if (params.sharpness > 0.0) {
+  if (usesSharpness(params)) {
     blur3 = binomialBlur3x3(luma(tile[ti - 19].rgb), luma(tile[ti - 18].rgb), luma(tile[ti - 17].rgb),
                             luma(tile[ti - 1].rgb), luma(tile[ti].rgb), luma(tile[ti + 1].rgb),
                             luma(tile[ti + 17].rgb), luma(tile[ti + 18].rgb), luma(tile[ti + 19].rgb));

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "Platform/Gpu/CommandBuffer.h"
 #include "Platform/Gpu/Library.h"
@@ -59,8 +60,17 @@ class Device {
   virtual std::shared_ptr<Texture> newTexture(const TextureDescriptor& descriptor) = 0;
   // Loads every <name>.spv in the folder. None with a message when it cannot.
   virtual std::shared_ptr<Library> newLibrary(const std::string& bundlePath, std::string* error = nullptr) = 0;
-  virtual std::shared_ptr<ComputePipelineState> newComputePipelineState(
-      const std::shared_ptr<Library>& library, const std::string& functionName, std::string* error = nullptr) = 0;
+  // With no constants the kernel keeps the defaults it declares. Safe to call on any
+  // thread while others use the device (a variant compiles beside the running work).
+  virtual std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
+                                                                        const std::string& functionName,
+                                                                        const std::vector<FunctionConstant>& constants,
+                                                                        std::string* error = nullptr) = 0;
+  std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
+                                                                const std::string& functionName,
+                                                                std::string* error = nullptr) {
+    return newComputePipelineState(library, functionName, {}, error);
+  }
   virtual std::shared_ptr<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor,
                                                                       std::string* error = nullptr) = 0;
   // Bytes currently held by textures of this device.

@@ -11,6 +11,15 @@ namespace platform::gpu {
 
 class Library;
 
+// A value for a kernel's function constant (a Vulkan specialization constant,
+// `layout(constant_id = id) const uint`), fixed when the pipeline is made so that the
+// driver compiles the kernel for it and drops the code it rules out.
+struct FunctionConstant {
+  uint32_t id = 0;
+  uint32_t value = 0;
+  bool operator==(const FunctionConstant&) const = default;
+};
+
 class ComputePipelineState {
  public:
   virtual ~ComputePipelineState() = default;

@@ -18,10 +18,10 @@ KernelBench makeKernelBench(const std::string& kernel) {
   const auto bundle = findBundle();
   if (!b.device || !bundle) return b;
   std::string error;
-  auto library = b.device->newLibrary(*bundle, &error);
-  if (!library) return b;
+  b.library = b.device->newLibrary(*bundle, &error);
+  if (!b.library) return b;
   b.queue = b.device->newCommandQueue();
-  b.pipeline = b.device->newComputePipelineState(library, kernel, &error);
+  b.pipeline = b.device->newComputePipelineState(b.library, kernel, &error);
   std::fprintf(stderr, "device: %s\n", b.device->name().c_str());
 
   std::vector<uint8_t> pixels;
@@ -44,7 +44,7 @@ KernelBench makeKernelBench(const std::string& kernel) {
 }
 
 void runPass(benchmark::State& state, const KernelBench& bench, const RenderUniforms& block,
-             std::size_t groupMemoryBytes) {
+             std::size_t groupMemoryBytes, const std::shared_ptr<gpu::ComputePipelineState>& pipeline) {
   if (!bench.pipeline || !bench.source || !bench.target) {
     state.SkipWithError("no device, kernel bundle or texture");
     return;
@@ -52,7 +52,7 @@ void runPass(benchmark::State& state, const KernelBench& bench, const RenderUnif
   for (auto _ : state) {
     auto buffer = bench.queue->commandBuffer();
     auto encoder = buffer->computeCommandEncoder();
-    encoder->setComputePipelineState(bench.pipeline);
+    encoder->setComputePipelineState(pipeline ? pipeline : bench.pipeline);
     encoder->setTexture(bench.source, 0);
     encoder->setTexture(bench.target, 1);
     encoder->setBytes(&block, sizeof block, 0);

@@ -32,8 +32,9 @@ class DeviceImpl final : public Device {
   }
   std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
                                                                 const std::string& functionName,
+                                                                const std::vector<FunctionConstant>& constants,
                                                                 std::string* error) override {
-    return vulkan::ComputePipelineImpl::create(context_, library, functionName, error);
+    return vulkan::ComputePipelineImpl::create(context_, library, functionName, constants, error);
   }
   std::shared_ptr<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor,
                                                               std::string* error) override {

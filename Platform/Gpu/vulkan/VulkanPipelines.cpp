@@ -141,6 +141,7 @@ VkShaderModule PipelineBase::createModule(const ShaderFunction& function, std::s
 std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shared_ptr<Context>& context,
                                                                  const std::shared_ptr<Library>& library,
                                                                  const std::string& functionName,
+                                                                 const std::vector<FunctionConstant>& constants,
                                                                  std::string* error) {
   auto* impl = dynamic_cast<LibraryImpl*>(library.get());
   if (!impl) {
@@ -191,6 +192,19 @@ std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shar
 
   VkShaderModule module = pipeline->createModule(*function, error);
   if (!module) return nullptr;
+  // Each constant is one 32-bit word; an id the kernel does not declare is ignored.
+  std::vector<VkSpecializationMapEntry> entries;
+  std::vector<uint32_t> values;
+  for (const FunctionConstant& constant : constants) {
+    entries.push_back({constant.id, uint32_t(values.size() * sizeof(uint32_t)), sizeof(uint32_t)});
+    values.push_back(constant.value);
+  }
+  VkSpecializationInfo specialization{};
+  specialization.mapEntryCount = uint32_t(entries.size());
+  specialization.pMapEntries = entries.data();
+  specialization.dataSize = values.size() * sizeof(uint32_t);
+  specialization.pData = values.data();
+
   CreationFeedback feedback;
   VkComputePipelineCreateInfo info{VK_STRUCTURE_TYPE_COMPUTE_PIPELINE_CREATE_INFO};
   if (context->hasCreationFeedback()) info.pNext = &feedback.info;
@@ -198,6 +212,7 @@ std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shar
   info.stage.stage = VK_SHADER_STAGE_COMPUTE_BIT;
   info.stage.module = module;
   info.stage.pName = shader.entryPoint.c_str();
+  if (!constants.empty()) info.stage.pSpecializationInfo = &specialization;
   info.layout = pipeline->layout_;
   VkResult result =
       vkCreateComputePipelines(context->device(), context->pipelineCache(), 1, &info, nullptr, &pipeline->pipeline_);

@@ -73,7 +73,8 @@ class ComputePipelineImpl final : public ComputePipelineState, public PipelineBa
  public:
   static std::shared_ptr<ComputePipelineImpl> create(const std::shared_ptr<Context>& context,
                                                      const std::shared_ptr<Library>& library,
-                                                     const std::string& functionName, std::string* error);
+                                                     const std::string& functionName,
+                                                     const std::vector<FunctionConstant>& constants, std::string* error);
   std::string functionName() const override { return functionName_; }
   const uint32_t* localSize() const { return localSize_; }
 

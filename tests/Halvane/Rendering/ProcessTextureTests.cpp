@@ -40,9 +40,11 @@ class RefusingCommandBuffer : public CommandBuffer {
   int encodersAllowed_;
 };
 
+// A colour edit with a mirror, so that all three passes can run.
 EditState colourEdit() {
   EditState state;
   state.exposure = 0.5f;
+  state.flipHorizontal = true;
   return state;
 }
 
@@ -84,14 +86,49 @@ TEST_F(ProcessTexture, DefaultStateIsTheSourceWithoutIntermediates) {
   EXPECT_EQ(pooled(), 0u);
 }
 
-TEST_F(ProcessTexture, TrimOnlyStateRunsTheChainAndLooksTheSame) {
+TEST_F(ProcessTexture, TrimOnlyStateIsTheSourceWithoutPasses) {
+  // Geometry and colour would both be exact identities, so neither runs.
   EditState state;
   state.trimEnd = 3;
-  auto result = run(state);
+  EXPECT_EQ(run(state), source);
+  EXPECT_EQ(allocatorControl().allocations, 0);
+}
+
+TEST_F(ProcessTexture, IdentityPassesAreLeftOut) {
+  // Mirror only: the geometry pass alone, its stage is the result.
+  EditState mirrored;
+  mirrored.flipHorizontal = true;
+  auto result = run(mirrored);
   ASSERT_NE(result, source);
-  EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, source).pixels);
+  EXPECT_EQ(allocatorControl().allocations, 1);
   engine->texturePool()->release(result);
-  EXPECT_EQ(pooled(), 2u);
+  EXPECT_EQ(pooled(), 1u);
+  // Colour only: the colour pass reads the source itself, and gives what it gives
+  // after a mirror, mirrored back (the exposure acts on each pixel alone).
+  engine->purgeCaches();
+  allocatorControl().allocations = 0;
+  EditState exposed;
+  exposed.exposure = 0.5f;
+  auto colourOnly = run(exposed);
+  ASSERT_NE(colourOnly, source);
+  EXPECT_EQ(allocatorControl().allocations, 1);
+  EXPECT_EQ(pooled(), 0u);  // the source did not go to the pool
+  const Image direct = testing::readBack(*engine, colourOnly);
+  auto viaMirror = run(colourEdit());
+  source.swap(viaMirror);  // mirror that result back
+  auto back = run(mirrored);
+  source.swap(viaMirror);
+  EXPECT_EQ(testing::readBack(*engine, back).pixels, direct.pixels);
+  // Focus after a neutral colour pass reads the geometry stage.
+  engine->purgeCaches();
+  allocatorControl().allocations = 0;
+  EditState focused = mirrored;
+  focused.focusMode = 4;
+  focused.focusStrength = 1;
+  auto focusResult = run(focused);
+  EXPECT_EQ(allocatorControl().allocations, 2);  // geometry, then focus
+  EXPECT_EQ(pooled(), 1u);                        // the geometry stage, once the GPU was done
+  engine->texturePool()->release(focusResult);
 }
 
 TEST_F(ProcessTexture, FocusPassRunsOnlyWithModeAndStrength) {

@@ -79,6 +79,37 @@ TEST_F(ComputeTest, SharedOutputIsReadableAfterCompletion) {
   EXPECT_TRUE(actual == expectedPattern(width, height, 5));
 }
 
+TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
+  struct Case {
+    std::vector<FunctionConstant> constants;
+    uint8_t red, green;
+  };
+  // Defaults without constants; one or both replaced; an id the kernel lacks ignored.
+  for (const Case& c : {Case{{}, 7, 9}, Case{{{5, 200}}, 7, 200}, Case{{{3, 40}, {5, 2}}, 40, 2},
+                        Case{{{11, 1}}, 7, 9}}) {
+    std::string error;
+    auto pipeline = device->newComputePipelineState(library, "gpuConstantKernel", c.constants, &error);
+    ASSERT_TRUE(pipeline) << error;
+    auto output = newTexture(20, 3);
+    auto commandBuffer = queue->commandBuffer();
+    auto encoder = commandBuffer->computeCommandEncoder();
+    PatternParams params{20, 3, 0};
+    encoder->setComputePipelineState(pipeline);
+    encoder->setTexture(output, 0);
+    encoder->setBytes(&params, sizeof params, 0);
+    encoder->dispatchThreadgroups(groupsFor(20, 3), kGroupSize);
+    encoder->endEncoding();
+    commandBuffer->commit();
+    commandBuffer->waitUntilCompleted();
+    ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
+    const std::vector<uint8_t> actual = readBack(output);
+    for (size_t i = 0; i < actual.size(); i += 4) {
+      ASSERT_EQ(actual[i + 2], c.red) << "pixel " << i / 4;
+      ASSERT_EQ(actual[i + 1], c.green) << "pixel " << i / 4;
+    }
+  }
+}
+
 TEST_F(ComputeTest, A208ByteBlockReachesTheShaderByteForByte) {
   auto pipeline = computePipeline("gpuBlockKernel");
   auto output = newTexture(52, 1, StorageMode::shared);
