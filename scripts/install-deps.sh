@@ -11,6 +11,7 @@ packages=(
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev qt6-multimedia-dev librlottie-dev fonts-material-design-icons-iconfont
   libvips-tools imagemagick bc time
+  clang libclang-rt-dev  # the fuzz targets: libFuzzer and the sanitizer runtimes
 )
 
 sudo_cmd=()
