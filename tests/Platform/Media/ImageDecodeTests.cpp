@@ -442,6 +442,33 @@ TEST(ImageDecodeErrors, HugePngHeaderIsRefusedBeforeAllocating) {
   EXPECT_NE(result.error().message.find("100000 x 100000"), std::string::npos) << result.error().message;
 }
 
+// An 8 x 8 grey progressive JPEG whose one DC scan is repeated `scans` times: each
+// repeat is another pass for the decoder, and a wrong progression is only a warning.
+std::vector<std::uint8_t> progressiveJpegWithScans(int scans) {
+  std::vector<std::uint8_t> jpeg = {0xFF, 0xD8, 0xFF, 0xDB, 0x00, 0x43, 0x00};
+  jpeg.insert(jpeg.end(), 64, 1);
+  jpeg.insert(jpeg.end(), {0xFF, 0xC2, 0x00, 0x0B, 8, 0, 8, 0, 8, 1, 1, 0x11, 0});
+  // One DC code: category 0, one bit long.
+  jpeg.insert(jpeg.end(), {0xFF, 0xC4, 0x00, 0x14, 0x00, 1});
+  jpeg.insert(jpeg.end(), 15, 0);
+  jpeg.push_back(0);
+  for (int scan = 0; scan < scans; ++scan) {
+    jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0x00, 0x08, 1, 1, 0x00, 0, 0, 0x00, 0x7F});
+  }
+  jpeg.insert(jpeg.end(), {0xFF, 0xD9});
+  return jpeg;
+}
+
+TEST(ImageDecodeErrors, JpegWithEndlessScansIsRefused) {
+  auto few = decodeImage(progressiveJpegWithScans(3));
+  ASSERT_TRUE(few) << few.error().message;
+  EXPECT_EQ(few->width, 8);
+  auto endless = decodeImage(progressiveJpegWithScans(2000));
+  ASSERT_FALSE(endless);
+  EXPECT_EQ(endless.error().kind, Kind::corrupt);
+  EXPECT_NE(endless.error().message.find("more than 500 scans"), std::string::npos) << endless.error().message;
+}
+
 TEST(ImageDecodeErrors, HugeJpegHeaderIsRefusedBeforeAllocating) {
   auto result = decodeImage(jpegClaiming(65000, 65000));
   ASSERT_FALSE(result);
