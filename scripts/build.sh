@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
-# Installs what is missing, then configures and builds into ./build (ccache, Ninja).
+# Installs what is missing, then configures and builds into ./build (or $BUILD_DIR)
+# with ccache and Ninja.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/install-deps.sh
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" ${CMAKE_ARGS:-} >/dev/null
-cmake --build build
+build="${BUILD_DIR:-build}"
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" ${CMAKE_ARGS:-} >/dev/null
+cmake --build "$build"

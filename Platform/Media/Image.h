@@ -37,8 +37,10 @@ int exifOrientationNumber(ImageOrientation orientation);
 // camera photo, while keeping one decode well inside a desktop's memory.
 inline constexpr int kMaxImageSide = 16384;
 inline constexpr std::uint64_t kMaxImagePixels = std::uint64_t{1} << 27;
-// Files larger than this are not read into memory for decoding.
-inline constexpr std::uint64_t kMaxImageFileBytes = std::uint64_t{1} << 30;
+// Files larger than this are not read into memory for decoding: the largest picture
+// stored as plainly as any of our formats allows (16-bit RGBA, no compression, 8 bytes
+// a pixel), plus 1/64 for the framing around it (row filters, chunks, deflate blocks).
+inline constexpr std::uint64_t kMaxImageFileBytes = kMaxImagePixels * 8 + kMaxImagePixels * 8 / 64;
 
 struct ImageError {
   enum class Kind {

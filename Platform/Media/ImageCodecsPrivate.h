@@ -23,6 +23,12 @@ inline platform::Unexpected<ImageError> failure(ImageError::Kind kind, std::stri
   return platform::unexpected(ImageError{kind, std::move(message)});
 }
 
+// The largest block of metadata a decoder library may allocate for one chunk or
+// marker (an ICC profile, EXIF, text): 16 MiB, a little above the largest ICC profile a
+// JPEG can carry (255 APP2 segments of 65519 bytes). A file's claim beyond it is refused
+// as corrupt before anything is allocated.
+inline constexpr std::size_t kMaxMetadataBytes = std::size_t{16} << 20;
+
 // None when width x height is within kMaxImageSide and kMaxImagePixels, else the
 // tooLarge error naming the format and the size claimed.
 std::optional<ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format);

@@ -46,7 +46,13 @@ platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
   struct stat info {};
   if (::fstat(file.get(), &info) != 0) return platform::unexpected(readError(path, errno));
   if (S_ISDIR(info.st_mode)) return platform::unexpected(readError(path, EISDIR));
-  if (S_ISREG(info.st_mode) && static_cast<std::uint64_t>(info.st_size) > maxBytes) {
+  // A device or a pipe has no size to check first, and /dev/zero never ends: only
+  // regular files are read.
+  if (!S_ISREG(info.st_mode)) {
+    return platform::unexpected(ImageError{ImageError::Kind::unreadable,
+                                           "cannot read " + quoted(path) + ": not a regular file"});
+  }
+  if (static_cast<std::uint64_t>(info.st_size) > maxBytes) {
     return platform::unexpected(ImageError{ImageError::Kind::tooLarge,
         "cannot read " + quoted(path) + ": " + std::to_string(info.st_size) +
         " bytes is more than the limit of " + std::to_string(maxBytes)});
@@ -54,11 +60,11 @@ platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
 
   std::vector<std::uint8_t> bytes;
   try {
-    bytes.resize(S_ISREG(info.st_mode) ? static_cast<std::size_t>(info.st_size) : 0);
+    bytes.resize(static_cast<std::size_t>(info.st_size));
     std::size_t filled = 0;
     for (;;) {
       if (filled == bytes.size()) {
-        // The file may have grown since fstat, or is not a regular file: read on.
+        // The file may have grown since fstat: read on, up to the limit.
         if (bytes.size() >= maxBytes) break;
         bytes.resize(std::min<std::uint64_t>(maxBytes, bytes.size() + 65536));
       }

@@ -14,7 +14,8 @@
 
 namespace platform::media {
 
-// The file's bytes. Errors: fileNotFound, unreadable, tooLarge (over maxBytes).
+// The bytes of a regular file. Errors: fileNotFound, unreadable (a folder, a device, a
+// pipe, an I/O error), tooLarge (over maxBytes).
 platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
     const std::filesystem::path& path, std::uint64_t maxBytes = kMaxImageFileBytes);
 

@@ -16,9 +16,21 @@ namespace {
 
 constexpr std::uint8_t kExifIdentifier[6] = {'E', 'x', 'i', 'f', 0, 0};
 
+// A progressive file may split its data into any number of scans, each a pass over
+// the whole picture: thousands of tiny scans make a small file decode for minutes.
+// Real encoders write about ten; beyond this many the file is refused.
+constexpr int kMaxScans = 500;
+
+// Working memory of libjpeg beside our pixels. The largest user is the coefficient
+// buffer of a progressive or multi-scan file, 2 bytes per coefficient of every
+// component at full resolution at worst; the rest is a few rows of each component.
+constexpr long kWorkingBytesPerPixelAndComponent = 2;
+constexpr long kWorkingBytesBeside = 32L << 20;
+
 struct JpegDecoder {
   jpeg_decompress_struct info{};
   JpegErrorManager errors{};
+  jpeg_progress_mgr progress{};
   bool created = false;
 
   ~JpegDecoder() {
@@ -29,15 +41,31 @@ struct JpegDecoder {
 // Each step below returns false after a libjpeg error, with the message in
 // decoder->errors. They hold no C++ objects across setjmp.
 
+// libjpeg calls this once per row of blocks while it reads scans.
+void limitScans(j_common_ptr owner) {
+  const auto* info = reinterpret_cast<j_decompress_ptr>(owner);
+  if (info->input_scan_number <= kMaxScans) return;
+  auto* errors = reinterpret_cast<JpegErrorManager*>(owner->err);
+  std::snprintf(errors->message, sizeof errors->message, "more than %d scans", kMaxScans);
+  std::longjmp(errors->jump, 1);
+}
+
 bool readHeader(JpegDecoder* decoder, std::span<const std::uint8_t> bytes) {
   decoder->errors.attach(reinterpret_cast<jpeg_common_struct*>(&decoder->info));
   if (setjmp(decoder->errors.jump)) return false;
   jpeg_create_decompress(&decoder->info);
   decoder->created = true;
+  decoder->progress.progress_monitor = limitScans;
+  decoder->info.progress = &decoder->progress;
   jpeg_mem_src(&decoder->info, bytes.data(), static_cast<unsigned long>(bytes.size()));
   jpeg_save_markers(&decoder->info, JPEG_APP0 + 1, 0xFFFF);  // EXIF
   jpeg_save_markers(&decoder->info, JPEG_APP0 + 2, 0xFFFF);  // ICC profile
   jpeg_read_header(&decoder->info, TRUE);
+  // With no backing store, a file that would need more fails instead of allocating it.
+  decoder->info.mem->max_memory_to_use =
+      static_cast<long>(decoder->info.image_width) * static_cast<long>(decoder->info.image_height) *
+          decoder->info.num_components * kWorkingBytesPerPixelAndComponent +
+      kWorkingBytesBeside;
   return true;
 }
 

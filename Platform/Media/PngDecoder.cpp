@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "Platform/Media/Exif.h"
@@ -41,6 +42,16 @@ void onError(png_structp png, png_const_charp message) {
 
 void onWarning(png_structp, png_const_charp) {}
 
+// libpng believes a chunk's length and allocates it before reading the data, so a
+// 57-byte file claiming a 2 GiB text chunk would cost 2 GiB. None of its own buffers
+// for a picture within our limits comes near kMaxMetadataBytes (the rows are ours), so
+// anything larger is refused: libpng then skips the chunk or stops with an error.
+png_voidp allocate(png_structp, png_alloc_size_t size) {
+  return size > kMaxMetadataBytes ? nullptr : std::malloc(size);
+}
+
+void release(png_structp, png_voidp memory) { std::free(memory); }
+
 void onRead(png_structp png, png_bytep out, png_size_t length) {
   auto* decoder = static_cast<PngDecoder*>(png_get_io_ptr(png));
   if (decoder->bytes.size() - decoder->offset < length) png_error(png, "the file ends early (truncated)");
@@ -53,7 +64,8 @@ void onRead(png_structp png, png_bytep out, png_size_t length) {
 
 bool readHeader(PngDecoder* decoder) {
   if (setjmp(decoder->jump)) return false;
-  decoder->png = png_create_read_struct(PNG_LIBPNG_VER_STRING, decoder, onError, onWarning);
+  decoder->png = png_create_read_struct_2(PNG_LIBPNG_VER_STRING, decoder, onError, onWarning, nullptr, allocate,
+                                          release);
   if (!decoder->png) {
     std::snprintf(decoder->message, sizeof decoder->message, "libpng cannot start");
     return false;
@@ -65,6 +77,10 @@ bool readHeader(PngDecoder* decoder) {
   png_set_read_fn(png, decoder, onRead);
   // Our own limits decide what is too large, with their own error kind.
   png_set_user_limits(png, PNG_UINT_31_MAX, PNG_UINT_31_MAX);
+  // What a compressed profile or text may inflate to, and how many text and unknown
+  // chunks are kept.
+  png_set_chunk_malloc_max(png, kMaxMetadataBytes);
+  png_set_chunk_cache_max(png, 128);
   png_read_info(png, info);
 
   int bitDepth = 0, colorType = 0, interlace = 0;

@@ -1,0 +1,157 @@
+// Every sample, damaged in the ways files get damaged (cut short, bytes flipped), must
+// end in a picture or a clear error: no crash, no hang, no file left behind, and the
+// sample itself untouched. Photos are decoded; videos are probed and a few frames read.
+// The damage is deterministic (a fixed seed) so that a failure names a case that can
+// be made again.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "ImageCodecTestSupport.h"
+#include "Platform/Media/Asset.h"
+#include "Platform/Media/AssetReader.h"
+#include "Platform/Media/ImageDecoder.h"
+
+namespace platform::media {
+namespace {
+
+using test::mediaPath;
+
+std::uint64_t checksum(const std::vector<std::uint8_t>& bytes) {
+  std::uint64_t hash = 14695981039346656037ull;  // FNV-1a
+  for (const std::uint8_t byte : bytes) hash = (hash ^ byte) * 1099511628211ull;
+  return hash;
+}
+
+bool isVideo(const std::filesystem::path& path) {
+  std::string extension = path.extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+  return extension == ".mov" || extension == ".mp4";
+}
+
+bool isSample(const std::filesystem::path& path) {
+  const std::string name = path.filename().string();
+  return !name.starts_with("LICENSE") && path.extension() != ".md" && path.extension() != ".markdown";
+}
+
+struct Variant {
+  std::string name;
+  std::vector<std::uint8_t> bytes;
+};
+
+// Cuts at a few places (inside the header, and at a quarter, a half and three
+// quarters), and three copies with a handful of bytes flipped: some near the start,
+// where the structure is, and some anywhere.
+std::vector<Variant> damaged(const std::vector<std::uint8_t>& original, std::mt19937& random) {
+  std::vector<Variant> variants;
+  for (const std::size_t cut : {std::size_t{64}, original.size() / 4, original.size() / 2, original.size() * 3 / 4}) {
+    if (cut == 0 || cut >= original.size()) continue;
+    variants.push_back({"cut at " + std::to_string(cut), {original.begin(), original.begin() + cut}});
+  }
+  for (int copy = 0; copy < 3; ++copy) {
+    Variant variant{"flips #" + std::to_string(copy), original};
+    const std::size_t head = std::min<std::size_t>(original.size(), 4096);
+    for (int flip = 0; flip < 12; ++flip) {
+      const std::size_t range = flip % 2 ? original.size() : head;
+      variant.bytes[std::uniform_int_distribution<std::size_t>(0, range - 1)(random)] ^=
+          static_cast<std::uint8_t>(1 + random() % 255);
+    }
+    variants.push_back(std::move(variant));
+  }
+  return variants;
+}
+
+// A picture of the size it claims, or an error that says what went wrong.
+void expectDecodedOrRefused(const std::filesystem::path& file) {
+  auto result = decodeImageFile(file);
+  if (result) {
+    EXPECT_FALSE(result->isEmpty());
+    EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * static_cast<std::size_t>(result->height));
+  } else {
+    EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
+  }
+}
+
+// The probe, then up to three frames of the first video track. A reader that stops
+// early must say why.
+void expectProbedOrRefused(const std::filesystem::path& file) {
+  auto asset = Asset::make(file.string());
+  auto info = asset->loadNow();
+  if (!info) {
+    EXPECT_FALSE(info.error().message.empty());
+    return;
+  }
+  const auto videos = info->tracksOfType(MediaType::video);
+  if (videos.empty()) return;
+  auto reader = AssetReader::make(asset);
+  ASSERT_TRUE(reader.hasValue()) << "the probe succeeded, so the reader must open";
+  auto output = (*reader)->addVideoOutput(videos.front());
+  if (!(*reader)->startReading()) {
+    EXPECT_TRUE((*reader)->error().has_value());
+    return;
+  }
+  int frames = 0;
+  while (frames < 3 && output->copyNextPixelBuffer()) ++frames;
+  if (frames < 3) {
+    EXPECT_NE((*reader)->status(), AssetReaderStatus::reading);
+  }
+}
+
+void expectHandled(const std::filesystem::path& file) {
+  if (isVideo(file)) {
+    expectProbedOrRefused(file);
+  } else {
+    expectDecodedOrRefused(file);
+  }
+}
+
+std::vector<std::filesystem::path> samplesIn(const std::string& folder) {
+  std::vector<std::filesystem::path> samples;
+  const auto path = mediaPath(folder);
+  if (!std::filesystem::is_directory(path)) return samples;
+  for (const auto& entry : std::filesystem::directory_iterator(path)) {
+    if (entry.is_regular_file() && isSample(entry.path())) samples.push_back(entry.path());
+  }
+  std::sort(samples.begin(), samples.end());
+  return samples;
+}
+
+class CorruptMedia : public testing::TestWithParam<const char*> {};
+
+TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
+  const auto samples = samplesIn(GetParam());
+  if (samples.empty()) GTEST_SKIP() << "no samples in " << mediaPath(GetParam());
+  std::mt19937 random(20261123);
+  for (const auto& sample : samples) {
+    SCOPED_TRACE(sample.filename().string());
+    const auto original = test::readBytes(sample);
+    const auto before = checksum(original);
+    test::ScratchFolder folder;
+    std::vector<Variant> variants = damaged(original, random);
+    // The damaged samples of the broken folder are tried as they are too.
+    if (std::string(GetParam()) == "broken") variants.push_back({"as it is", original});
+    for (const Variant& variant : variants) {
+      SCOPED_TRACE(variant.name);
+      const auto file = folder / sample.filename().string();
+      test::writeBytes(file, variant.bytes);
+      expectHandled(file);
+      EXPECT_EQ(folder.entries(), std::vector<std::string>{sample.filename().string()}) << "a file was left behind";
+      std::filesystem::remove(file);
+    }
+    EXPECT_EQ(checksum(test::readBytes(sample)), before) << "the sample changed";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(SampleFolders, CorruptMedia,
+                         testing::Values("photo", "exif-orientation", "video", "livephoto", "broken"),
+                         [](const auto& info) {
+                           std::string name = info.param;
+                           std::erase(name, '-');
+                           return name;
+                         });
+
+}  // namespace
+}  // namespace platform::media
