@@ -9,8 +9,9 @@ packages=(
   libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libswresample-dev ffmpeg
   libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev libheif-dev libwebp-dev libexif-dev
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
-  qt6-base-dev qt6-multimedia-dev librlottie-dev fonts-material-design-icons-iconfont
+  qt6-base-dev qt6-multimedia-dev qt6-l10n-tools qt6-tools-dev librlottie-dev fonts-material-design-icons-iconfont
   libvips-tools imagemagick bc time
+  xvfb xauth dbus at-spi2-core python3-gi gir1.2-atspi-2.0 libqt6test6
 )
 
 sudo_cmd=()

@@ -1,0 +1,48 @@
+#include "Halvane/Panels/Widgets/ToolStripButtonAccessible.h"
+
+#include "Halvane/Panels/Widgets/ToolStripButton.h"
+
+namespace halvane::panels {
+
+namespace {
+QAccessibleInterface* create(const QString& className, QObject* object) {
+  if (className == QLatin1String("halvane::panels::ToolStripButton") && object && object->isWidgetType())
+    return new ToolStripButtonAccessible(static_cast<QWidget*>(object));
+  return nullptr;
+}
+}  // namespace
+
+ToolStripButtonAccessible::ToolStripButtonAccessible(QWidget* button)
+    : QAccessibleWidget(button, QAccessible::Button) {}
+
+QAccessible::State ToolStripButtonAccessible::state() const {
+  QAccessible::State state = QAccessibleWidget::state();
+  const auto* button = static_cast<const ToolStripButton*>(widget());
+  state.checkable = true;
+  state.checked = button->isSelected();
+  state.pressed = button->isDown();
+  return state;
+}
+
+QStringList ToolStripButtonAccessible::actionNames() const {
+  return QStringList{pressAction()} + QAccessibleWidget::actionNames();
+}
+
+void ToolStripButtonAccessible::doAction(const QString& actionName) {
+  auto* button = static_cast<ToolStripButton*>(widget());
+  if (actionName == pressAction() && button->isEnabled()) {
+    button->click();
+    return;
+  }
+  QAccessibleWidget::doAction(actionName);
+}
+
+void ToolStripButtonAccessible::install() {
+  static const bool installed = [] {
+    QAccessible::installFactory(create);
+    return true;
+  }();
+  (void)installed;
+}
+
+}  // namespace halvane::panels

@@ -1,0 +1,112 @@
+// The text look-up: English defaults without a table, the German table compiled into
+// the resource bundle, the desktop's language chosen from the environment, and the
+// German source file kept in step with the text table and the looks of the catalogue.
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QXmlStreamReader>
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+
+using namespace halvane;
+
+namespace {
+
+class CoreApplication : public ::testing::Environment {
+ public:
+  void SetUp() override { application_ = std::make_unique<QCoreApplication>(argc_, argv_); }
+  void TearDown() override { application_.reset(); }
+
+ private:
+  int argc_ = 1;
+  char name_[12] = "DSL10nTests";
+  char* argv_[1] = {name_};
+  std::unique_ptr<QCoreApplication> application_;
+};
+const auto* const kApplication = ::testing::AddGlobalTestEnvironment(new CoreApplication);
+
+QString qs(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+class DSL10nLookup : public ::testing::Test {
+ protected:
+  void TearDown() override { DSL10n::installTranslator(QLocale(QLocale::English)); }
+};
+
+TEST_F(DSL10nLookup, EnglishShowsTheDefaultTexts) {
+  EXPECT_FALSE(DSL10n::installTranslator(QLocale(QLocale::English)));
+  for (const LocalizedText& entry : DSL10n::allEntries()) EXPECT_EQ(DSL10n::text(entry), qs(entry.defaultText));
+  EXPECT_EQ(DSL10n::formatted(DSL10n::Adjust::kelvinFormat, QString::number(5500)), "5500 K");
+  EXPECT_EQ(DSL10n::formatted(DSL10n::Accessibility::videoDuration, "1:05"), "duration 1:05");
+}
+
+TEST_F(DSL10nLookup, GermanTranslatesEveryKeyAndKeepsItsPlaceholders) {
+  ASSERT_TRUE(DSL10n::installTranslator(QLocale(QLocale::German, QLocale::Austria)));
+  int differing = 0;
+  for (const LocalizedText& entry : DSL10n::allEntries()) {
+    const QString text = DSL10n::text(entry);
+    EXPECT_FALSE(text.isEmpty()) << entry.key;
+    for (const char* placeholder : {"%d", "%@"})
+      EXPECT_EQ(text.contains(placeholder), qs(entry.defaultText).contains(placeholder)) << entry.key;
+    differing += text != qs(entry.defaultText);
+  }
+  // Names such as "OK", "Gamma" or "Zoom" are the same in German; most texts are not.
+  EXPECT_GT(differing, 70);
+  EXPECT_EQ(DSL10n::text(DSL10n::Common::cancel), "Abbrechen");
+  EXPECT_EQ(DSL10n::formatted(DSL10n::Accessibility::videoDuration, "1:05"), "Dauer 1:05");
+  for (const FilterDefinition& filter : FilterCatalogue::all())
+    EXPECT_NE(qtTrId(filter.displayNameKey().c_str()), QString::fromStdString(filter.displayNameKey()));
+  EXPECT_EQ(DSL10n::filterName(*FilterCatalogue::definitionForID("tealOrange")), "Petrol & Orange");
+}
+
+TEST_F(DSL10nLookup, AKeyNoTableHasShowsItsDefaultText) {
+  for (const QLocale& locale : {QLocale(QLocale::English), QLocale(QLocale::German), QLocale(QLocale::Japanese)}) {
+    DSL10n::installTranslator(locale);
+    EXPECT_EQ(DSL10n::localized("filter.noSuchLook", "No Such Look"), "No Such Look");
+    EXPECT_EQ(DSL10n::localized("", "Empty key"), "Empty key");
+  }
+}
+
+// Run once with LANGUAGE=en and once with LANGUAGE=de (see CMakeLists.txt).
+TEST(DesktopLanguage, TheDesktopsLanguageChoosesTheTable) {
+  const bool german = qEnvironmentVariable("LANGUAGE").startsWith("de");
+  EXPECT_EQ(DSL10n::installTranslator(), german);
+  EXPECT_EQ(DSL10n::text(DSL10n::Action::undo), german ? "Rückgängig" : "Undo");
+}
+
+TEST(GermanSource, HoldsEveryKeyAndLookWithItsDefaultTextAndComment) {
+  QFile file(HALVANE_GERMAN_TS);
+  ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+  struct Message {
+    QString source, comment, translation;
+  };
+  std::map<std::string, Message> messages;
+  QXmlStreamReader xml(&file);
+  std::string id;
+  while (!xml.atEnd()) {
+    if (xml.readNext() != QXmlStreamReader::StartElement) continue;
+    if (xml.name() == u"message") id = xml.attributes().value("id").toString().toStdString();
+    else if (xml.name() == u"source") messages[id].source = xml.readElementText();
+    else if (xml.name() == u"extracomment") messages[id].comment = xml.readElementText();
+    else if (xml.name() == u"translation") messages[id].translation = xml.readElementText();
+  }
+  ASSERT_FALSE(xml.hasError()) << xml.errorString().toStdString();
+  auto expectMessage = [&](std::string_view key, std::string_view source, std::string_view comment) {
+    const auto found = messages.find(std::string(key));
+    ASSERT_NE(found, messages.end()) << key;
+    EXPECT_EQ(found->second.source, qs(source)) << key;
+    EXPECT_EQ(found->second.comment, qs(comment)) << key;
+    EXPECT_FALSE(found->second.translation.isEmpty()) << key;
+  };
+  for (const LocalizedText& entry : DSL10n::allEntries()) expectMessage(entry.key, entry.defaultText, entry.comment);
+  expectMessage(FilterCatalogue::none().displayNameKey(), FilterCatalogue::none()._displayName, {});
+  for (const FilterDefinition& filter : FilterCatalogue::all())
+    expectMessage(filter.displayNameKey(), filter._displayName, {});
+  EXPECT_EQ(messages.size(), DSL10n::allEntries().size() + FilterCatalogue::all().size() + 1) << "no stale keys";
+}
+
+}  // namespace
