@@ -20,62 +20,28 @@ class SurfacePresenter final : public FramePresenter {
 
 }  // namespace
 
-EditorPreview::EditorPreview(std::shared_ptr<RenderingEngine> engine,
-                             std::shared_ptr<platform::dispatch::MainQueue> mainQueue)
-    : engine_(std::move(engine)),
-      view_(std::make_shared<PreviewView>()),
-      surface_(new platform::qt::PreviewSurface(std::move(mainQueue))) {
+EditorPreview::EditorPreview(const RenderingEngine& engine, std::shared_ptr<platform::dispatch::MainQueue> mainQueue,
+                             QWidget* container)
+    : view_(std::make_shared<PreviewView>()), surface_(new platform::qt::PreviewSurface(std::move(mainQueue), container)) {
   view_->setPresenter(std::make_shared<SurfacePresenter>(surface_->frames()));
-  view_->configure(*engine_);
-  // The surface may go with its parent before this object; a guarded pointer notices.
+  view_->configure(engine);
+  surface_->lower();
+  // The view may outlive the widget (the session holds it); it is reached weakly.
+  std::weak_ptr<PreviewView> weakView = view_;
   QPointer<platform::qt::PreviewSurface> surface = surface_;
-  surface_->onBoundsChanged = [this, surface] {
-    if (surface) boundsChanged();
+  surface_->onBoundsChanged = [weakView, surface] {
+    auto view = weakView.lock();
+    if (!view || !surface) return;
+    const QSize pixels = surface->drawableSize();
+    view->setDrawableSize({uint32_t(pixels.width()), uint32_t(pixels.height())});
+    view->layout(surface->width(), surface->height());
   };
-  view_->onBoundsChanged = [this] {
-    if (renderer_) renderer_->updateEditState(renderer_->currentState());
-    engine_->setPreviewNeedsDisplay();
-  };
+  fitToContainer();
+  surface_->show();
 }
 
-EditorPreview::~EditorPreview() {
-  stop();
-  if (surface_) surface_->onBoundsChanged = nullptr;
-}
-
-void EditorPreview::boundsChanged() {
-  const QSize pixels = surface_->drawableSize();
-  view_->setDrawableSize({uint32_t(pixels.width()), uint32_t(pixels.height())});
-  view_->layout(surface_->width(), surface_->height());
-}
-
-void EditorPreview::showPhoto(std::shared_ptr<platform::gpu::Texture> texture) {
-  engine_->stopDisplayLink();
-  engine_->setPreviewView(view_);
-  engine_->startDisplayLink();
-  engine_->setPreviewSource(std::move(texture));
-  engine_->setPreviewNeedsDisplay();
-  boundsChanged();
-}
-
-std::shared_ptr<VideoRenderer> EditorPreview::playVideo(std::shared_ptr<platform::media::Asset> asset,
-                                                        std::shared_ptr<platform::media::AudioSink> audioSink) {
-  renderer_ = VideoRenderer::create(engine_, {.audioSink = std::move(audioSink), .backgroundTasks = nullptr});
-  renderer_->setPreviewView(view_);
-  renderer_->startDisplayLink();
-  renderer_->loadAsset(std::move(asset));
-  renderer_->player().play();
-  boundsChanged();
-  return renderer_;
-}
-
-void EditorPreview::stop() {
-  if (renderer_) {
-    renderer_->removeTrimBoundaryObserver();
-    renderer_->stopPlayback();
-    renderer_.reset();
-  }
-  engine_->stopDisplayLink();
+void EditorPreview::fitToContainer() {
+  if (auto* container = surface_->parentWidget()) surface_->setGeometry(container->rect());
 }
 
 }  // namespace halvane::editor
