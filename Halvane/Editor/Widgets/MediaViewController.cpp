@@ -1,11 +1,13 @@
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 
+#include <QHideEvent>
 #include <QKeySequence>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPointer>
 #include <QPushButton>
 #include <QShortcut>
+#include <QShowEvent>
 #include <QTimer>
 
 #include "Halvane/DesignSystem/DSColor.h"
@@ -18,6 +20,7 @@
 #include "Halvane/Editor/Widgets/ShareSheet.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
+#include "Halvane/Panels/Widgets/TextButton.h"
 #include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"

@@ -24,18 +24,6 @@ void nameButton(QWidget* button, const LocalizedText& entry) {
 }
 }  // namespace
 
-int toolPanelHeight(MediaTool tool) {
-  switch (tool) {
-    case MediaTool::transform: return 148;
-    case MediaTool::filter: return 192;
-    case MediaTool::adjust: return 176;
-    case MediaTool::focus: return 100;
-    case MediaTool::trim: return 168;
-    case MediaTool::audio: return 152;
-  }
-  return 148;
-}
-
 ToolFrameView::ToolFrameView(MediaTool tool, QWidget* parent)
     : QWidget(parent),
       tool_(tool),
@@ -43,7 +31,7 @@ ToolFrameView::ToolFrameView(MediaTool tool, QWidget* parent)
       cancelButton_(new panels::IconButton("xmark", kSymbolPointSize, this)),
       confirmButton_(new panels::IconButton("checkmark", kSymbolPointSize, this)),
       content_(new QWidget(this)) {
-  setFixedHeight(toolPanelHeight(tool));
+  setFixedHeight(int(toolPanelHeight(tool)));
   setAccessibleName(DSL10n::text(mediaToolInfo(tool).title));
   cancelButton_->setFixedSize(kButtonSize, kButtonSize);
   confirmButton_->setFixedSize(kButtonSize, kButtonSize);

@@ -7,7 +7,7 @@
 
 #include <functional>
 
-#include "Halvane/Model/MediaTool.h"
+#include "Halvane/Editor/EditorViews.h"
 
 class QLabel;
 
@@ -16,9 +16,6 @@ class IconButton;
 }
 
 namespace halvane::editor {
-
-// The fixed height of each tool's panel, in points.
-int toolPanelHeight(MediaTool tool);
 
 class ToolFrameView : public QWidget {
  public:
