@@ -116,6 +116,7 @@ int main(int argc, char** argv) {
     editor.resize(kPhoneWindowSize);
     editor.onDismissed = [&editor] { editor.close(); };
     editor.show();
+    editor.activateWindow();
     if (parser.isSet(screenshot)) scheduleScreenshot(editor, parser.value(screenshot), status);
     const int loopStatus = QApplication::exec();
     if (status == 0) status = loopStatus;

@@ -136,7 +136,10 @@ class MediaViewController::Screen final : public EditorScreen {
     // The sheet covers the session: playback pauses and resumes when it closes.
     std::weak_ptr<EditorSession> session = controller_->session_;
     if (auto strong = session.lock()) strong->viewWillDisappear(false);
-    ShareSheet::present(std::move(offer), controller_, [session, completion = std::move(completion)] {
+    QPointer<MediaViewController> controller = controller_;
+    ShareSheet::present(std::move(offer), controller_, [controller, session, completion = std::move(completion)] {
+      // Keys go back to the editor, also where no window manager hands them over.
+      if (controller) controller->activateWindow();
       if (auto strong = session.lock()) strong->viewWillAppear();
       if (completion) completion();
     });

@@ -38,7 +38,7 @@ QImage qImage(const platform::media::Image& image) {
 QString startFolder(bool isPhoto) {
   const QString folder =
       QStandardPaths::writableLocation(isPhoto ? QStandardPaths::PicturesLocation : QStandardPaths::MoviesLocation);
-  return folder.isEmpty() ? QDir::homePath() : folder;
+  return folder.isEmpty() || !QDir(folder).exists() ? QDir::homePath() : folder;
 }
 
 }  // namespace
