@@ -2,6 +2,7 @@
 
 #include <QHideEvent>
 #include <QKeySequence>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPainter>
 #include <QPointer>
@@ -12,6 +13,7 @@
 
 #include "Halvane/DesignSystem/DSColor.h"
 #include "Halvane/DesignSystem/DSL10n.h"
+#include "Halvane/DesignSystem/Widgets/DSFont.h"
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 #include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Halvane/Editor/EditorServices.h"
@@ -60,6 +62,21 @@ class ProgressCard final : public ExportProgressView {
  private:
   QPointer<panels::ExportProgressView> view_;
 };
+
+// The alert in the editor's colours: title in the headline face over the message.
+void styleAlert(QMessageBox& box) {
+  const auto css = [](const DSRGBA& colour) { return qColor(colour).name(QColor::HexArgb); };
+  box.setStyleSheet(QStringLiteral("QMessageBox { background: %1; }"
+                                   "QLabel { color: %2; min-width: 240px; }"
+                                   "QPushButton { background: %3; color: %4; border: none; border-radius: 8px;"
+                                   " padding: 6px 20px; min-height: 24px; }"
+                                   "QPushButton:pressed { background: %5; }")
+                        .arg(css(DSColor::bgSecondary), css(DSColor::textPrimary), css(DSColor::bgElevated),
+                             css(DSColor::accent), css(DSColor::accentSoft)));
+  if (auto* title = box.findChild<QLabel*>(QStringLiteral("qt_msgbox_label"))) {
+    title->setFont(DSFont::font(DSTextStyle::headline, "AvenirNext-DemiBold", DSFontWeight::semibold));
+  }
+}
 
 }  // namespace
 
@@ -116,6 +133,7 @@ class MediaViewController::Screen final : public EditorScreen {
   void presentAlert(const EditorAlert& alert, std::function<void()> onButton) override {
     if (!controller_) return;
     auto* box = new QMessageBox(controller_);
+    styleAlert(*box);
     box->setWindowTitle(DSL10n::text(alert.title));
     box->setText(DSL10n::text(alert.title));
     box->setInformativeText(DSL10n::text(alert.message));
@@ -169,6 +187,9 @@ MediaViewController::MediaViewController(MediaContent content, std::shared_ptr<A
                                          MediaViewOptions options, QWidget* parent)
     : QWidget(parent), options_(std::move(options)), container_(std::move(container)) {
   setAttribute(Qt::WA_OpaquePaintEvent);
+  // The screen itself holds the focus until Tab moves it to a control, so no control
+  // wears a focus ring that nobody asked for.
+  setFocusPolicy(Qt::StrongFocus);
   buildViews();
   screen_ = std::make_shared<Screen>(this);
   session_ = EditorSession::create(
@@ -282,6 +303,8 @@ void MediaViewController::addShortcuts() {
 
 void MediaViewController::toolOpenChanged(bool open) {
   for (auto* shortcut : toolShortcuts_) shortcut->setEnabled(open);
+  // The control that opened or closed the tool fades away; focus stays with the screen.
+  setFocus(Qt::OtherFocusReason);
 }
 
 void MediaViewController::undoFromKeyboard() {
@@ -357,6 +380,7 @@ void MediaViewController::showEvent(QShowEvent* event) {
   session_->viewWillAppear();
   if (hasAppeared_) return;
   hasAppeared_ = true;
+  setFocus(Qt::OtherFocusReason);
   QPointer<MediaViewController> self = this;
   QTimer::singleShot(0, this, [self] {
     if (self && self->session_) self->session_->viewDidAppear();
