@@ -62,9 +62,20 @@ void scheduleScreenshot(halvane::editor::MediaViewController& editor, const QStr
   poll->start(100);
 }
 
+// In a desktop session the file choosers go through the XDG desktop portal, which
+// shows the desktop's own (and works from a sandbox); the theme falls back to Qt's
+// chooser where no portal answers. A theme the user chose stays.
+void preferPortalFileChooser() {
+  if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORMTHEME") && !qEnvironmentVariableIsEmpty("XDG_CURRENT_DESKTOP") &&
+      !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
+    qputenv("QT_QPA_PLATFORMTHEME", "xdgdesktopportal");
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  preferPortalFileChooser();
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("tamrix-editor"));
   QApplication::setApplicationDisplayName(QStringLiteral("Tamrix Editor"));

@@ -12,6 +12,7 @@ packages=(
   qt6-base-dev qt6-multimedia-dev qt6-l10n-tools qt6-tools-dev librlottie-dev fonts-material-design-icons-iconfont
   libvips-tools imagemagick bc time
   xvfb xauth dbus at-spi2-core python3-gi gir1.2-atspi-2.0 libqt6test6
+  qt6-xdgdesktopportal-platformtheme
 )
 
 sudo_cmd=()

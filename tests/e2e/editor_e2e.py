@@ -181,6 +181,8 @@ def main(program, media):
     require_display()
     with tempfile.TemporaryDirectory(prefix="tamrix-e2e-") as home:
         env = dict(os.environ)
+        # Qt's own file chooser, which the test drives; no desktop's portal.
+        env.pop("XDG_CURRENT_DESKTOP", None)
         env.setdefault("XDG_CACHE_HOME", os.path.join(os.path.expanduser("~"), ".cache"))
         env.update(HOME=home, XDG_CONFIG_HOME=os.path.join(home, ".config"), HALVANE_GPU_DEVICE="cpu")
         folder = os.path.join(home, "saved")
