@@ -10,10 +10,15 @@
 #include <QMessageBox>
 #include <QTimer>
 
+#include <cstdio>
+#include <filesystem>
 #include <memory>
+#include <string>
 
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Halvane/Editor/Widgets/MediaViewController.h"
+#include "Halvane/Editor/Widgets/ShareSheet.h"
+#include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
@@ -100,6 +105,22 @@ class MediaViewControllerTest : public ::testing::Test {
   }
   void tap(MediaTool tool) { editor->toolStrip()->toolButton(tool)->click(); }
   int previewBottom() const { return editor->previewContainer()->geometry().bottom() + 1; }
+  // A confirmed edit, as a panel would make it.
+  EditState edit() {
+    auto& session = *editor->session();
+    tap(MediaTool::adjust);
+    EditState edited = session.workingState();
+    edited.exposure = 0.5;
+    session.setWorkingState(edited);
+    editor->confirmOpenTool();
+    return edited;
+  }
+  ShareSheet* openSheet() const {
+    for (auto* widget : QApplication::topLevelWidgets()) {
+      if (auto* sheet = dynamic_cast<ShareSheet*>(widget); sheet && sheet->isVisible()) return sheet;
+    }
+    return nullptr;
+  }
   bool barsShown() const {
     return !editor->topBar()->isHidden() && !editor->undoRedoBar()->isHidden() && !editor->toolStrip()->isHidden();
   }
@@ -177,11 +198,7 @@ TEST_F(MediaViewControllerTest, AnInterruptedEnterHidesNothing) {
 TEST_F(MediaViewControllerTest, KeysForTheHistoryWaitWhileAToolIsOpen) {
   openPhoto();
   auto& session = *editor->session();
-  tap(MediaTool::adjust);
-  EditState edited = session.workingState();
-  edited.exposure = 0.5;
-  session.setWorkingState(edited);
-  editor->confirmOpenTool();
+  const EditState edited = edit();
   ASSERT_TRUE(editor->undoRedoBar()->undoButton()->isEnabled());
 
   tap(MediaTool::focus);
@@ -216,6 +233,66 @@ TEST_F(MediaViewControllerTest, ALoadErrorShowsTheAlertWhoseButtonEndsTheScreen)
   alert->buttons().front()->click();
   EXPECT_TRUE(runEventsUntil([&] { return dismissed; }));
   EXPECT_TRUE(editor->isBeingDismissed());
+}
+
+std::string probe(const std::string& path) {
+  std::string output;
+  if (FILE* pipe = popen(("ffprobe -v error -select_streams v:0 -show_entries stream=codec_name:format=format_name "
+                          "-of csv=p=0 '" + path + "'").c_str(), "r")) {
+    char buffer[256];
+    while (fgets(buffer, sizeof buffer, pipe)) output += buffer;
+    pclose(pipe);
+  }
+  return output;
+}
+
+TEST_F(MediaViewControllerTest, AnEditedPhotoGoesThroughTheCardToTheShareSheet) {
+  openPhoto();
+  const int width = std::get<platform::media::Image>(editor->session()->content()).width;
+  edit();
+  editor->show();
+  ASSERT_TRUE(runEventsUntil([&] { return editor->isVisible(); }));
+  editor->shareFromKeyboard();
+  auto* card = editor->findChild<panels::ExportProgressView*>();
+  ASSERT_NE(card, nullptr);
+  EXPECT_TRUE(card->isIndeterminate());
+  ShareSheet* sheet = nullptr;
+  ASSERT_TRUE(runEventsUntil([&] { return (sheet = openSheet()) != nullptr; }));
+  EXPECT_EQ(editor->findChild<panels::ExportProgressView*>(), nullptr);
+  // A second share while the sheet is open starts nothing.
+  editor->shareFromKeyboard();
+  EXPECT_EQ(editor->findChild<panels::ExportProgressView*>(), nullptr);
+
+  const std::string saved = testsupport::temporaryFolder() + "/edited-photo.jpg";
+  ASSERT_TRUE(sheet->saveTo(QString::fromStdString(saved)));
+  auto decoded = platform::media::decodeImageFile(saved);
+  ASSERT_TRUE(decoded);
+  EXPECT_EQ(decoded.value().width, width);
+  sheet->reject();
+  EXPECT_FALSE(editor->session()->isExporting());
+}
+
+TEST_F(MediaViewControllerTest, AnEditedVideoExportsWithProgressAsAQuickTimeMovieWithHevc) {
+  open(std::filesystem::path(testsupport::sample("video/ios9.mov")));
+  editor->show();
+  ASSERT_TRUE(runEventsUntil([&] { return editor->session()->videoRenderer() != nullptr; }));
+  // Playback paused: on the CPU device the export then has the machine to itself.
+  editor->session()->videoRenderer()->pause();
+  edit();
+  editor->shareFromKeyboard();
+  auto* card = editor->findChild<panels::ExportProgressView*>();
+  ASSERT_NE(card, nullptr);
+  EXPECT_FALSE(card->isIndeterminate());
+  ShareSheet* sheet = nullptr;
+  ASSERT_TRUE(runEventsUntil([&] { return (sheet = openSheet()) != nullptr; }, 120'000));
+
+  const std::string saved = testsupport::temporaryFolder() + "/edited-video.mov";
+  ASSERT_TRUE(sheet->saveTo(QString::fromStdString(saved)));
+  const std::string streams = probe(saved);
+  EXPECT_EQ(streams.rfind("hevc\n", 0), 0u) << streams;
+  EXPECT_NE(streams.find("mov,"), std::string::npos) << streams;
+  sheet->reject();
+  EXPECT_FALSE(editor->session()->isExporting());
 }
 
 }  // namespace
