@@ -54,8 +54,7 @@ class EditorVideo {
   virtual void stopPlayback() = 0;
   // As VideoRenderer::exportVideo: progress and completion on the main thread.
   virtual void exportVideo(std::string outputURL, const EditState& state, VideoExportPreset preset,
-                           std::function<void(float)> progress,
-                           std::function<void(VideoExportResult)> completion) = 0;
+                           std::function<void(float)> progress, std::function<void(VideoExportResult)> completion) = 0;
   // Sets the cancel flag of a running export, under its lock.
   virtual void cancelExport() = 0;
 

@@ -11,7 +11,8 @@ using platform::dispatch::MainQueue;
 std::shared_ptr<EditorSession> EditorSession::create(MediaContent content, std::shared_ptr<AppContainer> container,
                                                      EditorViews views, std::shared_ptr<EditorScreen> screen,
                                                      EditorServices services) {
-  if (!container || !screen || !views.isComplete()) platform::fatalError("EditorSession needs a container, a screen and every view");
+  if (!container || !screen || !views.isComplete())
+    platform::fatalError("EditorSession needs a container, a screen and every view");
   if (!services.photoExport || !services.videoLoader) {
     auto real = makeEditorServices(container->renderingEngine);
     if (!services.photoExport) services.photoExport = real.photoExport;
@@ -35,7 +36,9 @@ EditorSession::~EditorSession() { teardown(); }
 
 // --- Tool markers.
 
-std::optional<EditState>& EditorSession::stateBeforeSlot(MediaTool tool) { return stateBefore_[static_cast<size_t>(tool)]; }
+std::optional<EditState>& EditorSession::stateBeforeSlot(MediaTool tool) {
+  return stateBefore_[static_cast<size_t>(tool)];
+}
 
 const std::optional<EditState>& EditorSession::stateBefore(MediaTool tool) const {
   return stateBefore_[static_cast<size_t>(tool)];
@@ -212,6 +215,8 @@ void EditorSession::viewWillDisappear(bool isBeingDismissed) {
 
 void EditorSession::teardown() {
   // Runs at dismissal and again at the end of life: every step tolerates a repeat.
+  screen_->stopFillAnimation();
+  if (auto tool = activeTool()) views_.panel(*tool).sessionWillDisappear();
   if (videoRenderer_) {
     videoRenderer_->removeTrimBoundaryObserver();
     videoRenderer_->stopPlayback();
@@ -231,6 +236,8 @@ void EditorSession::didReceiveMemoryWarning() {
 
 void EditorSession::closeTapped() {
   if (screen_->isBeingDismissed()) return;
+  // The host may let go of the session inside a delegate call.
+  const auto keepAlive = shared_from_this();
   if (exportFlow_.isExporting()) {
     exportFlow_.cancelForClose();
   } else if (auto delegate = this->delegate()) {

@@ -13,6 +13,8 @@ void EditorSession::enterTool(MediaTool tool) {
     return;
   if (tool == MediaTool::audio && !videoRenderer_) return;
 
+  // The host may let go of the session inside a delegate call.
+  const auto keepAlive = shared_from_this();
   if (auto delegate = this->delegate()) delegate->mediaViewControllerDidOpenTool(*this, tool);
   views_.toolStrip->setInteractive(false);
   const EditState committed = editHistory_.currentState();
@@ -42,6 +44,7 @@ void EditorSession::enterTool(MediaTool tool) {
 }
 
 void EditorSession::exitTool(MediaTool tool, bool applied) {
+  const auto keepAlive = shared_from_this();  // across the host's call
   auto& panel = views_.panel(tool);
   panel.toolWillClose(applied);
   auto& before = stateBeforeSlot(tool);
@@ -99,10 +102,10 @@ void EditorSession::runToolTransition(std::function<void()> changes, std::functi
   toolTransitionAnimator_.reset();
   // An interrupted transition's completion does nothing: the one that follows decides
   // what stays visible.
-  toolTransitionAnimator_ = screen_->startTransition(kPanelSpring, std::move(block),
-                                                     [atEnd = std::move(atEnd)](bool reachedEnd) {
-                                                       if (reachedEnd) atEnd();
-                                                     });
+  toolTransitionAnimator_ =
+      screen_->startTransition(kPanelSpring, std::move(block), [atEnd = std::move(atEnd)](bool reachedEnd) {
+        if (reachedEnd) atEnd();
+      });
 }
 
 void EditorSession::runEnterTransition(MediaTool tool) {

@@ -5,8 +5,8 @@ namespace halvane {
 bool EditorViews::isComplete() const {
   for (size_t i = 0; i < panels.size(); ++i)
     if (!panels[i] || panels[i]->tool != kAllMediaTools[i]) return false;
-  return topBar && undoRedoBar && toolStrip && filterSliderBar && adjustSliderBar && adjustPresetRow &&
-         focusControls && focusOverlay && cropOverlay;
+  return topBar && undoRedoBar && toolStrip && filterSliderBar && adjustSliderBar && adjustPresetRow && focusControls &&
+         focusOverlay && cropOverlay;
 }
 
 }  // namespace halvane

@@ -51,8 +51,8 @@ class ToolPanel : public FadingView {
   virtual void toolWillClose(bool /*applied*/) {}
   // After the tool's marker has been cleared: the tool's own close steps.
   virtual void toolDidClose() {}
-  // The editor screen appears again or goes away (covered or dismissed) while this
-  // panel's tool is open.
+  // While this panel's tool is open: the editor screen appears again, or goes away
+  // (covered, dismissed, or at the session's end; the last two may both come).
   virtual void sessionWillAppear() {}
   virtual void sessionWillDisappear() {}
 

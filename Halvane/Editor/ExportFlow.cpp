@@ -19,6 +19,8 @@ auto withSession(std::weak_ptr<EditorSession> weakSession, Work work) {
 void ExportFlow::shareTapped() {
   if (isExporting_) return;
   isExporting_ = true;
+  // The host may let go of the session inside a delegate call.
+  const auto keepAlive = session_.shared_from_this();
   // The committed state: an open tool's scratch state is never exported.
   const EditState state = session_.editHistory().currentState();
   hasDelegate_ = session_.delegate() != nullptr;
@@ -45,8 +47,8 @@ void ExportFlow::passthrough() {
     return;
   }
   ShareItem item = std::get_if<std::filesystem::path>(&content) ? ShareItem(std::get<std::filesystem::path>(content))
-                   : session_.tempFiles().sourceImageFileURL ? ShareItem(*session_.tempFiles().sourceImageFileURL)
-                                                              : ShareItem(std::get<platform::media::Image>(content));
+                   : session_.tempFiles().sourceImageFileURL    ? ShareItem(*session_.tempFiles().sourceImageFileURL)
+                                                                : ShareItem(std::get<platform::media::Image>(content));
   shareItem(std::move(item));
 }
 
@@ -57,7 +59,8 @@ void ExportFlow::exportPhoto(const EditState& state) {
   }
   auto weakSession = session_.weak_from_this();
   progressView_ = session_.screen()->showExportProgress(true);
-  progressView_->onCancel = withSession(weakSession, [](EditorSession& session) { session.exportFlow().photoCancel(); });
+  progressView_->onCancel =
+      withSession(weakSession, [](EditorSession& session) { session.exportFlow().photoCancel(); });
   session_.services().photoExport->render(
       session_.sourceTexture(), state, session_.sourceColorSpace(),
       withSession(weakSession, [](EditorSession& session, std::optional<platform::media::Image> image) {
@@ -101,18 +104,20 @@ void ExportFlow::exportVideo(const EditState& state) {
   }
   auto weakSession = session_.weak_from_this();
   progressView_ = session_.screen()->showExportProgress(false);
-  progressView_->onCancel = withSession(weakSession, [](EditorSession& session) { session.exportFlow().videoCancel(); });
+  progressView_->onCancel =
+      withSession(weakSession, [](EditorSession& session) { session.exportFlow().videoCancel(); });
   const auto url = session_.tempFiles().beginVideoExport();
   // exportVideo clears the renderer's cancel flag under its lock as its first act.
   video->exportVideo(
       url.string(), state, session_.configuration().videoExportPreset,
-      withSession(weakSession,
-                  [progressView = progressView_](EditorSession&, float fraction) { progressView->setProgress(fraction); }),
+      withSession(weakSession, [progressView = progressView_](EditorSession&,
+                                                              float fraction) { progressView->setProgress(fraction); }),
       withSession(weakSession, [](EditorSession& session, VideoExportResult result) {
         auto& flow = session.exportFlow();
         const bool wasExporting = flow.isExporting_;
         flow.isExporting_ = false;
-        flow.dismissProgress([&flow, result = std::move(result), wasExporting] { flow.finishVideo(result, wasExporting); });
+        flow.dismissProgress(
+            [&flow, result = std::move(result), wasExporting] { flow.finishVideo(result, wasExporting); });
       }));
 }
 
@@ -142,7 +147,8 @@ void ExportFlow::finishVideo(const VideoExportResult& result, bool wasExporting)
 void ExportFlow::photoCancel() {
   if (!isExporting_) return;
   isExporting_ = false;
-  if (auto delegate = session_.delegate()) delegate->mediaViewControllerDidFail(session_, EditorError::cancelledByUser());
+  if (auto delegate = session_.delegate())
+    delegate->mediaViewControllerDidFail(session_, EditorError::cancelledByUser());
   dismissProgress({});
 }
 
@@ -154,7 +160,8 @@ void ExportFlow::videoCancel() {
 void ExportFlow::cancelForClose() {
   if (const auto& video = session_.videoRenderer()) video->cancelExport();
   isExporting_ = false;
-  if (auto delegate = session_.delegate()) delegate->mediaViewControllerDidFail(session_, EditorError::cancelledByUser());
+  if (auto delegate = session_.delegate())
+    delegate->mediaViewControllerDidFail(session_, EditorError::cancelledByUser());
 }
 
 void ExportFlow::fail(const EditorError& error) {

@@ -1,0 +1,248 @@
+#pragma once
+// Recording fakes of the session's views, screen, services and host, and a fixture
+// that builds a session on them over one shared engine (lavapipe) and a hand-pumped
+// main queue.
+#include <gtest/gtest.h>
+
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Halvane/Editor/EditorSession.h"
+#include "Platform/Dispatch/DisplayLink.h"
+#include "Platform/Dispatch/ManualMainQueue.h"
+
+namespace halvane::editor_test {
+
+template <typename Base>
+class Fake : public Base {
+ public:
+  template <typename... Args>
+  explicit Fake(Args&&... args) : Base(std::forward<Args>(args)...) {}
+  void setHidden(bool hidden) override { this->hidden = hidden; }
+  bool isHidden() const override { return hidden; }
+  void setAlpha(double alpha) override { this->alpha = alpha; }
+  bool hidden = true;
+  double alpha = 1;
+};
+
+using FakePanel = Fake<ToolPanel>;
+
+struct FakeToolStrip final : Fake<ToolStripView> {
+  void setInteractive(bool value) override { interactive = value; }
+  void setSelectedTool(std::optional<MediaTool> tool) override { selected = tool; }
+  void setContentIsVideo(bool value) override { isVideo = value; }
+  bool interactive = true;
+  std::optional<MediaTool> selected;
+  std::optional<bool> isVideo;
+};
+
+struct FakeUndoRedo final : Fake<UndoRedoView> {
+  void setUndoEnabled(bool value) override { undoEnabled = value; }
+  void setRedoEnabled(bool value) override { redoEnabled = value; }
+  bool undoEnabled = false;
+  bool redoEnabled = false;
+};
+
+struct FakeTransition final : ToolTransition {
+  bool isRunning() const override { return running; }
+  void stopAtCurrentPosition() override { end(false); }
+  void end(bool atEnd) {
+    if (!running) return;
+    running = false;
+    completion(atEnd);
+  }
+  bool running = true;
+  std::function<void(bool)> completion;
+};
+
+struct FakeProgress final : ExportProgressView {
+  void setProgress(float fraction) override { progress.push_back(fraction); }
+  void fadeOut(std::function<void()> whenGone) override {
+    ++fadeOuts;
+    whenGone();
+  }
+  std::vector<float> progress;
+  int fadeOuts = 0;
+};
+
+struct FakeScreen final : EditorScreen {
+  bool hasWindow() const override { return window; }
+  void layoutIfNeeded() override {}
+  std::shared_ptr<ToolTransition> startTransition(SpringTiming, std::function<void()> changes,
+                                                  std::function<void(bool)> completion) override {
+    changes();  // the values animated to
+    auto transition = std::make_shared<FakeTransition>();
+    transition->completion = std::move(completion);
+    transitions.push_back(transition);
+    return transition;
+  }
+  void tiePreviewBottom(std::optional<MediaTool> panel) override { previewBottom = panel; }
+  std::shared_ptr<PreviewView> makePreviewView() override { return std::make_shared<PreviewView>(); }
+  void updateFraming(bool) override {}
+  bool isFillAnimationRunning() const override { return false; }
+  void stopFillAnimation() override {}
+  void clearCropLockedRatio() override {}
+  void purgeFilterThumbnails() override { ++purges; }
+  void presentAlert(const EditorAlert& alert, std::function<void()> onButton) override {
+    alerts.push_back(alert);
+    alertButtons.push_back(std::move(onButton));
+  }
+  void presentShareSheet(ShareItem item, std::function<void()> completion) override {
+    shared.push_back(std::move(item));
+    shareCompletions.push_back(std::move(completion));
+  }
+  std::shared_ptr<ExportProgressView> showExportProgress(bool indeterminate) override {
+    progressIndeterminate = indeterminate;
+    progressViews.push_back(std::make_shared<FakeProgress>());
+    return progressViews.back();
+  }
+  void dismiss(bool) override {
+    ++dismissals;
+    dismissed = true;
+  }
+  bool isBeingDismissed() const override { return dismissed; }
+
+  bool window = false;
+  int purges = 0, dismissals = 0;
+  bool dismissed = false;
+  std::optional<MediaTool> previewBottom;
+  std::vector<std::shared_ptr<FakeTransition>> transitions;
+  std::vector<EditorAlert> alerts;
+  std::vector<std::function<void()>> alertButtons;
+  std::vector<ShareItem> shared;
+  std::vector<std::function<void()>> shareCompletions;
+  std::vector<std::shared_ptr<FakeProgress>> progressViews;
+  bool progressIndeterminate = false;
+};
+
+struct FakePhotoExport final : PhotoExportService {
+  void render(std::shared_ptr<platform::gpu::Texture>, EditState state, std::vector<std::uint8_t>,
+              std::function<void(std::optional<platform::media::Image>)> completion) override {
+    renderedStates.push_back(state);
+    renders.push_back(std::move(completion));
+  }
+  void writeJPEG(platform::media::Image image, PhotoExportPreset,
+                 std::function<void(std::optional<std::filesystem::path>)> completion) override {
+    jpegs.push_back(image);
+    writes.push_back(std::move(completion));
+  }
+  std::vector<EditState> renderedStates;
+  std::vector<std::function<void(std::optional<platform::media::Image>)>> renders;
+  std::vector<platform::media::Image> jpegs;
+  std::vector<std::function<void(std::optional<std::filesystem::path>)>> writes;
+};
+
+struct FakeVideo final : EditorVideo {
+  std::shared_ptr<VideoRenderer> renderer() const override { return nullptr; }
+  bool trackPropertiesLoaded() const override { return loaded; }
+  bool hasAsset() const override { return true; }
+  void updateEditState(const EditState& state) override { shown = state; }
+  void setNeedsDisplay() override {}
+  void setVolume(float value) override { volume = value; }
+  float rate() const override { return playing ? 1.0f : 0.0f; }
+  void play() override { playing = true; }
+  void pause() override { playing = false; }
+  void removeTrimBoundaryObserver() override {}
+  void stopPlayback() override { ++stops; }
+  void exportVideo(std::string url, const EditState&, VideoExportPreset, std::function<void(float)> progress,
+                   std::function<void(VideoExportResult)> completion) override {
+    exportURLs.push_back(url);
+    progresses.push_back(std::move(progress));
+    completions.push_back(std::move(completion));
+  }
+  void cancelExport() override { ++cancels; }
+
+  bool loaded = false;
+  bool playing = false;
+  float volume = -1;
+  int stops = 0, cancels = 0;
+  EditState shown;
+  std::vector<std::string> exportURLs;
+  std::vector<std::function<void(float)>> progresses;
+  std::vector<std::function<void(VideoExportResult)>> completions;
+};
+
+struct FakeVideoLoader final : EditorVideoLoader {
+  void loadVideoAsset(const std::filesystem::path& url,
+                      std::function<void(std::shared_ptr<platform::media::Asset>)> completion) override {
+    completion(hasVideoTrack ? platform::media::Asset::make(url.string()) : nullptr);
+  }
+  std::shared_ptr<EditorVideo> startVideo(std::shared_ptr<platform::media::Asset>,
+                                          std::shared_ptr<PreviewView>) override {
+    video->playing = true;
+    return video;
+  }
+  bool hasVideoTrack = true;
+  std::shared_ptr<FakeVideo> video = std::make_shared<FakeVideo>();
+};
+
+struct FakeDelegate final : MediaViewControllerDelegate {
+  void mediaViewControllerDidFinish(EditorSession&, const HalvaneExportResult& result) override {
+    calls.push_back("finish");
+    results.push_back(result);
+  }
+  void mediaViewControllerDidCancel(EditorSession&) override { calls.push_back("cancel"); }
+  void mediaViewControllerWillBeginExport(EditorSession&) override { calls.push_back("willBegin"); }
+  void mediaViewControllerDidFail(EditorSession&, const EditorError& error) override {
+    calls.push_back("fail");
+    errors.push_back(error);
+  }
+  void mediaViewControllerDidOpenTool(EditorSession& session, MediaTool tool) override {
+    calls.push_back(std::string("open ") + std::string(mediaToolInfo(tool).rawValue));
+    toolWasActiveAtOpen = session.isToolActive();
+  }
+  void mediaViewControllerDidCloseTool(EditorSession&, MediaTool tool, bool applied) override {
+    calls.push_back(std::string("close ") + std::string(mediaToolInfo(tool).rawValue) + (applied ? " applied" : ""));
+  }
+  std::vector<std::string> calls;
+  std::vector<HalvaneExportResult> results;
+  std::vector<EditorError> errors;
+  bool toolWasActiveAtOpen = false;
+};
+
+// A plain opaque picture of the given size and orientation.
+platform::media::Image makeImage(int width, int height,
+                                 platform::media::ImageOrientation orientation = platform::media::ImageOrientation::up);
+
+EditState withExposure(float exposure);
+
+class EditorSessionTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite();
+  static void TearDownTestSuite();
+  void SetUp() override;
+  void TearDown() override;
+
+  // A loaded session on `content`; the configuration is set first.
+  std::shared_ptr<EditorSession> open(MediaContent content, HalvaneConfig config = {});
+  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) {
+    return open(makeImage(8, 6), std::move(config));
+  }
+  std::shared_ptr<EditorSession> openVideo(std::filesystem::path url, HalvaneConfig config = {});
+  // A confirmed tool session that commits `state`.
+  void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust);
+  const EditState& previewState() const { return container->renderingEngine->previewState(); }
+  FakePanel& panel(MediaTool tool) { return *panels[static_cast<size_t>(tool)]; }
+  // A file in this test's temporary folder.
+  std::filesystem::path makeTempFile(const std::string& name);
+
+  // Open sessions on the engine's own services instead of the fakes.
+  bool realServices = false;
+  static std::shared_ptr<AppContainer> container;
+  std::shared_ptr<platform::dispatch::ManualMainQueue> queue;
+  platform::dispatch::ManualDisplayLinkFactory links;
+  std::filesystem::path tempFolder;
+  std::shared_ptr<FakeScreen> screen = std::make_shared<FakeScreen>();
+  std::shared_ptr<FakePhotoExport> photoExport = std::make_shared<FakePhotoExport>();
+  std::shared_ptr<FakeVideoLoader> videoLoader = std::make_shared<FakeVideoLoader>();
+  std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>();
+  std::shared_ptr<Fake<FadingView>> topBar, filterSliderBar, adjustSliderBar, adjustPresetRow, focusControls,
+      focusOverlay, cropOverlay;
+  std::shared_ptr<FakeUndoRedo> undoRedoBar;
+  std::shared_ptr<FakeToolStrip> toolStrip;
+  std::array<std::shared_ptr<FakePanel>, 6> panels;
+};
+
+}  // namespace halvane::editor_test

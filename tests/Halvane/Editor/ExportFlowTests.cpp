@@ -1,0 +1,270 @@
+#include "EditorSessionFakes.h"
+
+namespace halvane::editor_test {
+namespace {
+
+using ExportFlowTest = EditorSessionTest;
+
+HalvaneConfig withPhotoPreset(PhotoExportPreset preset) {
+  HalvaneConfig config;
+  config.photoExportPreset = preset;
+  return config;
+}
+
+TEST_F(ExportFlowTest, TwoFastShareTapsStartOneExportOfTheCommittedState) {
+  auto photo = openPhoto();
+  commit(*photo, withExposure(0.5f));
+  photo->enterAdjustTool();
+  photo->setWorkingState(withExposure(2));  // an open tool's scratch is never exported
+  photo->shareTapped();
+  photo->shareTapped();
+  ASSERT_EQ(photoExport->renderedStates, std::vector<EditState>{withExposure(0.5f)});
+  EXPECT_EQ(std::count(delegate->calls.begin(), delegate->calls.end(), "willBegin"), 1);
+
+  auto video = openVideo(tempFolder / "clip.mov");
+  commit(*video, withExposure(0.5f));
+  video->shareTapped();
+  video->shareTapped();
+  EXPECT_EQ(videoLoader->video->exportURLs.size(), 1u);
+}
+
+TEST_F(ExportFlowTest, AnUneditedMediumPassesThroughWithoutARender) {
+  auto photo = openPhoto();
+  photo->shareTapped();
+  EXPECT_TRUE(photoExport->renders.empty());
+  EXPECT_EQ(delegate->calls, std::vector<std::string>({"willBegin", "finish"}));
+  EXPECT_EQ(std::get<platform::media::Image>(delegate->results[0]).width, 8);
+  EXPECT_FALSE(photo->isExporting());
+
+  // Without a host the share sheet gets the item, and its end ends the flow.
+  const auto url = makeTempFile("clip.mov");
+  auto video = openVideo(url);
+  video->setDelegate({});
+  video->shareTapped();
+  ASSERT_EQ(screen->shared.size(), 1u);
+  EXPECT_EQ(std::get<std::filesystem::path>(screen->shared[0]), url);
+  EXPECT_TRUE(video->isExporting());
+  screen->shareCompletions[0]();
+  EXPECT_FALSE(video->isExporting());
+}
+
+TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
+  struct Case {
+    PhotoExportPreset preset;
+    int width, height;
+  };
+  const Case cases[] = {{PhotoExportPreset::compressed, 2048, 1536},
+                        {PhotoExportPreset::balanced, 4000, 3000},
+                        {PhotoExportPreset::maxQuality, 4000, 3000}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(int(c.preset));
+    delegate->results.clear();
+    photoExport->renders.clear();
+    auto session = openPhoto(withPhotoPreset(c.preset));
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    EXPECT_TRUE(screen->progressIndeterminate);
+    ASSERT_EQ(photoExport->renders.size(), 1u);
+    photoExport->renders[0](makeImage(4000, 3000));
+    ASSERT_EQ(delegate->results.size(), 1u);
+    const auto& image = std::get<platform::media::Image>(delegate->results[0]);
+    EXPECT_EQ(image.width, c.width);
+    EXPECT_EQ(image.height, c.height);
+    EXPECT_FALSE(session->isExporting());
+  }
+}
+
+TEST_F(ExportFlowTest, WithoutAHostAPhotoGoesToTheShareSheetAsAJpegBelowMaxQuality) {
+  auto session = openPhoto(withPhotoPreset(PhotoExportPreset::balanced));
+  session->setDelegate({});
+  commit(*session, withExposure(0.5f));
+  session->shareTapped();
+  photoExport->renders[0](makeImage(8, 6));
+  ASSERT_EQ(photoExport->writes.size(), 1u);
+  const auto jpeg = makeTempFile("out.jpg");
+  photoExport->writes[0](jpeg);
+  ASSERT_EQ(screen->shared.size(), 1u);
+  EXPECT_EQ(std::get<std::filesystem::path>(screen->shared[0]), jpeg);
+  EXPECT_TRUE(session->isExporting());
+  screen->shareCompletions[0]();
+  EXPECT_FALSE(session->isExporting());
+  EXPECT_FALSE(std::filesystem::exists(jpeg));
+
+  // A JPEG that could not be written: the picture itself is offered, no alert.
+  session->shareTapped();
+  photoExport->renders[1](makeImage(8, 6));
+  photoExport->writes[1](std::nullopt);
+  EXPECT_TRUE(std::holds_alternative<platform::media::Image>(screen->shared[1]));
+  EXPECT_TRUE(screen->alerts.empty());
+}
+
+TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
+  for (bool host : {true, false}) {
+    SCOPED_TRACE(host);
+    screen = std::make_shared<FakeScreen>();
+    photoExport->renders.clear();
+    auto session = openPhoto();
+    if (!host) session->setDelegate({});
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    photoExport->renders[0](std::nullopt);
+    EXPECT_FALSE(session->isExporting());
+    EXPECT_EQ(screen->alerts, host ? std::vector<EditorAlert>{} : std::vector<EditorAlert>{kExportErrorAlert});
+  }
+  ASSERT_EQ(delegate->errors.size(), 1u);
+  EXPECT_EQ(delegate->errors[0].domain, "Halvane");
+  EXPECT_EQ(delegate->errors[0].code, 2);
+  EXPECT_EQ(delegate->errors[0].localizedDescription, "Photo export failed");
+}
+
+TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
+  struct Case {
+    const char* name;
+    std::function<void(std::shared_ptr<EditorSession>&)> end;
+    size_t errors;
+  };
+  const Case cases[] = {
+      {"the card's cancel", [this](auto&) { screen->progressViews.back()->onCancel(); }, 1},
+      {"the close button", [](auto& session) { session->closeTapped(); }, 1},
+      {"the session gone", [](auto& session) { session.reset(); }, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    delegate->errors.clear();
+    photoExport->renders.clear();
+    auto session = openPhoto();
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    c.end(session);
+    EXPECT_FALSE(session && session->isExporting());
+    photoExport->renders[0](makeImage(8, 6));
+    EXPECT_TRUE(delegate->results.empty());
+    ASSERT_EQ(delegate->errors.size(), c.errors);
+    for (const auto& error : delegate->errors) EXPECT_EQ(error.code, kUserCancelledErrorCode);
+  }
+}
+
+TEST_F(ExportFlowTest, ClosingDuringAVideoExportReportsOneErrorAndDismisses) {
+  auto session = openVideo(tempFolder / "clip.mov");
+  commit(*session, withExposure(0.5f));
+  session->shareTapped();
+  session->closeTapped();
+  EXPECT_EQ(videoLoader->video->cancels, 1);
+  EXPECT_FALSE(session->isExporting());
+  EXPECT_EQ(screen->dismissals, 1);
+  videoLoader->video->completions[0](platform::unexpected(VideoRenderError::cancelled()));
+  ASSERT_EQ(delegate->errors.size(), 1u);
+  EXPECT_EQ(delegate->errors[0].code, kUserCancelledErrorCode);
+  EXPECT_EQ(std::count(delegate->calls.begin(), delegate->calls.end(), "cancel"), 0);
+  session->closeTapped();  // already being dismissed
+  EXPECT_EQ(screen->dismissals, 1);
+}
+
+TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
+  auto session = openVideo(tempFolder / "clip.mov");
+  commit(*session, withExposure(0.5f));
+  session->shareTapped();
+  auto& video = *videoLoader->video;
+  EXPECT_FALSE(screen->progressIndeterminate);
+  video.progresses[0](0.25f);
+  EXPECT_EQ(screen->progressViews[0]->progress, std::vector<float>{0.25f});
+  const std::filesystem::path url = video.exportURLs[0];
+  EXPECT_EQ(url.parent_path(), tempFolder);
+  EXPECT_EQ(url.extension(), ".mov");
+  video.completions[0](url.string());
+  EXPECT_EQ(std::get<std::filesystem::path>(delegate->results.at(0)), url);
+  EXPECT_TRUE(session->tempFiles().isDelivered(url));
+  EXPECT_FALSE(session->isExporting());
+}
+
+TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
+  enum class Stop { none, card, close };  // what the user did before the result came
+  struct Case {
+    bool cancelled;
+    Stop stop;
+    bool host;
+    std::vector<std::string> errors;  // what the host heard, in order
+    size_t alerts;
+  };
+  const std::string cancel = "Export cancelled by user", setup = "Failed to set up asset writer";
+  const Case cases[] = {
+      {true, Stop::card, true, {cancel}, 0}, {true, Stop::card, false, {}, 0},  {true, Stop::close, true, {cancel}, 0},
+      {false, Stop::none, true, {setup}, 0}, {false, Stop::none, false, {}, 1}, {false, Stop::close, true, {cancel}, 0},
+      {false, Stop::close, false, {}, 1},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(::testing::Message() << c.cancelled << int(c.stop) << c.host);
+    screen = std::make_shared<FakeScreen>();
+    videoLoader->video = std::make_shared<FakeVideo>();
+    delegate->errors.clear();
+    auto session = openVideo(tempFolder / "clip.mov");
+    if (!c.host) session->setDelegate({});
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    if (c.stop == Stop::card) screen->progressViews[0]->onCancel();
+    if (c.stop == Stop::close) session->closeTapped();
+    EXPECT_EQ(videoLoader->video->cancels, c.stop == Stop::none ? 0 : 1);
+    videoLoader->video->completions[0](
+        platform::unexpected(c.cancelled ? VideoRenderError::cancelled() : VideoRenderError::writerSetupFailed()));
+    EXPECT_FALSE(session->isExporting());
+    std::vector<std::string> heard;
+    for (const auto& error : delegate->errors) heard.push_back(error.localizedDescription);
+    EXPECT_EQ(heard, c.errors);
+    EXPECT_EQ(screen->alerts.size(), c.alerts);
+  }
+}
+
+TEST_F(ExportFlowTest, AVideoThatNeverLoadedFailsWithCodeThree) {
+  videoLoader->hasVideoTrack = false;
+  auto session = openVideo(tempFolder / "clip.mov");
+  commit(*session, withExposure(0.5f));
+  session->shareTapped();
+  EXPECT_FALSE(session->isExporting());
+  ASSERT_EQ(delegate->errors.size(), 1u);
+  EXPECT_EQ(delegate->errors[0].code, 3);
+  EXPECT_EQ(delegate->errors[0].localizedDescription, "No video asset");
+}
+
+TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredOneDoesNot) {
+  // The source, in the temporary folder: passed through to the host, it survives.
+  const auto delivered = makeTempFile("delivered.mov");
+  auto session = openVideo(delivered);
+  session->shareTapped();
+  session.reset();
+  EXPECT_TRUE(std::filesystem::exists(delivered));
+
+  const auto kept = makeTempFile("kept.mov");
+  openVideo(kept).reset();
+  EXPECT_FALSE(std::filesystem::exists(kept));
+
+  // Exports: a second one replaces the first's file unless the first was delivered;
+  // teardown removes what was never delivered.
+  const auto source = makeTempFile("source.mov");
+  session = openVideo(source);
+  session->setDelegate({});
+  commit(*session, withExposure(0.5f));
+  auto& video = *videoLoader->video;
+  auto exportOnce = [&] {
+    session->shareTapped();
+    const std::filesystem::path url = video.exportURLs.back();
+    makeTempFile(url.filename());
+    video.completions.back()(url.string());
+    screen->shareCompletions.back()();
+    return url;
+  };
+  const auto first = exportOnce();
+  const auto second = exportOnce();
+  EXPECT_NE(first, second);
+  EXPECT_FALSE(std::filesystem::exists(first));
+  session->setDelegate(delegate);
+  const auto third = exportOnce();
+  EXPECT_FALSE(std::filesystem::exists(second));
+  EXPECT_TRUE(session->tempFiles().isDelivered(third));
+  session->viewWillDisappear(true);
+  session.reset();
+  EXPECT_TRUE(std::filesystem::exists(third));
+  EXPECT_FALSE(std::filesystem::exists(source));
+}
+
+}  // namespace
+}  // namespace halvane::editor_test

@@ -1,0 +1,132 @@
+#include "EditorSessionFakes.h"
+
+namespace halvane::editor_test {
+namespace {
+
+using platform::media::ImageOrientation;
+using SessionLoadTest = EditorSessionTest;
+
+TEST_F(SessionLoadTest, APhotoLoadsUprightWithTheSizeOfItsBakedTexture) {
+  struct Case {
+    ImageOrientation orientation;
+    int width, height;
+  };
+  // A stored 6 x 4 picture; the turned orientations come out 4 x 6.
+  const Case cases[] = {{ImageOrientation::up, 6, 4},           {ImageOrientation::down, 6, 4},
+                        {ImageOrientation::left, 4, 6},         {ImageOrientation::right, 4, 6},
+                        {ImageOrientation::upMirrored, 6, 4},   {ImageOrientation::downMirrored, 6, 4},
+                        {ImageOrientation::leftMirrored, 4, 6}, {ImageOrientation::rightMirrored, 4, 6}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(int(c.orientation));
+    auto session = open(makeImage(6, 4, c.orientation));
+    ASSERT_TRUE(session->sourceTexture());
+    EXPECT_EQ(session->sourceWidth(), c.width);
+    EXPECT_EQ(session->sourceHeight(), c.height);
+    EXPECT_EQ(session->sourceImageOrientation(), ImageOrientation::up);
+    // The decoded picture is kept only when no turn was needed.
+    EXPECT_EQ(session->sourceCGImage().has_value(), c.orientation == ImageOrientation::up);
+    EXPECT_EQ(container->renderingEngine->previewSource(), session->sourceTexture());
+    EXPECT_EQ(container->renderingEngine->previewView(), session->previewView());
+    EXPECT_EQ(toolStrip->isVideo, false);
+  }
+}
+
+TEST_F(SessionLoadTest, AMediumThatCannotLoadShowsTheAlertWhoseButtonCancelsAndDismisses) {
+  struct Case {
+    const char* name;
+    MediaContent content;
+  };
+  videoLoader->hasVideoTrack = false;
+  const Case cases[] = {{"a photo without a bitmap", platform::media::Image{}},
+                        {"a video without a video track", tempFolder / "sound.m4a"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    screen = std::make_shared<FakeScreen>();
+    delegate->calls.clear();
+    auto session = open(c.content);
+    EXPECT_TRUE(screen->alerts.empty());  // on the next turn
+    queue->runPending();
+    ASSERT_EQ(screen->alerts.size(), 1u);
+    EXPECT_EQ(screen->alerts[0], kLoadErrorAlert);
+    EXPECT_TRUE(delegate->calls.empty());
+    screen->alertButtons[0]();
+    EXPECT_EQ(delegate->calls, std::vector<std::string>{"cancel"});
+    EXPECT_EQ(screen->dismissals, 1);
+  }
+}
+
+TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsIt) {
+  HalvaneConfig config;
+  config.initialTool = MediaTool::adjust;
+  auto photo = openPhoto(config);
+  EXPECT_EQ(photo->activeTool(), MediaTool::adjust);
+  EXPECT_EQ(toolStrip->selected, MediaTool::adjust);
+  // Entered before the load: the preview shows the committed state.
+  EXPECT_EQ(previewState(), EditState{});
+  panel(MediaTool::adjust).onCancel();
+
+  config.initialTool = MediaTool::audio;
+  auto video = openVideo(tempFolder / "clip.mov", config);
+  EXPECT_EQ(video->activeTool(), MediaTool::audio);  // once the video is attached
+  panel(MediaTool::audio).onCancel();
+
+  config.initialTool = MediaTool::trim;
+  video = openVideo(tempFolder / "clip.mov", config);
+  EXPECT_FALSE(video->isToolActive());
+  videoLoader->video->loaded = true;
+  videoLoader->video->onTrackPropertiesLoaded();
+  EXPECT_EQ(video->activeTool(), MediaTool::trim);
+}
+
+TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
+  HalvaneConfig config;
+  config.initialTool = MediaTool::trim;
+  auto session = openPhoto(config);
+  EXPECT_TRUE(session->didAutoEnterInitialTool());
+  EXPECT_FALSE(session->isToolActive());
+  session->viewWillAppear();
+  session->viewDidAppear();
+  queue->runUntilIdle();
+  EXPECT_FALSE(session->isToolActive());
+  EXPECT_TRUE(delegate->calls.empty());
+}
+
+TEST_F(SessionLoadTest, AVideoInTheTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
+  EXPECT_TRUE(openVideo(tempFolder / "clip.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_TRUE(openVideo(tempFolder / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_FALSE(
+      openVideo(std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_FALSE(openVideo(tempFolder.string() + "x/clip.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_EQ(toolStrip->isVideo, true);
+}
+
+TEST_F(SessionLoadTest, ACoveredVideoPausesAndResumesAndMemoryPressureDropsThePicture) {
+  auto video = openVideo(tempFolder / "clip.mov");
+  auto& player = *videoLoader->video;
+  video->viewWillDisappear(false);
+  EXPECT_FALSE(player.playing);
+  EXPECT_EQ(player.stops, 0);
+  video->viewWillAppear();
+  EXPECT_TRUE(player.playing);
+
+  auto photo = openPhoto();
+  ASSERT_TRUE(photo->sourceCGImage());
+  photo->didReceiveMemoryWarning();
+  EXPECT_FALSE(photo->sourceCGImage());
+  EXPECT_TRUE(photo->sourceTexture());
+  EXPECT_EQ(screen->purges, 1);
+}
+
+TEST_F(SessionLoadTest, TeardownRunsTwiceAndLeavesTheNextSessionsPreviewRunning) {
+  auto first = openPhoto();
+  first->viewWillDisappear(true);
+  EXPECT_FALSE(container->renderingEngine->isDisplayLinkRunning());
+  auto second = openPhoto();
+  ASSERT_TRUE(container->renderingEngine->isDisplayLinkRunning());
+  first.reset();  // end of life: the teardown again
+  EXPECT_TRUE(container->renderingEngine->isDisplayLinkRunning());
+  EXPECT_EQ(container->renderingEngine->previewView(), second->previewView());
+}
+
+}  // namespace
+}  // namespace halvane::editor_test
