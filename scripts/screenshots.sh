@@ -1,15 +1,18 @@
 #!/usr/bin/env bash
 # Takes the screenshots of the component gallery and of each view of the editor chrome
 # on a private X server, at device pixel ratios 1 and 2, into docs/gallery/ as
-# NAME@1x.png and NAME@2x.png. Builds halvane-gallery first.
+# NAME@1x.png and NAME@2x.png (NAME-LANGUAGE@... with --locale). Builds halvane-gallery
+# first.
 #
 #   scripts/screenshots.sh [--locale LANGUAGE]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 locale_args=()
+suffix=
 if [ "${1:-}" = --locale ] && [ -n "${2:-}" ]; then
   locale_args=(--locale "$2")
+  suffix="-$2"
 elif [ $# -gt 0 ]; then
   echo "usage: scripts/screenshots.sh [--locale LANGUAGE]" >&2
   exit 2
@@ -29,7 +32,7 @@ for scale in 1 2; do
     "$build/bin/halvane-gallery" "${locale_args[@]}" --screenshots "$shots/$scale" 2>/dev/null
   for shot in "$shots/$scale"/*.png; do
     name=$(basename "$shot" .png)
-    cp "$shot" "$out/$name@${scale}x.png"
+    cp "$shot" "$out/$name$suffix@${scale}x.png"
   done
 done
 ls -1 "$out"

@@ -162,6 +162,18 @@ class Application:
                     return
         raise DriverError("%s has no press action among %s" % (describe(node), names))
 
+    KEYSYMS = {"Tab": 0xFF09, "Return": 0xFF0D, "space": 0x20, "Escape": 0xFF1B}
+
+    @classmethod
+    def key(cls, name):
+        """Presses and releases one key through the X test extension."""
+        Atspi.generate_keyboard_event(cls.KEYSYMS[name], None, Atspi.KeySynthType.SYM)
+
+    @staticmethod
+    def focus(node):
+        if not node.get_component_iface().grab_focus():
+            raise DriverError("%s refused the focus" % describe(node))
+
     @staticmethod
     def click(point, hold=0.05):
         """A left-button click at a point of extents() through the X test extension."""

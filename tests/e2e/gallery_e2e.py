@@ -65,10 +65,16 @@ def main(gallery):
         app.press(buttons["Close"])
         expect_state("Close")
 
-        # Share puts the progress card over the live editor; its cancel ends it.
-        app.press(buttons["Share"])
+        # The keyboard: Tab from Close reaches Share, and Return presses it. Share puts
+        # the progress card over the live editor; its cancel ends it.
+        app.focus(buttons["Close"])
+        app.wait_until(lambda: app.has_state(buttons["Close"], Atspi.StateType.FOCUSED), "Close focused")
+        app.key("Tab")
+        app.wait_until(lambda: app.has_state(buttons["Share"], Atspi.StateType.FOCUSED), "Tab moving to Share")
+        app.key("Return")
         expect_state("Share")
-        app.find("progress bar", "Exporting...", within=live)
+        bar = app.find("progress bar", "Exporting...", within=live)
+        app.wait_until(lambda: bar.get_value_iface().get_current_value() > 0, "the export's progress read as a value")
         cancel = app.find("push button", "Cancel", within=live)
         app.press(cancel)
         expect_state("Export cancelled")

@@ -206,13 +206,12 @@ QWidget* ComponentGalleryViewController::addSection(const QString& key, const QS
 
 namespace {
 // One example inside a section: the component on a card, with a caption naming its state.
-QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int height = -1, int inset = 1) {
+QWidget* addExample(QWidget* section, QWidget* component, const QString& state, int inset = 1) {
   auto* card = new Surface(DSColor::bgPrimary, 16, section);
   auto* layout = new QVBoxLayout(card);
   layout->setContentsMargins(inset, 16, inset, 10);
   layout->setSpacing(8);
   component->setParent(card);
-  if (height > 0) component->setFixedHeight(height);
   layout->addWidget(component);
   auto* caption = makeLabel(state, DSFont::font(DSTypography::caption), DSColor::textSecondary, card);
   caption->setAlignment(Qt::AlignCenter);
@@ -405,12 +404,12 @@ void ComponentGalleryViewController::buildProgress() {
     return frame;
   };
   QWidget* determinate = host();
-  addExample(section, determinate, QStringLiteral("Export at 42%"), -1, kMargin);
+  addExample(section, determinate, QStringLiteral("Export at 42%"), kMargin);
   auto* exporting = new ExportProgressView;
   exporting->show(determinate);
   exporting->setProgress(0.42);
   QWidget* indeterminate = host();
-  addExample(section, indeterminate, QStringLiteral("Import of unknown length"), -1, kMargin);
+  addExample(section, indeterminate, QStringLiteral("Import of unknown length"), kMargin);
   auto* importing = new ExportProgressView;
   importing->show(indeterminate);
   importing->setIndeterminate(DSL10n::text(DSL10n::Import::importing));

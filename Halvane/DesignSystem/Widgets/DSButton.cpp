@@ -46,8 +46,9 @@ DSButton::DSButton(const QString& title, Style style, QWidget* parent)
 DSButton::~DSButton() = default;
 
 void DSButton::setTitle(const QString& title) {
-  setText(title);
+  title_ = title;
   setAccessibleName(title);
+  update();
   updateGeometry();
 }
 
@@ -74,7 +75,7 @@ DSControlState DSButton::controlState() const {
 
 DSButtonPaintState DSButton::paintState() const {
   return {buttonAppearance(style_, controlState()),
-          text(),
+          title_,
           DSFont::font(DSButtonMetrics::kTitleFont),
           loading_,
           indicatorTurn_,
@@ -83,7 +84,7 @@ DSButtonPaintState DSButton::paintState() const {
 }
 
 QSize DSButton::sizeHint() const {
-  const double width = buttonContentWidth(text(), DSFont::font(DSButtonMetrics::kTitleFont), loading_);
+  const double width = buttonContentWidth(title_, DSFont::font(DSButtonMetrics::kTitleFont), loading_);
   return {static_cast<int>(std::ceil(width)), static_cast<int>(DSButtonMetrics::kHeight)};
 }
 

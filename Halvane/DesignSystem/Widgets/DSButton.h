@@ -31,6 +31,8 @@ class DSButton final : public QAbstractButton {
   Style buttonStyle() const { return style_; }
   bool isLoading() const { return loading_; }
   void setLoading(bool loading);
+  // The title is drawn as it stands: an ampersand is a character, never a mnemonic.
+  const QString& title() const { return title_; }
   void setTitle(const QString& title);
 
   DSControlState controlState() const;
@@ -60,6 +62,7 @@ class DSButton final : public QAbstractButton {
   void letGoIfReleased();
 
   Style style_;
+  QString title_;
   bool loading_ = false;
   double pressScale_ = 1;
   double pressTarget_ = 1;

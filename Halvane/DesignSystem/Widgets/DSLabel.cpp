@@ -9,6 +9,7 @@ namespace halvane {
 
 DSTextLabel::DSTextLabel(const QString& text, const DSFontToken& font, const DSRGBA& colour, QWidget* parent)
     : QLabel(text, parent), token_(font) {
+  setTextFormat(Qt::PlainText);  // a text is shown as it stands, never read as markup
   setWordWrap(true);
   setFont(DSFont::font(token_));
   setTextColour(colour);

@@ -90,10 +90,12 @@ void ExportProgressView::show(QWidget* parent) {
 }
 
 void ExportProgressView::setProgress(double value) {
+  const bool wasIndeterminate = state_.isIndeterminate();
   state_.setProgress(value);
   progressBar_->setFraction(state_.progress());
   percentLabel_->setText(QString::fromStdString(state_.percentText()));
-  applyState();
+  // Values arrive often during an export; the card changes shape only once.
+  if (wasIndeterminate) applyState();
 }
 
 void ExportProgressView::setIndeterminate(const QString& title) {

@@ -5,8 +5,10 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QScroller>
+#include <QVariantAnimation>
 #include <QWheelEvent>
 #include <algorithm>
+#include <cmath>
 
 #include "Halvane/DesignSystem/DSColor.h"
 #include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
@@ -24,7 +26,7 @@ constexpr int kGlideMilliseconds = 220;
 }  // namespace
 
 ToolStripView::ToolStripView(QWidget* parent)
-    : QWidget(parent), scrollView_(new QScrollArea(this)), stack_(new QWidget) {
+    : QWidget(parent), scrollView_(new QScrollArea(this)), stack_(new QWidget), glide_(new QVariantAnimation(this)) {
   setFixedHeight(kHeight);
 
   auto* row = new QHBoxLayout(stack_);
@@ -64,7 +66,19 @@ ToolStripView::ToolStripView(QWidget* parent)
   // scaled screen.
   properties.setScrollMetric(QScrollerProperties::MousePressEventDelay, 0);
   QScroller::scroller(scrollView_->viewport())->setScrollerProperties(properties);
+  connect(QScroller::scroller(scrollView_->viewport()), &QScroller::stateChanged, this, [this](QScroller::State state) {
+    // A drag takes over from the press: the button under the finger lets go unclicked.
+    if (state == QScroller::Dragging)
+      for (auto& [tool, button] : toolButtons_) button->setDown(false);
+    if (state == QScroller::Dragging) glide_->stop();
+  });
   scrollView_->viewport()->installEventFilter(this);
+
+  glide_->setDuration(kGlideMilliseconds);
+  glide_->setEasingCurve(QEasingCurve::OutCubic);
+  connect(glide_, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
+    scrollView_->horizontalScrollBar()->setValue(static_cast<int>(std::lround(value.toDouble())));
+  });
 
   stack_->adjustSize();
   stack_->setFixedHeight(kHeight);
@@ -93,6 +107,8 @@ void ToolStripView::buttonTapped(MediaTool tool) {
 bool ToolStripView::eventFilter(QObject* watched, QEvent* event) {
   if (watched == scrollView_->viewport() && event->type() == QEvent::Wheel) {
     auto* wheel = static_cast<QWheelEvent*>(event);
+    // Ctrl+wheel is a mouse's pinch: it goes on to a view that zooms.
+    if (wheel->modifiers() & Qt::ControlModifier) return false;
     // A touchpad reports pixels; a wheel reports notches of 120. Either axis moves the
     // row, the way a vertical wheel moves a horizontal row.
     const QPoint pixels = wheel->pixelDelta();
@@ -106,12 +122,15 @@ bool ToolStripView::eventFilter(QObject* watched, QEvent* event) {
 }
 
 void ToolStripView::glideBy(qreal dx) {
-  QScroller* scroller = QScroller::scroller(scrollView_->viewport());
   QScrollBar* bar = scrollView_->horizontalScrollBar();
-  // Successive wheel events add to where the glide is heading, not to where it is.
-  const qreal from = scroller->state() == QScroller::Scrolling ? glideTarget_ : bar->value();
-  glideTarget_ = std::clamp(from + dx, 0.0, static_cast<qreal>(bar->maximum()));
-  scroller->scrollTo(QPointF(glideTarget_, 0), kGlideMilliseconds);
+  // Successive wheel events add to where the glide is heading, not to where it is. The
+  // glide is an animation of its own: the scroller swallows wheel events while it moves.
+  const bool gliding = glide_->state() == QAbstractAnimation::Running;
+  const qreal from = gliding ? glide_->endValue().toDouble() : bar->value();
+  glide_->stop();
+  glide_->setStartValue(static_cast<qreal>(bar->value()));
+  glide_->setEndValue(std::clamp(from + dx, 0.0, static_cast<qreal>(bar->maximum())));
+  glide_->start();
 }
 
 void ToolStripView::paintEvent(QPaintEvent*) {

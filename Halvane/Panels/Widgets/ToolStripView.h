@@ -12,6 +12,7 @@
 
 class QScrollArea;
 class QHBoxLayout;
+class QVariantAnimation;
 
 namespace halvane::panels {
 
@@ -46,7 +47,8 @@ private:
   QScrollArea* scrollView_;
   QWidget* stack_;
   std::map<MediaTool, ToolStripButton*> toolButtons_;
-  qreal glideTarget_ = 0;
+  // The row's glide after a wheel or touchpad scroll.
+  QVariantAnimation* glide_;
 };
 
 }  // namespace halvane::panels

@@ -116,7 +116,7 @@ class DSButtonTest : public ::testing::Test {
     window_.resize(300, 200);
     auto* layout = new QVBoxLayout(&window_);
     first_ = new DSButton("Confirm", DSButton::Style::primary);
-    second_ = new DSButton("Cancel", DSButton::Style::secondary);
+    second_ = new DSButton("Black & White", DSButton::Style::secondary);
     layout->addWidget(first_);
     layout->addWidget(second_);
     first_->onTap = [this] { ++taps_; };
@@ -159,7 +159,7 @@ TEST_F(DSButtonTest, TabMovesFocusAndTheButtonNamesItselfToAssistiveTechnology) 
   EXPECT_TRUE(second_->hasFocus());
   QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(second_);
   ASSERT_NE(accessible, nullptr);
-  EXPECT_EQ(accessible->text(QAccessible::Name), "Cancel");
+  EXPECT_EQ(accessible->text(QAccessible::Name), "Black & White");
   EXPECT_EQ(accessible->role(), QAccessible::Button);
 }
 

@@ -151,6 +151,7 @@ TEST_F(ToolStripScrolling, MouseDragFlicksAndDecelerates) {
   EXPECT_GT(released, 0);
   EXPECT_TRUE(eventually([&] { return bar->value() > released; })) << "the flick goes on after release";
   EXPECT_TRUE(strip.selectedTool() == std::nullopt) << "a drag is not a tap";
+  for (MediaTool tool : kAllMediaTools) EXPECT_FALSE(strip.toolButton(tool)->isDown()) << "the drag let go of the press";
 }
 
 TEST_F(ToolStripScrolling, ATapThroughTheScrollerStillSelects) {
@@ -164,6 +165,14 @@ TEST_F(ToolStripScrolling, ATapThroughTheScrollerStillSelects) {
   EXPECT_EQ(bar->value(), 0);
 }
 
+TEST_F(ToolStripScrolling, NeverScrollsByItself) {
+  strip.selectTool(MediaTool::audio);
+  strip.setVideoToolsVisible(false);
+  strip.setVideoToolsVisible(true);
+  QTest::qWait(50);
+  EXPECT_EQ(bar->value(), 0) << "a selection out of view stays out of view";
+}
+
 TEST_F(ToolStripScrolling, TouchpadAndWheelGlide) {
   const QPointF at(150, 40);
   QWheelEvent touchpad(at, viewport->mapToGlobal(at), QPoint(-90, 0), QPoint(-90 * 8 / 3, 0), Qt::NoButton,
@@ -174,6 +183,12 @@ TEST_F(ToolStripScrolling, TouchpadAndWheelGlide) {
                     Qt::NoScrollPhase, false);
   QApplication::sendEvent(viewport, &wheel);
   EXPECT_TRUE(eventually([&] { return bar->value() == 90 + 48; })) << "a vertical notch moves the row";
+  for (int notch = 0; notch < 40; ++notch) {
+    QWheelEvent spin(at, viewport->mapToGlobal(at), QPoint(), QPoint(0, -120), Qt::NoButton, Qt::NoModifier,
+                     Qt::NoScrollPhase, false);
+    QApplication::sendEvent(viewport, &spin);
+  }
+  EXPECT_TRUE(eventually([&] { return bar->value() == bar->maximum(); })) << "stops at the end, " << bar->value() << " of " << bar->maximum();
 }
 
 TEST_F(ToolStripScrolling, TouchDragMovesTheRow) {
