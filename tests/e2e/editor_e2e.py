@@ -64,7 +64,7 @@ class Editor(Application):
         self.button("Confirm")
         self.wait_until(lambda: not self.showing("push button", "Undo"), "%s's panel replacing the bars" % tool)
 
-    def key(self, keysym, modifiers=0):
+    def press_key(self, keysym, modifiers=0):
         # Keys go to the window under the pointer on a bare X server.
         x, y, w, h = self.extents(self.root.get_child_at_index(0))
         Atspi.generate_mouse_event(round((x + w / 2) * self._scale()), round((y + h / 4) * self._scale()), "abs")
@@ -117,13 +117,13 @@ def full_flow(program, path, env, is_video, folder):
         # Escape cancels and Enter confirms an open tool; undo and redo keys do nothing
         # while there is nothing to undo.
         app.open_tool("Filter")
-        app.key(KEY_ESCAPE)
+        app.press_key(KEY_ESCAPE)
         app.bars_back()
         app.open_tool("Focus")
-        app.key(KEY_RETURN)
+        app.press_key(KEY_RETURN)
         app.bars_back()
-        app.key(ord("z"), CONTROL)
-        app.key(ord("z"), CONTROL | SHIFT)
+        app.press_key(ord("z"), CONTROL)
+        app.press_key(ord("z"), CONTROL | SHIFT)
         if app.enabled("Undo") or app.enabled("Redo"):
             raise DriverError("undo or redo enabled without an edit")
 
@@ -143,7 +143,7 @@ def full_flow(program, path, env, is_video, folder):
         app.wait_until(lambda: os.path.exists(target), "the saved file")
         check_saved(path, target, is_video)
 
-        app.key(ord("w"), CONTROL)
+        app.press_key(ord("w"), CONTROL)
         app.expect_ended("Ctrl+W")
     print("  saved %s" % os.path.basename(target))
 

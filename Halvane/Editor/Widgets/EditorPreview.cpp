@@ -1,7 +1,5 @@
 #include "Halvane/Editor/Widgets/EditorPreview.h"
 
-#include <QPointer>
-
 #include "Halvane/Rendering/FramePresenter.h"
 
 namespace halvane::editor {
@@ -28,8 +26,7 @@ EditorPreview::EditorPreview(const RenderingEngine& engine, std::shared_ptr<plat
   surface_->lower();
   // The view may outlive the widget (the session holds it); it is reached weakly.
   std::weak_ptr<PreviewView> weakView = view_;
-  QPointer<platform::qt::PreviewSurface> surface = surface_;
-  surface_->onBoundsChanged = [weakView, surface] {
+  surface_->onBoundsChanged = [weakView, surface = surface_] {
     auto view = weakView.lock();
     if (!view || !surface) return;
     const QSize pixels = surface->drawableSize();
@@ -40,7 +37,10 @@ EditorPreview::EditorPreview(const RenderingEngine& engine, std::shared_ptr<plat
   surface_->show();
 }
 
+EditorPreview::~EditorPreview() { delete surface_.data(); }
+
 void EditorPreview::fitToContainer() {
+  if (!surface_) return;
   if (auto* container = surface_->parentWidget()) surface_->setGeometry(container->rect());
 }
 

@@ -3,6 +3,8 @@
 // frames and the PreviewView the engine or the video renderer draws into, wired so
 // that a change of the widget's size reaches the view (its drawable in device pixels,
 // its bounds in points), whose onBoundsChanged then asks for a frame. Main thread only.
+#include <QPointer>
+
 #include <memory>
 
 #include "Halvane/Rendering/PreviewView.h"
@@ -19,6 +21,8 @@ class EditorPreview {
   // The surface becomes a child of `container`, below its other children.
   EditorPreview(const RenderingEngine& engine, std::shared_ptr<platform::dispatch::MainQueue> mainQueue,
                 QWidget* container);
+  // Takes the surface away with it.
+  ~EditorPreview();
   EditorPreview(const EditorPreview&) = delete;
   EditorPreview& operator=(const EditorPreview&) = delete;
 
@@ -30,7 +34,7 @@ class EditorPreview {
 
  private:
   std::shared_ptr<PreviewView> view_;
-  platform::qt::PreviewSurface* surface_;
+  QPointer<platform::qt::PreviewSurface> surface_;
 };
 
 }  // namespace halvane::editor
