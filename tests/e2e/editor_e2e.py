@@ -3,6 +3,7 @@ real X server, driven over AT-SPI by accessible name as a screen reader would dr
 
 Every file gets a short check: the chrome is there (trim and audio for a video only),
 a tool opens and its cancel closes it, and the close button ends the program cleanly.
+Started without a file, it asks with the file chooser and opens the file chosen.
 One photo and one video get the whole flow: tools confirmed and cancelled by button
 and by keyboard, undo and redo, then share, "Save As…" through the file chooser into a
 temporary folder, and the saved file is checked with ffprobe. A broken file shows the
@@ -167,6 +168,21 @@ def check_saved(source, target, is_video):
             stream["codec_name"], stream["width"], stream["height"], expected["width"], expected["height"]))
 
 
+def chosen_file(program, path, env):
+    """Without a file the program asks for one with the file chooser."""
+    app = Application([program], env=env, start_timeout=60)
+    with app:
+        chooser = app.find("dialog", "Open")
+        app.find("text", "File name:", within=chooser).set_text_contents(path)
+        app.press(app.find("push button", "Open", within=chooser))
+        app.find("push button", "Share", timeout=30)
+        title = app.root.get_child_at_index(0).get_name()
+        if title != os.path.basename(path):
+            raise DriverError("the window is named %r, not after the file" % title)
+        app.press(app.find("push button", "Close"))
+        Editor.expect_ended(app, "Close")
+
+
 def broken_file(program, path, env):
     with Editor(program, path, env) as app:
         app.wait_until(lambda: app.find_all(None, "Unable to Open"), "the alert", timeout=30)
@@ -201,6 +217,7 @@ def main(program, media):
             print("opened %s (%.1fs)" % (os.path.basename(path), time.monotonic() - started))
         full_flow(program, os.path.join(media, "photo", "hopper.png"), env, False, folder)
         full_flow(program, os.path.join(media, "video", "ios9.mov"), env, True, folder)
+        chosen_file(program, os.path.join(media, "photo", "flower.webp"), env)
         broken_file(program, os.path.join(media, "broken", "broken.mp4"), env)
         print("every file opened; tools, keys, share and save worked; the broken file was refused")
     return 0
