@@ -1,5 +1,6 @@
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 
+#include <QCloseEvent>
 #include <QHideEvent>
 #include <QKeySequence>
 #include <QLabel>
@@ -390,6 +391,12 @@ void MediaViewController::showEvent(QShowEvent* event) {
 void MediaViewController::hideEvent(QHideEvent* event) {
   if (event->spontaneous() || !session_) return;
   session_->viewWillDisappear(isBeingDismissed_);
+}
+
+void MediaViewController::closeEvent(QCloseEvent* event) {
+  // The window's own close ends the session as the close button does.
+  if (session_ && !isBeingDismissed_) session_->closeTapped();
+  event->accept();
 }
 
 void MediaViewController::paintEvent(QPaintEvent*) {

@@ -235,6 +235,28 @@ TEST_F(MediaViewControllerTest, ALoadErrorShowsTheAlertWhoseButtonEndsTheScreen)
   EXPECT_TRUE(editor->isBeingDismissed());
 }
 
+struct CountingHost final : MediaViewControllerDelegate {
+  void mediaViewControllerDidFinish(EditorSession&, const HalvaneExportResult&) override { ++finished; }
+  void mediaViewControllerDidCancel(EditorSession&) override { ++cancelled; }
+  int finished = 0;
+  int cancelled = 0;
+};
+
+TEST_F(MediaViewControllerTest, ClosingTheWindowEndsTheSessionOnceAsTheCloseButtonDoes) {
+  openPhoto();
+  auto host = std::make_shared<CountingHost>();
+  editor->setDelegate(host);
+  editor->show();
+  ASSERT_TRUE(runEventsUntil([&] { return editor->isVisible(); }));
+  editor->close();
+  EXPECT_TRUE(editor->isBeingDismissed());
+  EXPECT_FALSE(editor->isVisible());
+  ASSERT_TRUE(runEventsUntil([&] { return dismissed; }));
+  editor->closeEditor();
+  EXPECT_EQ(host->cancelled, 1);
+  EXPECT_EQ(host->finished, 0);
+}
+
 std::string probe(const std::string& path) {
   std::string output;
   if (FILE* pipe = popen(("ffprobe -v error -select_streams v:0 -show_entries stream=codec_name:format=format_name "
