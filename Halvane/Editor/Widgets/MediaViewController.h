@@ -89,8 +89,7 @@ class MediaViewController : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
-  class Screen;
-  friend class Screen;
+  friend class MediaViewScreen;
 
   void buildViews();
   EditorViews makeViews();
@@ -122,7 +121,7 @@ class MediaViewController : public QWidget {
   std::optional<MediaTool> previewTie_;
   double previewInset_ = 0;
   std::array<QShortcut*, 3> toolShortcuts_{};
-  std::shared_ptr<Screen> screen_;
+  std::shared_ptr<EditorScreen> screen_;
   std::shared_ptr<EditorSession> session_;
   bool hasAppeared_ = false;
   bool isBeingDismissed_ = false;

@@ -17,6 +17,7 @@
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 #include "Halvane/DesignSystem/Widgets/DSLabel.h"
 #include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
+#include "Halvane/Editor/Widgets/QtImage.h"
 #include "Halvane/Rendering/PhotoOutput.h"
 
 namespace halvane::editor {
@@ -27,12 +28,6 @@ QString saveAsText() { return DSL10n::localized("share.saveAs", "Save As…", "S
 QString copyText() { return DSL10n::localized("share.copy", "Copy", "Share sheet: copy the item to the clipboard"); }
 QString openText() {
   return DSL10n::localized("share.open", "Open", "Share sheet: open the item with the default application");
-}
-
-QImage qImage(const platform::media::Image& image) {
-  return QImage(image.pixels.data(), image.width, image.height, qsizetype(image.bytesPerRow()),
-                QImage::Format_ARGB32_Premultiplied)
-      .copy();
 }
 
 QString startFolder(bool isPhoto) {
