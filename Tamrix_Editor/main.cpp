@@ -118,11 +118,11 @@ int main(int argc, char** argv) {
   {
     auto container = halvane::AppContainer::create(configuration);
     const QFileInfo info(file);
-    halvane::editor::MediaViewController editor(
-        tamrix::mediaContentForFile(info.absoluteFilePath().toStdString()), container,
-        {.mainQueue = mainQueue,
-         .audioSink = std::make_shared<platform::qt::QtAudioSink>(),
-         .sourceName = info.fileName().toStdString()});
+    halvane::editor::MediaViewController editor(tamrix::mediaContentForFile(info.absoluteFilePath().toStdString()),
+                                                container,
+                                                {.mainQueue = mainQueue,
+                                                 .audioSink = std::make_shared<platform::qt::QtAudioSink>(),
+                                                 .sourceName = info.fileName().toStdString()});
     editor.setWindowTitle(info.fileName());
     editor.resize(kPhoneWindowSize);
     editor.onDismissed = [&editor] { editor.close(); };

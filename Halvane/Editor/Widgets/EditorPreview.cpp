@@ -20,7 +20,8 @@ class SurfacePresenter final : public FramePresenter {
 
 EditorPreview::EditorPreview(const RenderingEngine& engine, std::shared_ptr<platform::dispatch::MainQueue> mainQueue,
                              QWidget* container)
-    : view_(std::make_shared<PreviewView>()), surface_(new platform::qt::PreviewSurface(std::move(mainQueue), container)) {
+    : view_(std::make_shared<PreviewView>()),
+      surface_(new platform::qt::PreviewSurface(std::move(mainQueue), container)) {
   view_->setPresenter(std::make_shared<SurfacePresenter>(surface_->frames()));
   view_->configure(engine);
   surface_->lower();

@@ -31,7 +31,8 @@ class WidgetFadingView final : public FadingView {
 
 class ToolStripAdapter final : public ToolStripView {
  public:
-  ToolStripAdapter(panels::ToolStripView* strip, EditorTransitions& transitions) : strip_(strip), fade_(strip, transitions) {}
+  ToolStripAdapter(panels::ToolStripView* strip, EditorTransitions& transitions)
+      : strip_(strip), fade_(strip, transitions) {}
 
   void setHidden(bool hidden) override { fade_.setHidden(hidden); }
   bool isHidden() const override { return fade_.isHidden(); }

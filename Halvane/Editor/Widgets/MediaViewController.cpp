@@ -19,8 +19,8 @@
 #include "Halvane/Editor/Widgets/MediaViewScreen.h"
 #include "Halvane/Editor/Widgets/QtImage.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
-#include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
+#include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"
 
 namespace halvane::editor {

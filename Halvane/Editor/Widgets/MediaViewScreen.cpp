@@ -61,7 +61,6 @@ void styleAlert(QMessageBox& box) {
   }
 }
 
-
 }  // namespace
 
 // The session's screen: what it asks of the platform, served by the widget. It holds
@@ -93,8 +92,8 @@ class MediaViewScreen final : public EditorScreen {
   std::shared_ptr<PreviewView> makePreviewView() override {
     if (!controller_) return std::make_shared<PreviewView>();
     auto& preview = controller_->preview_;
-    preview = std::make_unique<EditorPreview>(*controller_->container_->renderingEngine, controller_->options_.mainQueue,
-                                              controller_->previewContainer_);
+    preview = std::make_unique<EditorPreview>(*controller_->container_->renderingEngine,
+                                              controller_->options_.mainQueue, controller_->previewContainer_);
     preview->surface()->setAccessibleName(DSL10n::text(controller_->session_ && controller_->session_->isVideo()
                                                            ? DSL10n::Accessibility::video
                                                            : DSL10n::Accessibility::photo));

@@ -96,7 +96,8 @@ void ShareSheet::finish() {
 }
 
 void ShareSheet::saveAs() {
-  const QString suggested = QDir(startFolder(offer_.isPhoto)).filePath(QString::fromStdString(suggestedFileName(offer_)));
+  const QString suggested =
+      QDir(startFolder(offer_.isPhoto)).filePath(QString::fromStdString(suggestedFileName(offer_)));
   const QString filter = offer_.isPhoto && std::holds_alternative<platform::media::Image>(offer_.payload)
                              ? QStringLiteral("JPEG (*.jpg *.jpeg)")
                              : QString();

@@ -18,8 +18,8 @@
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 #include "Halvane/Editor/Widgets/ShareSheet.h"
-#include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
+#include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
@@ -93,8 +93,9 @@ class MediaViewControllerTest : public ::testing::Test {
                                     panels::UndoRedoBar::kHeight + MediaViewController::kBarGap;
 
   void open(MediaContent content) {
-    editor = std::make_unique<MediaViewController>(std::move(content), EditorEnvironment::container,
-                                                   MediaViewOptions{EditorEnvironment::mainQueue, nullptr, "hopper.png"});
+    editor =
+        std::make_unique<MediaViewController>(std::move(content), EditorEnvironment::container,
+                                              MediaViewOptions{EditorEnvironment::mainQueue, nullptr, "hopper.png"});
     editor->resize(kWidth, kHeight);
     editor->onDismissed = [this] { dismissed = true; };
   }
@@ -260,7 +261,10 @@ TEST_F(MediaViewControllerTest, ClosingTheWindowEndsTheSessionOnceAsTheCloseButt
 std::string probe(const std::string& path) {
   std::string output;
   if (FILE* pipe = popen(("ffprobe -v error -select_streams v:0 -show_entries stream=codec_name:format=format_name "
-                          "-of csv=p=0 '" + path + "'").c_str(), "r")) {
+                          "-of csv=p=0 '" +
+                          path + "'")
+                             .c_str(),
+                         "r")) {
     char buffer[256];
     while (fgets(buffer, sizeof buffer, pipe)) output += buffer;
     pclose(pipe);
