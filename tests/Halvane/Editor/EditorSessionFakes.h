@@ -182,8 +182,12 @@ struct FakeDelegate final : MediaViewControllerDelegate {
   void mediaViewControllerDidFinish(EditorSession&, const HalvaneExportResult& result) override {
     calls.push_back("finish");
     results.push_back(result);
+    if (onFinishOrClose) onFinishOrClose();
   }
-  void mediaViewControllerDidCancel(EditorSession&) override { calls.push_back("cancel"); }
+  void mediaViewControllerDidCancel(EditorSession&) override {
+    calls.push_back("cancel");
+    if (onFinishOrClose) onFinishOrClose();
+  }
   void mediaViewControllerWillBeginExport(EditorSession&) override { calls.push_back("willBegin"); }
   void mediaViewControllerDidFail(EditorSession&, const EditorError& error) override {
     calls.push_back("fail");
@@ -195,7 +199,10 @@ struct FakeDelegate final : MediaViewControllerDelegate {
   }
   void mediaViewControllerDidCloseTool(EditorSession&, MediaTool tool, bool applied) override {
     calls.push_back(std::string("close ") + std::string(mediaToolInfo(tool).rawValue) + (applied ? " applied" : ""));
+    if (onFinishOrClose) onFinishOrClose();
   }
+  // A host that lets go of the session from inside these calls.
+  std::function<void()> onFinishOrClose;
   std::vector<std::string> calls;
   std::vector<HalvaneExportResult> results;
   std::vector<EditorError> errors;

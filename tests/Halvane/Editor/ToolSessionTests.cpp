@@ -198,5 +198,26 @@ TEST_F(ToolSessionTest, UndoDuringTheEnterTransitionIsServedAndTheToolKeepsItsEn
   EXPECT_TRUE(session->editHistory().canRedo());
 }
 
+TEST_F(ToolSessionTest, AHostMayLetGoOfTheSessionInsideItsCall) {
+  // The session finishes its own steps first (checked by the memory tools), then goes.
+  const std::function<void(EditorSession&)> actions[] = {
+      [this](EditorSession& session) {
+        session.enterAdjustTool();
+        panel(MediaTool::adjust).onConfirm();
+      },
+      [](EditorSession& session) { session.shareTapped(); },
+      [](EditorSession& session) { session.closeTapped(); },
+  };
+  for (const auto& action : actions) {
+    auto session = openPhoto();
+    std::weak_ptr<EditorSession> weak = session;
+    delegate->onFinishOrClose = [&session] { session.reset(); };
+    action(*session);
+    EXPECT_TRUE(weak.expired());
+    EXPECT_FALSE(topBar->hidden || toolStrip->hidden);
+  }
+  delegate->onFinishOrClose = nullptr;
+}
+
 }  // namespace
 }  // namespace halvane::editor_test
