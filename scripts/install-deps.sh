@@ -13,6 +13,7 @@ packages=(
   libvips-tools imagemagick bc time
   xvfb xauth dbus at-spi2-core python3-gi gir1.2-atspi-2.0 libqt6test6
   clang libclang-rt-dev  # the fuzz targets: libFuzzer and the sanitizer runtimes
+  qt6-xdgdesktopportal-platformtheme
 )
 
 sudo_cmd=()
