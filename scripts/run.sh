@@ -12,6 +12,6 @@ if [ -n "${DISPLAY:-}" ] || [ -n "${WAYLAND_DISPLAY:-}" ]; then
   exec ./build/bin/tamrix-editor "$input"
 fi
 output="${2:-${TMPDIR:-/tmp}/halvane-demo.jpg}"
-./build/bin/halvane render "$input" "$output" \
+./build/bin/halvane render -y "$input" "$output" \
   --set exposure=0.3 --set contrast=1.15 --set saturation=1.2 --set rotationAngle=3
 echo "no display: rendered an edit of $input to $output"
