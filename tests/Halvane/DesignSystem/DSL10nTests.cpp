@@ -12,23 +12,14 @@
 #include <string>
 
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Support/QtApplicationEnvironment.h"
 
 using namespace halvane;
 
 namespace {
 
-class CoreApplication : public ::testing::Environment {
- public:
-  void SetUp() override { application_ = std::make_unique<QCoreApplication>(argc_, argv_); }
-  void TearDown() override { application_.reset(); }
-
- private:
-  int argc_ = 1;
-  char name_[12] = "DSL10nTests";
-  char* argv_[1] = {name_};
-  std::unique_ptr<QCoreApplication> application_;
-};
-const auto* const kApplication = ::testing::AddGlobalTestEnvironment(new CoreApplication);
+const auto* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QCoreApplication>);
 
 QString qs(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
 

@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "Platform/Qt/SpringAnimator.h"
+#include "Support/QtApplicationEnvironment.h"
 
 using platform::qt::AnimationTiming;
 using platform::qt::CubicTiming;
@@ -20,18 +21,8 @@ using platform::qt::SpringTiming;
 
 namespace {
 
-class CoreApplication : public ::testing::Environment {
- public:
-  void SetUp() override { application_ = std::make_unique<QCoreApplication>(argc_, argv_); }
-  void TearDown() override { application_.reset(); }
-
- private:
-  int argc_ = 1;
-  char name_[16] = "SpringAnimator";
-  char* argv_[1] = {name_};
-  std::unique_ptr<QCoreApplication> application_;
-};
-const auto* const kApplication = ::testing::AddGlobalTestEnvironment(new CoreApplication);
+const auto* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QCoreApplication>);
 
 // The settled spring: ω found by bisection on "the envelope reaches the threshold at
 // the duration", then the oscillator integrated by fourth-order Runge-Kutta.
