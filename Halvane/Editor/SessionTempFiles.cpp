@@ -1,5 +1,7 @@
 #include "Halvane/Editor/SessionTempFiles.h"
 
+#include <unistd.h>
+
 #include <random>
 #include <string>
 #include <system_error>
@@ -28,13 +30,25 @@ std::string freshName() {
 
 std::filesystem::path temporaryDirectory() {
   std::error_code error;
-  auto folder = std::filesystem::temp_directory_path(error);
-  return error ? std::filesystem::path("/tmp") : folder;
+  auto base = std::filesystem::temp_directory_path(error);
+  if (error) base = "/tmp";
+  // The application's own folder, not the shared one: a user's file that happens to
+  // lie in /tmp is never taken for ours, and so never deleted.
+  const auto folder = base / ("halvane-" + std::to_string(::getuid()));
+  if (std::filesystem::create_directory(folder, error)) {
+    std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
+  }
+  return folder;
 }
 
 bool isInTemporaryDirectory(const std::filesystem::path& url) {
-  const auto folder = temporaryDirectory().lexically_normal().string();
-  const auto file = std::filesystem::absolute(url).lexically_normal().string();
+  // Where the file really is, links resolved: a link into our folder is not ours, and
+  // neither is a path through a link that leaves it.
+  std::error_code error;
+  const auto folder = std::filesystem::weakly_canonical(temporaryDirectory(), error).string();
+  if (error) return false;
+  const auto file = std::filesystem::weakly_canonical(std::filesystem::absolute(url), error).string();
+  if (error) return false;
   // A prefix of whole components: /tmp/x is inside /tmp, /tmpfoo/x is not.
   if (file.size() <= folder.size() || file.compare(0, folder.size(), folder) != 0) return false;
   return folder.back() == '/' || file[folder.size()] == '/';

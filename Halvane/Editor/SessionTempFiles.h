@@ -10,9 +10,10 @@
 
 namespace halvane {
 
-// The folder of temporary files ($TMPDIR or /tmp).
+// The application's folder of temporary files for this user, halvane-UID in $TMPDIR or
+// /tmp, made on first use and readable by its owner only.
 std::filesystem::path temporaryDirectory();
-// True when `url` lies inside the temporary folder (paths compared in normal form).
+// True when `url` really lies inside that folder (links resolved).
 bool isInTemporaryDirectory(const std::filesystem::path& url);
 
 class SessionTempFiles {

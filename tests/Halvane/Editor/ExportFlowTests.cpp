@@ -169,7 +169,7 @@ TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
   video.progresses[0](0.25f);
   EXPECT_EQ(screen->progressViews[0]->progress, std::vector<float>{0.25f});
   const std::filesystem::path url = video.exportURLs[0];
-  EXPECT_EQ(url.parent_path(), tempFolder);
+  EXPECT_EQ(url.parent_path(), temporaryDirectory());
   EXPECT_EQ(url.extension(), ".mov");
   video.completions[0](url.string());
   EXPECT_EQ(std::get<std::filesystem::path>(delegate->results.at(0)), url);

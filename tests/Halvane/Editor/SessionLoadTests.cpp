@@ -1,4 +1,5 @@
 #include "EditorSessionFakes.h"
+#include <fstream>
 
 namespace halvane::editor_test {
 namespace {
@@ -91,12 +92,21 @@ TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
   EXPECT_TRUE(delegate->calls.empty());
 }
 
-TEST_F(SessionLoadTest, AVideoInTheTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
-  EXPECT_TRUE(openVideo(tempFolder / "clip.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_TRUE(openVideo(tempFolder / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
+TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
+  const auto ours = temporaryDirectory();
+  EXPECT_TRUE(openVideo(ours / "clip.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_TRUE(openVideo(ours / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_FALSE(
       openVideo(std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_FALSE(openVideo(tempFolder.string() + "x/clip.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_FALSE(openVideo(ours.string() + "x/clip.mov")->tempFiles().isVideoURLOwned());
+  // A user's file in the shared temporary folder, and a link in ours to a file elsewhere,
+  // are not ours: teardown must never delete them.
+  EXPECT_FALSE(openVideo(tempFolder / "clip.mov")->tempFiles().isVideoURLOwned());
+  const auto userFile = tempFolder / "users-clip.mov";
+  std::ofstream(userFile) << "not ours";
+  std::filesystem::create_symlink(userFile, ours / "link.mov");
+  EXPECT_FALSE(openVideo(ours / "link.mov")->tempFiles().isVideoURLOwned());
+  EXPECT_TRUE(std::filesystem::exists(userFile));
   EXPECT_EQ(toolStrip->isVideo, true);
 }
 

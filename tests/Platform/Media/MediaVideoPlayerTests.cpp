@@ -88,13 +88,15 @@ class MediaVideoPlayer : public ::testing::Test {
   }
 
   // The frame due now, waiting (in real time) for the decoder to have it.
+  // The frame shown at the clock's time: the test clips run at 30 frames a second, so
+  // a frame taken while its successor is also due is not yet the one, however far the
+  // decoder has got.
   PixelBuffer frameNow() {
     const MediaTime time = output->itemTime(now.load());
     PixelBuffer frame;
     mediatest::pumpUntil(*queue, [&] {
-      if (!output->hasNewPixelBuffer(time)) return false;
-      frame = output->copyPixelBuffer(time);
-      return true;
+      if (output->hasNewPixelBuffer(time)) frame = output->copyPixelBuffer(time);
+      return frame && frame.presentationTime().seconds() + 1.0 / 30 > time.seconds();
     }, std::chrono::milliseconds(5000));
     return frame;
   }
