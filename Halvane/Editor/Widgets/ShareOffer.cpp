@@ -1,8 +1,10 @@
 #include "Halvane/Editor/Widgets/ShareOffer.h"
 
 #include <fstream>
-#include <random>
 #include <system_error>
+#include <vector>
+
+#include "Platform/Media/TemporaryFile.h"
 
 namespace halvane::editor {
 
@@ -19,27 +21,20 @@ std::string suggestedFileName(const ShareOffer& offer) {
 std::string copyFileAtomically(const std::filesystem::path& from, const std::filesystem::path& to) {
   std::error_code error;
   if (std::filesystem::equivalent(from, to, error)) return "the file cannot be saved over itself";
-  std::random_device random;
-  const std::filesystem::path partial =
-      to.parent_path() / ("." + to.filename().string() + ".partial-" + std::to_string(random()));
-  {
-    std::ifstream in(from, std::ios::binary);
-    if (!in) return "cannot read " + from.string();
-    std::ofstream out(partial, std::ios::binary | std::ios::trunc);
-    if (!out) return "cannot write in " + to.parent_path().string();
-    out << in.rdbuf();
-    out.flush();
-    if (!out || in.bad()) {
-      out.close();
-      std::filesystem::remove(partial, error);
+  std::ifstream in(from, std::ios::binary);
+  if (!in) return "cannot read " + from.string();
+  auto partial = platform::media::TemporaryFile::createBeside(to);
+  if (!partial) return "cannot write in " + to.parent_path().string();
+  std::vector<char> chunk(1 << 16);
+  while (in) {
+    in.read(chunk.data(), std::streamsize(chunk.size()));
+    if (in.gcount() > 0 && partial->writeAll(chunk.data(), std::size_t(in.gcount()))) {
       return "writing " + to.string() + " failed";
     }
   }
-  std::filesystem::rename(partial, to, error);
-  if (error) {
-    std::filesystem::remove(partial, error);
-    return "cannot replace " + to.string();
-  }
+  if (in.bad() || partial->syncAndClose()) return "writing " + to.string() + " failed";
+  // The user chose the name in the dialog, which asked before replacing.
+  if (partial->moveOnto(to, true)) return "cannot replace " + to.string();
   return {};
 }
 
