@@ -13,23 +13,14 @@
 #include <memory>
 
 #include "Halvane/DesignSystem/Widgets/DSSymbol.h"
+#include "Support/QtApplicationEnvironment.h"
 
 using namespace halvane;
 
 namespace {
 
-class GuiApplication : public ::testing::Environment {
- public:
-  void SetUp() override { application_ = std::make_unique<QGuiApplication>(argc_, argv_); }
-  void TearDown() override { application_.reset(); }
-
- private:
-  int argc_ = 1;
-  char name_[15] = "DSSymbolTests";
-  char* argv_[1] = {name_};
-  std::unique_ptr<QGuiApplication> application_;
-};
-const auto* const kApplication = ::testing::AddGlobalTestEnvironment(new GuiApplication);
+const auto* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QGuiApplication>);
 
 // Every symbol name the screens use.
 constexpr std::string_view kUsedSymbols[] = {

@@ -19,23 +19,14 @@
 #include "Halvane/DesignSystem/Widgets/DSLabel.h"
 #include "Halvane/DesignSystem/Widgets/DSQtStyle.h"
 #include "Platform/Qt/SpringAnimator.h"
+#include "Support/QtApplicationEnvironment.h"
 
 using namespace halvane;
 
 namespace {
 
-class WidgetApplication : public ::testing::Environment {
- public:
-  void SetUp() override { application_ = std::make_unique<QApplication>(argc_, argv_); }
-  void TearDown() override { application_.reset(); }
-
- private:
-  int argc_ = 1;
-  char name_[15] = "DSWidgetTests";
-  char* argv_[1] = {name_};
-  std::unique_ptr<QApplication> application_;
-};
-const auto* const kApplication = ::testing::AddGlobalTestEnvironment(new WidgetApplication);
+const auto* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QApplication>);
 
 // A colour composed over the backdrop, as the painter blends it.
 QColor over(const DSRGBA& top, const DSRGBA& backdrop) {
