@@ -18,6 +18,7 @@ std::span<const LocalizedText> allEntries() {
       FilterCategories::basic, FilterCategories::colorBoost, FilterCategories::cinematic, FilterCategories::filmVintage, FilterCategories::blackAndWhite, FilterCategories::portrait, FilterCategories::landscape, FilterCategories::mood, FilterCategories::creative, FilterCategories::light, FilterCategories::duoTone,
       Accessibility::photo, Accessibility::video, Accessibility::videoDuration,
       Action::confirm, Action::reset, Action::close, Action::share, Action::flip, Action::rotate, Action::undo, Action::redo,
+      Share::saveAs, Share::copy, Share::open, Share::saveFailed, Share::openFailed,
       MediaPicker::loadFailed, MediaPicker::cancelled, MediaPicker::unsupportedType,
   };
   return kEntries;

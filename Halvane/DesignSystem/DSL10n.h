@@ -139,6 +139,14 @@ inline constexpr LocalizedText undo{"action.undo", "Undo", "Undo button"};
 inline constexpr LocalizedText redo{"action.redo", "Redo", "Redo button"};
 }  // namespace Action
 
+namespace Share {
+inline constexpr LocalizedText saveAs{"share.saveAs", "Save As…", "Share sheet: save the item as a file"};
+inline constexpr LocalizedText copy{"share.copy", "Copy", "Share sheet: copy the item to the clipboard"};
+inline constexpr LocalizedText open{"share.open", "Open", "Share sheet: open the item with the default application"};
+inline constexpr LocalizedText saveFailed{"share.saveFailed", "The file could not be saved.", "Share sheet: saving failed; the reason follows on the next line"};
+inline constexpr LocalizedText openFailed{"share.openFailed", "No application opens this file.", "Share sheet: opening with the default application failed"};
+}  // namespace Share
+
 namespace MediaPicker {
 inline constexpr LocalizedText loadFailed{"mediaPicker.error.loadFailed", "Failed to load media", "Media picker load error"};
 inline constexpr LocalizedText cancelled{"mediaPicker.error.cancelled", "Selection was cancelled", "Media picker cancelled error"};

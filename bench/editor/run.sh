@@ -33,7 +33,8 @@ echo "load average after the editor: $(cut -d' ' -f1-3 /proc/loadavg)"
 
 # The peers' jobs; each leaves a picture of the preview's size.
 vips_change() {
-  vips linear "$work/src.v" "$work/lin.v" "1.3 1.3 1.3" "-12 -12 -12" &&
+  # The leading space keeps vips from reading the negative offsets as options.
+  vips linear "$work/src.v" "$work/lin.v" "1.3 1.3 1.3" " -12 -12 -12" --uchar &&
     vips thumbnail_image "$work/lin.v" "$work/out-vips.png" 430 --height 680
 }
 magick_change() { convert-im6.q16 "$work/src.mpc" -brightness-contrast 10x15 -resize "$preview" "$work/out-im.png"; }

@@ -438,6 +438,31 @@
         <extracomment>Redo button</extracomment>
         <translation>Wiederholen</translation>
     </message>
+    <message id="share.saveAs">
+        <source>Save As…</source>
+        <extracomment>Share sheet: save the item as a file</extracomment>
+        <translation>Speichern unter…</translation>
+    </message>
+    <message id="share.copy">
+        <source>Copy</source>
+        <extracomment>Share sheet: copy the item to the clipboard</extracomment>
+        <translation>Kopieren</translation>
+    </message>
+    <message id="share.open">
+        <source>Open</source>
+        <extracomment>Share sheet: open the item with the default application</extracomment>
+        <translation>Öffnen</translation>
+    </message>
+    <message id="share.saveFailed">
+        <source>The file could not be saved.</source>
+        <extracomment>Share sheet: saving failed; the reason follows on the next line</extracomment>
+        <translation>Die Datei konnte nicht gespeichert werden.</translation>
+    </message>
+    <message id="share.openFailed">
+        <source>No application opens this file.</source>
+        <extracomment>Share sheet: opening with the default application failed</extracomment>
+        <translation>Keine Anwendung kann diese Datei öffnen.</translation>
+    </message>
     <message id="mediaPicker.error.loadFailed">
         <source>Failed to load media</source>
         <extracomment>Media picker load error</extracomment>

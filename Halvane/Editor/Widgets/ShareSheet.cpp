@@ -24,12 +24,6 @@ namespace halvane::editor {
 
 namespace {
 
-QString saveAsText() { return DSL10n::localized("share.saveAs", "Save As…", "Share sheet: save the item as a file"); }
-QString copyText() { return DSL10n::localized("share.copy", "Copy", "Share sheet: copy the item to the clipboard"); }
-QString openText() {
-  return DSL10n::localized("share.open", "Open", "Share sheet: open the item with the default application");
-}
-
 QString startFolder(bool isPhoto) {
   const QString folder =
       QStandardPaths::writableLocation(isPhoto ? QStandardPaths::PicturesLocation : QStandardPaths::MoviesLocation);
@@ -61,13 +55,13 @@ ShareSheet::ShareSheet(ShareOffer offer, QWidget* parent)
     stack->addWidget(button);
     return button;
   };
-  addAction(saveAsText(), DSButtonStyle::primary, [this] { saveAs(); });
-  addAction(copyText(), DSButtonStyle::secondary, [this] {
+  addAction(DSL10n::text(DSL10n::Share::saveAs), DSButtonStyle::primary, [this] { saveAs(); });
+  addAction(DSL10n::text(DSL10n::Share::copy), DSButtonStyle::secondary, [this] {
     copyToClipboard();
     accept();
   });
   if (std::holds_alternative<std::filesystem::path>(offer_.payload)) {
-    addAction(openText(), DSButtonStyle::secondary, [this] { openWithDefaultApplication(); });
+    addAction(DSL10n::text(DSL10n::Share::open), DSButtonStyle::secondary, [this] { openWithDefaultApplication(); });
   }
   addAction(DSL10n::text(DSL10n::Common::cancel), DSButtonStyle::tertiary, [this] { reject(); });
   errorLabel_->setTextColour(DSColor::destructive);
@@ -101,7 +95,7 @@ void ShareSheet::saveAs() {
   const QString filter = offer_.isPhoto && std::holds_alternative<platform::media::Image>(offer_.payload)
                              ? QStringLiteral("JPEG (*.jpg *.jpeg)")
                              : QString();
-  const QString path = QFileDialog::getSaveFileName(this, saveAsText(), suggested, filter);
+  const QString path = QFileDialog::getSaveFileName(this, DSL10n::text(DSL10n::Share::saveAs), suggested, filter);
   if (path.isEmpty()) return;
   if (saveTo(path)) accept();
 }
@@ -114,7 +108,7 @@ bool ShareSheet::saveTo(const QString& path) {
     error = copyFileAtomically(std::get<std::filesystem::path>(offer_.payload), path.toStdString());
   }
   if (error.empty()) return true;
-  showError(QString::fromStdString(error));
+  showError(DSL10n::text(DSL10n::Share::saveFailed) + u'\n' + QString::fromStdString(error));
   return false;
 }
 
@@ -135,8 +129,7 @@ void ShareSheet::openWithDefaultApplication() {
   if (QDesktopServices::openUrl(QUrl::fromLocalFile(QString::fromStdString(file.string())))) {
     accept();
   } else {
-    showError(DSL10n::localized("share.openFailed", "No application opens this file.",
-                                "Share sheet: opening with the default application failed"));
+    showError(DSL10n::text(DSL10n::Share::openFailed));
   }
 }
 
