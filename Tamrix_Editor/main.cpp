@@ -21,9 +21,12 @@
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 #include "MediaFile.h"
 #include "Platform/Dispatch/DisplayLink.h"
+#include "Platform/Dispatch/NotificationCenter.h"
+#include "Platform/Dispatch/SystemNotifications.h"
 #include "Platform/Qt/QtAudioSink.h"
 #include "Platform/Qt/QtDisplayLink.h"
 #include "Platform/Qt/QtMainQueue.h"
+#include "Platform/System/MemoryPressureMonitor.h"
 
 namespace {
 
@@ -72,6 +75,17 @@ void preferPortalFileChooser() {
   }
 }
 
+// The kernel's memory pressure becomes the application's memory warning. A kernel
+// without pressure reports, or one that refuses the trigger, leaves the editor without
+// warnings, as a machine with memory to spare would.
+std::unique_ptr<platform::system::MemoryPressureMonitor> watchMemoryPressure() {
+  auto trigger = platform::system::openMemoryPressureTrigger();
+  if (!trigger) return nullptr;
+  return std::make_unique<platform::system::MemoryPressureMonitor>(std::move(trigger.value()), [] {
+    platform::dispatch::NotificationCenter::defaultCenter().post(platform::dispatch::kMemoryWarningNotification);
+  });
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -114,6 +128,7 @@ int main(int argc, char** argv) {
   platform::dispatch::MainQueue::setShared(mainQueue);
   auto displayLinks = platform::qt::QtDisplayLinkDriver::create();
   platform::dispatch::setDisplayLinkFactory(displayLinks->factory());
+  const auto memoryPressure = watchMemoryPressure();
   int status = 0;
   {
     auto container = halvane::AppContainer::create(configuration);

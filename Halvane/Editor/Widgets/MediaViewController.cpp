@@ -22,6 +22,7 @@
 #include "Halvane/Panels/Widgets/ToolStripView.h"
 #include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"
+#include "Platform/Dispatch/SystemNotifications.h"
 
 namespace halvane::editor {
 
@@ -39,6 +40,14 @@ MediaViewController::MediaViewController(MediaContent content, std::shared_ptr<A
       makeEditorServices(container_->renderingEngine, {.audioSink = options_.audioSink, .backgroundTasks = nullptr}));
   wireControls();
   addShortcuts();
+  // The system's memory warning, posted on any thread, reaches the session on the main queue.
+  memoryWarningObserver_ = platform::dispatch::NotificationCenter::defaultCenter().addObserver(
+      platform::dispatch::kMemoryWarningNotification, nullptr,
+      [weak = std::weak_ptr(session_), queue = options_.mainQueue](const platform::dispatch::Notification&) {
+        queue->async([weak] {
+          if (auto session = weak.lock()) session->didReceiveMemoryWarning();
+        });
+      });
   previewInset_ = targetPreviewInset();
   session_->viewDidLoad();
   topBar_->setTitle(DSL10n::text(DSL10n::Editor::editTitle));
@@ -47,6 +56,7 @@ MediaViewController::MediaViewController(MediaContent content, std::shared_ptr<A
 }
 
 MediaViewController::~MediaViewController() {
+  platform::dispatch::NotificationCenter::defaultCenter().removeObserver(memoryWarningObserver_);
   // The session's end of life runs while the widgets it names still stand.
   session_.reset();
   preview_.reset();

@@ -20,6 +20,7 @@
 #include "Halvane/Editor/MediaViewControllerDelegate.h"
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/AudioSink.h"
 
 class QShortcut;
@@ -125,6 +126,7 @@ class MediaViewController : public QWidget {
   std::shared_ptr<EditorSession> session_;
   bool hasAppeared_ = false;
   bool isBeingDismissed_ = false;
+  platform::dispatch::NotificationCenter::ObserverToken memoryWarningObserver_ = 0;
 };
 
 }  // namespace halvane::editor

@@ -1,7 +1,7 @@
 // The editor screen around a real session on a real engine (lavapipe), offscreen: the
 // tool frames and bars as the session moves them, at once without a window and on the
-// spring with one, an interrupted transition, the keyboard's guards, and the load
-// alert that ends the screen.
+// spring with one, an interrupted transition, the keyboard's guards, the load alert
+// that ends the screen, and the system's memory warning.
 #include <gtest/gtest.h>
 
 #include <QAbstractButton>
@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <thread>
 
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Halvane/Editor/Widgets/MediaViewController.h"
@@ -26,6 +27,8 @@
 #include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"
 #include "Platform/Dispatch/DisplayLink.h"
+#include "Platform/Dispatch/NotificationCenter.h"
+#include "Platform/Dispatch/SystemNotifications.h"
 #include "Platform/Media/ImageDecoder.h"
 #include "Platform/Qt/QtDisplayLink.h"
 #include "Platform/Qt/QtMainQueue.h"
@@ -319,6 +322,19 @@ TEST_F(MediaViewControllerTest, AnEditedVideoExportsWithProgressAsAQuickTimeMovi
   EXPECT_NE(streams.find("mov,"), std::string::npos) << streams;
   sheet->reject();
   EXPECT_FALSE(editor->session()->isExporting());
+}
+
+TEST_F(MediaViewControllerTest, AMemoryWarningFromAnyThreadReachesTheSessionOnTheMainQueue) {
+  openPhoto();
+  ASSERT_TRUE(editor->session()->sourceCGImage());
+  std::thread([] {
+    platform::dispatch::NotificationCenter::defaultCenter().post(platform::dispatch::kMemoryWarningNotification);
+  }).join();
+  EXPECT_TRUE(editor->session()->sourceCGImage()) << "not before the main queue runs";
+  EXPECT_TRUE(runEventsUntil([&] { return !editor->session()->sourceCGImage(); }));
+  editor.reset();
+  platform::dispatch::NotificationCenter::defaultCenter().post(platform::dispatch::kMemoryWarningNotification);
+  QCoreApplication::processEvents();
 }
 
 }  // namespace
