@@ -32,9 +32,12 @@ BenchEditor::BenchEditor(const QString& file)
   platform::dispatch::MainQueue::setShared(mainQueue_);
   platform::dispatch::setDisplayLinkFactory(displayLinks_->factory());
   container_ = halvane::AppContainer::create(halvane::HalvaneConfig{});
+  buildTimes_.containerMade = Clock::now();
   const QFileInfo info(file);
+  auto content = tamrix::mediaContentForFile(info.absoluteFilePath().toStdString());
+  buildTimes_.contentRead = Clock::now();
   editor_ = std::make_unique<halvane::editor::MediaViewController>(
-      tamrix::mediaContentForFile(info.absoluteFilePath().toStdString()), container_,
+      std::move(content), container_,
       halvane::editor::MediaViewOptions{.mainQueue = mainQueue_,
                                         .audioSink = std::make_shared<platform::qt::QtAudioSink>(),
                                         .sourceName = info.fileName().toStdString()});
@@ -43,6 +46,7 @@ BenchEditor::BenchEditor(const QString& file)
   if (auto* preview = editor_->preview()) preview->surface()->installEventFilter(this);
   editor_->show();
   editor_->activateWindow();
+  buildTimes_.editorBuilt = Clock::now();
 }
 
 BenchEditor::~BenchEditor() {

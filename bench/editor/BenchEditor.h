@@ -33,12 +33,20 @@ struct FrameTimes {
   std::chrono::nanoseconds cpuAtFlush{};
 };
 
+// When each step of building the window ended, in main's order.
+struct BuildTimes {
+  Clock::time_point containerMade;  // the engine started
+  Clock::time_point contentRead;    // the file decoded
+  Clock::time_point editorBuilt;    // the views built, the photo uploaded, the window shown
+};
+
 class BenchEditor : public QObject {
  public:
   explicit BenchEditor(const QString& file);
   ~BenchEditor() override;
 
   halvane::editor::MediaViewController& editor() { return *editor_; }
+  const BuildTimes& buildTimes() const { return buildTimes_; }
 
   // Runs the event loop until a frame newer than the last one painted has been painted
   // and flushed, or until `limit` has passed (then none).
@@ -54,6 +62,7 @@ class BenchEditor : public QObject {
   std::shared_ptr<platform::qt::QtDisplayLinkDriver> displayLinks_;
   std::shared_ptr<halvane::AppContainer> container_;
   std::unique_ptr<halvane::editor::MediaViewController> editor_;
+  BuildTimes buildTimes_;
   qint64 paintedFrameKey_ = 0;
   std::optional<FrameTimes> newFrame_;
   QEventLoop* waiting_ = nullptr;
