@@ -2,8 +2,8 @@
 // The editor window as tamrix-editor's main builds it (the main queue on Qt's event
 // loop, display links paced to the screen, the container, the file's content, the sound
 // on Qt Multimedia, a 430 x 860 window shown and activated; not the memory-pressure
-// watch, whose thread only sleeps), and a watch on its preview
-// surface that tells when a frame newer than the last one painted is on the screen.
+// watch, whose thread only sleeps), and a watch on its preview surface that tells when
+// a frame newer than the last one painted is on the screen.
 // Needs the QApplication. Main thread only.
 #include <QEventLoop>
 #include <QObject>
