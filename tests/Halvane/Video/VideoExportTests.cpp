@@ -17,8 +17,8 @@ namespace halvane {
 namespace {
 
 using platform::media::PixelBuffer;
-using videotest::ClipAudio;
-using videotest::ClipDescription;
+using testsupport::ClipAudio;
+using testsupport::ClipDescription;
 
 class VideoExportTest : public testing::VideoRendererTest {
  protected:
@@ -29,7 +29,7 @@ class VideoExportTest : public testing::VideoRendererTest {
 
   static std::string toneClip() {
     ClipDescription clip;
-    return videotest::makeClip("tone-64x48", clip);
+    return testsupport::makeClip("tone-64x48", clip);
   }
 
   static double rms(const std::vector<float>& samples) {
@@ -53,11 +53,11 @@ class VideoExportTest : public testing::VideoRendererTest {
     clip.frames = frames;
     clip.audio = ClipAudio::none;
     const std::string size = std::to_string(width) + "x" + std::to_string(height);
-    const auto source = videotest::makeClip("silent-" + size + "-" + std::to_string(frames), clip);
-    const auto output = videotest::freshPath(name + ".mov");
+    const auto source = testsupport::makeClip("silent-" + size + "-" + std::to_string(frames), clip);
+    const auto output = testsupport::freshPath(name + ".mov");
     const auto result = runExport(source, output, edit, preset);
     EXPECT_TRUE(result && result->hasValue()) << failureText(result);
-    return result && result->hasValue() ? videotest::decodedFrames(output) : std::vector<PixelBuffer>{};
+    return result && result->hasValue() ? testsupport::decodedFrames(output) : std::vector<PixelBuffer>{};
   }
 };
 
@@ -68,14 +68,14 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   clip.width = 64;
   clip.height = 96;
   clip.quarterTurns = GetParam();
-  const auto source = videotest::makeClip("export-turned-" + std::to_string(GetParam()), clip);
-  const auto output = videotest::freshPath("turned-" + std::to_string(GetParam()) + ".mov");
+  const auto source = testsupport::makeClip("export-turned-" + std::to_string(GetParam()), clip);
+  const auto output = testsupport::freshPath("turned-" + std::to_string(GetParam()) + ".mov");
   std::vector<float> progress;
   const auto result = runExport(source, output, EditState(), VideoExportPreset::balanced, &progress);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
   EXPECT_EQ(**result, output);
 
-  const auto facts = videotest::probeMovie(output);
+  const auto facts = testsupport::probeMovie(output);
   EXPECT_NE(facts.formatName.find("mov"), std::string::npos);
   ASSERT_EQ(facts.video.size(), 1u);
   EXPECT_EQ(facts.video[0].codec, "hevc");
@@ -83,14 +83,14 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   EXPECT_EQ(facts.video[0].width, 64);
   EXPECT_EQ(facts.video[0].height, 96);
   EXPECT_FALSE(facts.video[0].hasDisplayMatrix);
-  EXPECT_EQ(videotest::displayQuarterTurns(output), 0);
+  EXPECT_EQ(testsupport::displayQuarterTurns(output), 0);
   EXPECT_EQ(facts.audio.size(), 1u);
 
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = testsupport::decodedFrames(output);
   ASSERT_EQ(frames.size(), 30u);
   for (size_t i = 0; i < frames.size(); ++i) {
-    EXPECT_TRUE(videotest::showsUprightQuadrants(frames[i])) << "frame " << i;
-    EXPECT_EQ(videotest::frameNumber(frames[i]), int(i));
+    EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[i])) << "frame " << i;
+    EXPECT_EQ(testsupport::frameNumber(frames[i]), int(i));
   }
 
   // One progress call a frame, rising, and 1 reached with the last.
@@ -107,8 +107,8 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
   ClipDescription clip;
   clip.frames = 60;
   clip.audio = ClipAudio::none;
-  const auto source = videotest::makeClip("silent-2s", clip);
-  const auto output = videotest::freshPath("trimmed.mov");
+  const auto source = testsupport::makeClip("silent-2s", clip);
+  const auto output = testsupport::freshPath("trimmed.mov");
   EditState trim;
   trim.trimStart = 0.5;
   trim.trimEnd = 1.5;
@@ -116,13 +116,13 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
   const auto result = runExport(source, output, trim, VideoExportPreset::balanced, &progress);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
 
-  EXPECT_TRUE(videotest::probeMovie(output).audio.empty());
-  const auto times = videotest::videoFrameTimes(output);
+  EXPECT_TRUE(testsupport::probeMovie(output).audio.empty());
+  const auto times = testsupport::videoFrameTimes(output);
   ASSERT_EQ(times.size(), 30u);
   for (size_t i = 0; i < times.size(); ++i) EXPECT_NEAR(times[i], double(i) / 30, 1e-3) << "frame " << i;
-  const auto frames = videotest::decodedFrames(output);
+  const auto frames = testsupport::decodedFrames(output);
   ASSERT_EQ(frames.size(), 30u);
-  for (size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(videotest::frameNumber(frames[i]), int(i) + 15);
+  for (size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(testsupport::frameNumber(frames[i]), int(i) + 15);
   EXPECT_EQ(progress.size(), 30u);
 }
 
@@ -131,7 +131,7 @@ TEST_F(VideoExportTest, AnOddSizeIsEvenedByTheScaler) {
   ASSERT_EQ(frames.size(), 5u);
   EXPECT_EQ(frames[0].width(), 62);
   EXPECT_EQ(frames[0].height(), 46);
-  EXPECT_TRUE(videotest::showsUprightQuadrants(frames[0]));
+  EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[0]));
 }
 
 TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
@@ -139,8 +139,8 @@ TEST_F(VideoExportTest, AColourEditReachesEveryFrame) {
   dark.exposure = -3;
   const auto frames = exportSilentClip("edited", 64, 48, 10, dark, VideoExportPreset::balanced);
   ASSERT_EQ(frames.size(), 10u);
-  const double unedited = videotest::meanLevel(videotest::patternFrame(64, 48, 0));
-  for (const auto& frame : frames) EXPECT_LT(videotest::meanLevel(frame), unedited * 0.6);
+  const double unedited = testsupport::meanLevel(testsupport::patternFrame(64, 48, 0));
+  for (const auto& frame : frames) EXPECT_LT(testsupport::meanLevel(frame), unedited * 0.6);
 }
 
 // Real 1080-line sources, a few frames long.
@@ -149,8 +149,8 @@ TEST_F(VideoExportTest, SocialScalesJustOverFullHDDownToEvenSides) {
   ASSERT_EQ(frames.size(), 3u);
   EXPECT_EQ(frames[0].width(), 1920);
   EXPECT_EQ(frames[0].height(), 1078);
-  EXPECT_TRUE(videotest::showsUprightQuadrants(frames[0]));
-  EXPECT_EQ(videotest::frameNumber(frames[2]), 2);
+  EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[0]));
+  EXPECT_EQ(testsupport::frameNumber(frames[2]), 2);
 }
 
 TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
@@ -159,10 +159,10 @@ TEST_F(VideoExportTest, MaxQualityEvensAnOddRenderSizeWithTheScaler) {
   EXPECT_EQ(frames[0].width(), 1080);
   EXPECT_EQ(frames[0].height(), 720);
   // The scaled picture stays close to the source's pattern.
-  const auto expected = videotest::patternFrame(1081, 721, 0);
-  EXPECT_TRUE(videotest::showsUprightQuadrants(frames[0]));
-  EXPECT_EQ(videotest::frameNumber(frames[0]), 0);
-  EXPECT_NEAR(videotest::meanLevel(frames[0]), videotest::meanLevel(expected), 6);
+  const auto expected = testsupport::patternFrame(1081, 721, 0);
+  EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[0]));
+  EXPECT_EQ(testsupport::frameNumber(frames[0]), 0);
+  EXPECT_NEAR(testsupport::meanLevel(frames[0]), testsupport::meanLevel(expected), 6);
 }
 
 TEST_F(VideoExportTest, ACropToOnePixelWritesTwoByTwo) {
@@ -180,25 +180,25 @@ TEST_F(VideoExportTest, ACropToOnePixelWritesTwoByTwo) {
 // --- Audio ---
 
 TEST_F(VideoExportTest, MutedGivesNoAudioTrackWhateverTheVolume) {
-  const auto output = videotest::freshPath("muted.mov");
+  const auto output = testsupport::freshPath("muted.mov");
   EditState muted;
   muted.audioMuted = true;
   muted.audioVolume = 1.5f;
   const auto result = runExport(toneClip(), output, muted, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  EXPECT_TRUE(videotest::probeMovie(output).audio.empty());
+  EXPECT_TRUE(testsupport::probeMovie(output).audio.empty());
 }
 
 TEST_F(VideoExportTest, VolumeZeroGivesASilentTrack) {
-  const auto output = videotest::freshPath("silent.mov");
+  const auto output = testsupport::freshPath("silent.mov");
   EditState silent;
   silent.audioVolume = 0;
   const auto result = runExport(toneClip(), output, silent, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto facts = videotest::probeMovie(output);
+  const auto facts = testsupport::probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "aac");
-  const auto samples = videotest::decodedAudio(output);
+  const auto samples = testsupport::decodedAudio(output);
   ASSERT_GT(samples.size(), 40000u);
   float peak = 0;
   for (float s : samples) peak = std::max(peak, std::fabs(s));
@@ -206,13 +206,13 @@ TEST_F(VideoExportTest, VolumeZeroGivesASilentTrack) {
 }
 
 TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThrough) {
-  const auto output = videotest::freshPath("passthrough.mov");
+  const auto output = testsupport::freshPath("passthrough.mov");
   EditState near;
   near.audioVolume = 1.0005f;
   const auto result = runExport(toneClip(), output, near, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto written = videotest::audioPackets(output);
-  const auto original = videotest::audioPackets(toneClip());
+  const auto written = testsupport::audioPackets(output);
+  const auto original = testsupport::audioPackets(toneClip());
   ASSERT_FALSE(written.empty());
   EXPECT_EQ(written, original);
 }
@@ -221,43 +221,43 @@ TEST_F(VideoExportTest, PcmSoundPassesThroughAsPcm) {
   ClipDescription clip;
   clip.audio = ClipAudio::pcm;
   clip.audioFirst = true;
-  const auto source = videotest::makeClip("pcm-first", clip);
-  const auto output = videotest::freshPath("pcm.mov");
+  const auto source = testsupport::makeClip("pcm-first", clip);
+  const auto output = testsupport::freshPath("pcm.mov");
   const auto result = runExport(source, output, EditState(), VideoExportPreset::maxQuality);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto facts = videotest::probeMovie(output);
+  const auto facts = testsupport::probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "pcm_s16le");
-  EXPECT_EQ(videotest::decodedAudio(output), videotest::decodedAudio(source));
+  EXPECT_EQ(testsupport::decodedAudio(output), testsupport::decodedAudio(source));
 }
 
 TEST_F(VideoExportTest, AVolumeJustOffOneIsReencodedWithGain) {
-  const auto output = videotest::freshPath("gain.mov");
+  const auto output = testsupport::freshPath("gain.mov");
   EditState louder;
   louder.audioVolume = 1.002f;
   const auto result = runExport(toneClip(), output, louder, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto facts = videotest::probeMovie(output);
+  const auto facts = testsupport::probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "aac");
   EXPECT_EQ(facts.audio[0].sampleRate, 44100);
   EXPECT_EQ(facts.audio[0].channels, 1);
-  EXPECT_NE(videotest::audioPackets(output), videotest::audioPackets(toneClip()));
+  EXPECT_NE(testsupport::audioPackets(output), testsupport::audioPackets(toneClip()));
   // A second AAC generation keeps the tone's level within a few per cent.
-  const double ratio = rms(videotest::decodedAudio(output)) / rms(videotest::decodedAudio(toneClip()));
+  const double ratio = rms(testsupport::decodedAudio(output)) / rms(testsupport::decodedAudio(toneClip()));
   EXPECT_NEAR(ratio, 1.002, 0.03);
 }
 
 TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
   ClipDescription clip;
   clip.toneAmplitude = 0.8f;
-  const auto source = videotest::makeClip("loud-tone", clip);
-  const auto output = videotest::freshPath("clipped.mov");
+  const auto source = testsupport::makeClip("loud-tone", clip);
+  const auto output = testsupport::freshPath("clipped.mov");
   EditState doubled;
   doubled.audioVolume = 2;
   const auto result = runExport(source, output, doubled, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  const auto samples = videotest::decodedAudio(output);
+  const auto samples = testsupport::decodedAudio(output);
   ASSERT_GT(samples.size(), 40000u);
   float peak = 0;
   size_t saturated = 0;
@@ -274,7 +274,7 @@ TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
 // --- Failures leave no file ---
 
 TEST_F(VideoExportTest, ATrimStartBeyondTheDurationFailsWithoutUnderlyingError) {
-  const auto output = videotest::freshPath("beyond.mov");
+  const auto output = testsupport::freshPath("beyond.mov");
   EditState late;
   late.trimStart = 5;
   const auto result = runExport(toneClip(), output, late, VideoExportPreset::balanced);
@@ -285,13 +285,13 @@ TEST_F(VideoExportTest, ATrimStartBeyondTheDurationFailsWithoutUnderlyingError) 
 }
 
 TEST_F(VideoExportTest, CancelDirectlyAfterStartEndsCancelledWithoutFile) {
-  const auto output = videotest::freshPath("cancelled.mov");
+  const auto output = testsupport::freshPath("cancelled.mov");
   std::optional<VideoExportResult> result;
   renderer->setAsset(platform::media::Asset::make(toneClip()));
   renderer->exportVideo(output, EditState(), VideoExportPreset::balanced, {},
                         [&](VideoExportResult outcome) { result = std::move(outcome); });
   renderer->cancelExport();
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
   ASSERT_FALSE(result->hasValue());
   EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
   EXPECT_FALSE(std::filesystem::exists(output));
@@ -300,16 +300,16 @@ TEST_F(VideoExportTest, CancelDirectlyAfterStartEndsCancelledWithoutFile) {
 }
 
 TEST_F(VideoExportTest, ExpiryOfTheBackgroundTaskCancelsAndEndsTheTaskOnce) {
-  const auto output = videotest::freshPath("expired.mov");
+  const auto output = testsupport::freshPath("expired.mov");
   std::optional<VideoExportResult> result;
   renderer->setAsset(platform::media::Asset::make(toneClip()));
   renderer->exportVideo(output, EditState(), VideoExportPreset::balanced, {},
                         [&](VideoExportResult outcome) { result = std::move(outcome); });
   // The export's end waits for a turn of the main queue, so expiry can come first.
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return backgroundTasks->beginCount() == 1; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return backgroundTasks->beginCount() == 1; }));
   backgroundTasks->expire();
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
   ASSERT_FALSE(result->hasValue());
   EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
   EXPECT_FALSE(std::filesystem::exists(output));
@@ -319,18 +319,18 @@ TEST_F(VideoExportTest, ExpiryOfTheBackgroundTaskCancelsAndEndsTheTaskOnce) {
 TEST_F(VideoExportTest, ARendererGoneBeforeTheExportRunsGivesCancelled) {
   std::optional<VideoExportResult> result;
   renderer->setAsset(platform::media::Asset::make(toneClip()));
-  renderer->exportVideo(videotest::freshPath("orphan.mov"), EditState(), VideoExportPreset::balanced, {},
+  renderer->exportVideo(testsupport::freshPath("orphan.mov"), EditState(), VideoExportPreset::balanced, {},
                         [&](VideoExportResult outcome) { result = std::move(outcome); });
   renderer.reset();
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
   ASSERT_FALSE(result->hasValue());
   EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
   EXPECT_EQ(backgroundTasks->beginCount(), 0u);
 }
 
 TEST_F(VideoExportTest, ASourceWithoutVideoReportsIt) {
-  const auto output = videotest::freshPath("novideo.mov");
-  const auto result = runExport(videotest::temporaryFolder() + "/absent.mov", output, EditState(),
+  const auto output = testsupport::freshPath("novideo.mov");
+  const auto result = runExport(testsupport::temporaryFolder() + "/absent.mov", output, EditState(),
                                 VideoExportPreset::balanced);
   ASSERT_TRUE(result && !result->hasValue());
   EXPECT_EQ(result->error().localizedDescription(), "No video track found");
@@ -338,7 +338,7 @@ TEST_F(VideoExportTest, ASourceWithoutVideoReportsIt) {
 }
 
 TEST_F(VideoExportTest, AnOccupiedOutputIsRefusedAndLeftAlone) {
-  const auto output = videotest::freshPath("occupied.mov");
+  const auto output = testsupport::freshPath("occupied.mov");
   std::ofstream(output) << "keep me";
   const auto result = runExport(toneClip(), output, EditState(), VideoExportPreset::balanced);
   ASSERT_TRUE(result && !result->hasValue());
@@ -353,7 +353,7 @@ TEST_F(VideoExportTest, AnOccupiedOutputIsRefusedAndLeftAlone) {
 // "a%20b.mov" leaves no "a b.mov" and never touches a file literally named "a%20b.mov";
 // a finished one writes "a b.mov".
 TEST_F(VideoExportTest, AFileURLNamesTheSameFileThroughout) {
-  const std::string folder = videotest::temporaryFolder() + "/url";
+  const std::string folder = testsupport::temporaryFolder() + "/url";
   std::filesystem::create_directories(folder);
   const std::string url = "file://" + folder + "/a%20b.mov";
   std::ofstream(folder + "/a%20b.mov") << "keep me";
@@ -362,7 +362,7 @@ TEST_F(VideoExportTest, AFileURLNamesTheSameFileThroughout) {
   renderer->exportVideo(url, EditState(), VideoExportPreset::balanced, {},
                         [&](VideoExportResult outcome) { result = std::move(outcome); });
   renderer->cancelExport();
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
   ASSERT_FALSE(result->hasValue());
   EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
   EXPECT_FALSE(std::filesystem::exists(folder + "/a b.mov"));
@@ -372,12 +372,12 @@ TEST_F(VideoExportTest, AFileURLNamesTheSameFileThroughout) {
 
   const auto written = runExport(toneClip(), url, EditState(), VideoExportPreset::balanced);
   ASSERT_TRUE(written && written->hasValue()) << failureText(written);
-  EXPECT_EQ(videotest::probeMovie(folder + "/a b.mov").video.size(), 1u);
+  EXPECT_EQ(testsupport::probeMovie(folder + "/a b.mov").video.size(), 1u);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 2);
 }
 
 TEST_F(VideoExportTest, AMissingFolderFailsSetUpWithoutFile) {
-  const auto output = videotest::temporaryFolder() + "/no/such/folder/out.mov";
+  const auto output = testsupport::temporaryFolder() + "/no/such/folder/out.mov";
   const auto result = runExport(toneClip(), output, EditState(), VideoExportPreset::balanced);
   ASSERT_TRUE(result && !result->hasValue());
   EXPECT_EQ(result->error().code(), VideoRenderError::Code::writerSetupFailed);

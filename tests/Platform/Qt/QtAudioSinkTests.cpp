@@ -16,7 +16,7 @@
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/MediaClock.h"
 #include "Platform/Dispatch/NotificationCenter.h"
-#include "Platform/Media/MediaVideoTestSupport.h"
+#include "Support/TestClips.h"
 #include "Platform/Media/Player.h"
 #include "Platform/Qt/AudioClock.h"
 #include "Platform/Qt/QtAudioSink.h"
@@ -127,7 +127,7 @@ TEST(QtAudioSink, APlayerPlaysThroughItToTheEnd) {
     auto player = std::make_unique<media::Player>(std::make_shared<QtAudioSink>());
     player->setActionAtItemEnd(media::ActionAtItemEnd::none);
     auto output = std::make_shared<media::PlayerItemVideoOutput>();
-    auto item = media::PlayerItem::make(media::Asset::make(mediatest::makeClip("qt-sink", {})));
+    auto item = media::PlayerItem::make(media::Asset::make(testsupport::makeClip("qt-sink", {})));
     item->addOutput(output);
     std::atomic<bool> ended = false;
     const auto observer = dispatch::NotificationCenter::defaultCenter().addObserver(
@@ -135,7 +135,7 @@ TEST(QtAudioSink, APlayerPlaysThroughItToTheEnd) {
     player->replaceCurrentItem(item);
     player->setVolume(0.0f);
     player->play();
-    EXPECT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended.load(); }, std::chrono::seconds(10)));
+    EXPECT_TRUE(testsupport::pumpUntil(*queue, [&] { return ended.load(); }, std::chrono::seconds(10)));
     EXPECT_EQ(item->status(), media::PlayerItem::Status::readyToPlay);
     EXPECT_NEAR(player->currentTime().seconds(), item->asset()->loadNow()->duration, 0.05);
     dispatch::NotificationCenter::defaultCenter().removeObserver(observer);
