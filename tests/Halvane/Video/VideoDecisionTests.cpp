@@ -1,6 +1,7 @@
 // The numeric decisions of playback and export: quarter turns from a track transform,
-// the upright size, the neutral test, output sizes, trim ranges, encoder settings, the
-// audio table and the error texts.
+// the upright size, the neutral test, output sizes, trim ranges, encoder settings and
+// the audio table. The error texts are checked where the user meets them, in the export
+// and command-line tests.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,14 +10,12 @@
 #include "Halvane/Video/NeutralRendering.h"
 #include "Halvane/Video/TrackOrientation.h"
 #include "Halvane/Video/VideoExportSettings.h"
-#include "Halvane/Video/VideoRenderError.h"
 
 namespace halvane {
 namespace {
 
 using platform::media::AffineTransform;
 using platform::media::AudioFormatDescription;
-using platform::media::MediaError;
 
 TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
   EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
@@ -206,15 +205,6 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
   auto silent = planAudio(state, VideoExportPreset::balanced, true, mono);
   EXPECT_EQ(silent.route, AudioRoute::reencode);
   EXPECT_TRUE(silent.appliesGain);
-}
-
-TEST(VideoRenderErrorTest, TextsAreTheUsersOwn) {
-  EXPECT_EQ(VideoRenderError::exportFailed().localizedDescription(), "Export failed: unknown");
-  EXPECT_EQ(VideoRenderError::exportFailed(MediaError{MediaError::Code::writeFailed, "Disk full"}).localizedDescription(),
-            "Export failed: Disk full");
-  EXPECT_EQ(VideoRenderError::writerSetupFailed().localizedDescription(), "Failed to set up asset writer");
-  EXPECT_EQ(VideoRenderError::noVideoTrack().localizedDescription(), "No video track found");
-  EXPECT_EQ(VideoRenderError::cancelled().localizedDescription(), "Export was cancelled");
 }
 
 }  // namespace

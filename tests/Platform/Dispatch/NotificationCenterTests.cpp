@@ -21,7 +21,10 @@ TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsCon
   int sender = 0;
   Notification heard;
   std::thread::id heardOn;
-  center.addObserver("Changed", nullptr, [&](const Notification& n) { heard = n, heardOn = std::this_thread::get_id(); });
+  center.addObserver("Changed", nullptr, [&](const Notification& n) {
+    heard = n;
+    heardOn = std::this_thread::get_id();
+  });
   std::thread::id postedOn;
   std::thread([&] {
     postedOn = std::this_thread::get_id();
@@ -40,7 +43,9 @@ TEST(NotificationCenter, DeliversOnlyMatchingNamesAndObjects) {
   NotificationCenter center;
   int first = 0, second = 0;
   std::vector<std::string> heard;
-  auto hear = [&](std::string who) { return [&heard, who](const Notification& n) { heard.push_back(who + ":" + n.name); }; };
+  auto hear = [&](std::string who) {
+    return [&heard, who](const Notification& n) { heard.push_back(who + ":" + n.name); };
+  };
   center.addObserver("Ended", &first, hear("first"));
   center.addObserver("Ended", nullptr, hear("any object"));
   center.addObserver("", nullptr, hear("any name"));
