@@ -5,7 +5,7 @@
 // becomes an empty one, which the session refuses with its load alert.
 #include <filesystem>
 
-#include "Halvane/Editor/MediaContent.h"
+#include "Halvane/Import/MediaContent.h"
 
 namespace tamrix {
 

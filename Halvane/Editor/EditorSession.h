@@ -24,7 +24,7 @@
 #include "Halvane/Editor/EditorServices.h"
 #include "Halvane/Editor/EditorViews.h"
 #include "Halvane/Editor/ExportFlow.h"
-#include "Halvane/Editor/MediaContent.h"
+#include "Halvane/Import/MediaContent.h"
 #include "Halvane/Editor/MediaViewControllerDelegate.h"
 #include "Halvane/Editor/SessionTempFiles.h"
 #include "Halvane/Model/EditHistory.h"

@@ -3,12 +3,15 @@
 // strong reference for every call, skipping the call when the host has gone. Every call
 // arrives on the main thread.
 #include "Halvane/Editor/EditorError.h"
-#include "Halvane/Editor/MediaContent.h"
+#include "Halvane/Import/MediaContent.h"
 #include "Halvane/Model/MediaTool.h"
 
 namespace halvane {
 
 class EditorSession;
+
+// What the editor hands back: the finished photo, or the path of the written video.
+using HalvaneExportResult = MediaContent;
 
 class MediaViewControllerDelegate {
  public:

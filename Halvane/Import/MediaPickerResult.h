@@ -1,16 +1,14 @@
 #pragma once
 // What the media picker delivers: a decoded photo or the local file of a video; or why
 // it delivered nothing.
-#include <filesystem>
 #include <optional>
 #include <string>
-#include <variant>
 
-#include "Platform/Media/Image.h"
+#include "Halvane/Import/MediaContent.h"
 
 namespace halvane {
 
-using MediaPickerResult = std::variant<platform::media::Image, std::filesystem::path>;
+using MediaPickerResult = MediaContent;
 
 struct MediaPickerError {
   enum class Kind { loadFailed, cancelled, unsupportedType };

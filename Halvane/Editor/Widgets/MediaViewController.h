@@ -16,7 +16,7 @@
 
 #include "Halvane/Editor/AppContainer.h"
 #include "Halvane/Editor/EditorSession.h"
-#include "Halvane/Editor/MediaContent.h"
+#include "Halvane/Import/MediaContent.h"
 #include "Halvane/Editor/MediaViewControllerDelegate.h"
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Platform/Dispatch/MainQueue.h"

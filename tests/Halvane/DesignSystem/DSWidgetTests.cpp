@@ -1,11 +1,10 @@
 // The design system's widgets on the offscreen platform: the button's look in each style
-// and state painted into images, its clicks, keys, loading and press feedback; the card
-// and labels; fonts that fall back to the desktop's and follow its text size.
+// and state painted into images, its clicks, keys, loading and press feedback; the card's
+// surface; fonts that fall back to the desktop's and follow its text size.
 #include <gtest/gtest.h>
 
 #include <QAccessible>
 #include <QApplication>
-#include <QGraphicsDropShadowEffect>
 #include <QImage>
 #include <QPainter>
 #include <QTest>
@@ -216,40 +215,13 @@ TEST(DSTypography, FallsBackToTheDesktopFontAndGrowsWithItsSize) {
   delete label;
 }
 
-TEST(DSCardView, StacksContentInsideTheCardWithTheCardShadow) {
-  DSCardView card;
-  EXPECT_EQ(card.contentStack()->spacing(), 8);
-  EXPECT_EQ(card.contentStack()->contentsMargins(), QMargins(16, 16, 16, 16));
-  auto* shadow = qobject_cast<QGraphicsDropShadowEffect*>(card.graphicsEffect());
-  ASSERT_NE(shadow, nullptr);
-  EXPECT_EQ(shadow->offset(), QPointF(0, 2));
-  EXPECT_NEAR(shadow->color().alphaF(), 0.08, 0.01);
-
+TEST(DSCardView, PaintsTheCardColourWithRoundedCorners) {
   QImage image(100, 60, QImage::Format_ARGB32_Premultiplied);
   image.fill(Qt::transparent);
   QPainter painter(&image);
   paintCardSurface(painter, QRectF(0, 0, 100, 60));
   EXPECT_EQ(QColor(image.pixel(50, 30)).rgb(), qColor(DSColor::bgSecondary).rgb());
   EXPECT_EQ(qAlpha(image.pixel(0, 0)), 0) << "rounded corner";
-}
-
-TEST(DSLabel, FactoriesGiveTheStylesFontAndColourOnAnyNumberOfLines) {
-  struct Case {
-    DSTextLabel* (*make)(const QString&, QWidget*);
-    DSFontToken font;
-    DSRGBA colour;
-  };
-  for (const Case& c : {Case{DSLabel::largeTitle, DSTypography::largeTitle, DSColor::textPrimary},
-                        Case{DSLabel::title, DSTypography::title, DSColor::textPrimary},
-                        Case{DSLabel::headline, DSTypography::headline, DSColor::textPrimary},
-                        Case{DSLabel::body, DSTypography::body, DSColor::textPrimary},
-                        Case{DSLabel::caption, DSTypography::caption, DSColor::textSecondary}}) {
-    std::unique_ptr<DSTextLabel> label(c.make("Text", nullptr));
-    EXPECT_EQ(label->fontToken(), c.font);
-    EXPECT_EQ(label->font(), DSFont::font(c.font));
-    EXPECT_EQ(label->palette().color(QPalette::WindowText), qColor(c.colour));
-    EXPECT_TRUE(label->wordWrap());
-  }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The design system's plain tokens: icon sizes by raw value, the symbol table, and the
+// The design system's plain tokens: icon sizes from raw values, the symbol table, and the
 // text table, which must agree with the texts the model declares for its own types.
 #include <gtest/gtest.h>
 
@@ -15,19 +15,11 @@ using namespace halvane;
 
 namespace {
 
-TEST(DSIconSize, RawValuesGiveTheFourSizesAndNothingElse) {
-  struct Case {
-    int raw;
-    std::optional<DSIcon::Size> size;
-  };
-  for (const Case& c : {Case{16, DSIcon::Size::small}, Case{24, DSIcon::Size::medium}, Case{32, DSIcon::Size::large},
-                        Case{48, DSIcon::Size::xl}, Case{0, std::nullopt}, Case{20, std::nullopt},
-                        Case{-16, std::nullopt}, Case{64, std::nullopt}}) {
-    EXPECT_EQ(DSIcon::sizeFromRawValue(c.raw), c.size) << c.raw;
-    if (c.size) {
-      EXPECT_EQ(DSIcon::points(*c.size), c.raw);
-    }
-  }
+// A raw value names a size only when it is that size's points; any other is refused.
+TEST(DSIconSize, RawValuesRoundTripThroughTheFourSizesAndNothingElse) {
+  for (DSIcon::Size size : {DSIcon::Size::small, DSIcon::Size::medium, DSIcon::Size::large, DSIcon::Size::xl})
+    EXPECT_EQ(DSIcon::sizeFromRawValue(DSIcon::points(size)), size);
+  for (int raw : {0, 20, -16, 64}) EXPECT_FALSE(DSIcon::sizeFromRawValue(raw)) << raw;
 }
 
 TEST(DSIconSymbols, EveryNameIsUniqueAndFoundByName) {
@@ -49,7 +41,6 @@ TEST(DSL10nTable, KeysAreUniqueWithTextsAndComments) {
     EXPECT_FALSE(entry.defaultText.empty()) << entry.key;
     EXPECT_FALSE(entry.comment.empty()) << entry.key;
   }
-  EXPECT_EQ(keys.size(), 95u);
 }
 
 TEST(DSL10nTable, AgreesWithTheModelsOwnTexts) {

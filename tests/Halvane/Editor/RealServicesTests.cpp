@@ -1,7 +1,7 @@
 // The session on the engine's own services: a photo rendered off the main thread, a
 // video loaded, played and exported through VideoRenderer.
 #include "EditorSessionFakes.h"
-#include "Halvane/Video/VideoTestClips.h"
+#include "Support/TestClips.h"
 #include "Support/MainQueuePump.h"
 
 namespace halvane::editor_test {
@@ -28,7 +28,7 @@ TEST_F(RealServicesTest, AnEditedPhotoIsRenderedOffTheMainThreadAndDelivered) {
 }
 
 TEST_F(RealServicesTest, AVideoOpensInTrimOnceLoadedAndItsExportReachesTheHost) {
-  const std::filesystem::path clip = videotest::makeClip("editor-session-clip", {});
+  const std::filesystem::path clip = testsupport::makeClip("editor-session-clip", {});
   HalvaneConfig config;
   config.initialTool = MediaTool::trim;
   auto session = openVideo(clip, config);
@@ -47,7 +47,7 @@ TEST_F(RealServicesTest, AVideoOpensInTrimOnceLoadedAndItsExportReachesTheHost) 
   session->viewWillDisappear(true);
   session.reset();
   EXPECT_TRUE(std::filesystem::exists(movie));  // delivered: the host's now
-  EXPECT_EQ(videotest::probeMovie(movie.string()).video.size(), 1u);
+  EXPECT_EQ(testsupport::probeMovie(movie.string()).video.size(), 1u);
 }
 
 }  // namespace

@@ -1,22 +1,23 @@
 // The numeric decisions of playback and export: quarter turns from a track transform,
-// the upright size, the neutral test, output sizes, trim ranges, encoder settings, the
-// audio table and the error texts.
+// the upright size, the neutral test, output sizes, trim ranges, encoder settings and
+// the audio table. The error texts are checked where the user meets them, in the export
+// and command-line tests.
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <optional>
+#include <utility>
 
 #include "Halvane/Video/NeutralRendering.h"
 #include "Halvane/Video/TrackOrientation.h"
 #include "Halvane/Video/VideoExportSettings.h"
-#include "Halvane/Video/VideoRenderError.h"
 
 namespace halvane {
 namespace {
 
 using platform::media::AffineTransform;
 using platform::media::AudioFormatDescription;
-using platform::media::MediaError;
 
 TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
   EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
@@ -85,55 +86,49 @@ TEST(ExportOutputSizeTest, SocialFitsWithinFullHDAndEverySizeIsEven) {
 }
 
 TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
-  EditState state;
-  auto whole = exportTimeRange(2.0, state);
-  ASSERT_TRUE(whole);
-  EXPECT_DOUBLE_EQ(whole->start, 0);
-  EXPECT_DOUBLE_EQ(whole->end, 2.0);
-
-  state.trimStart = 0.5;
-  state.trimEnd = 1.5;
-  auto trimmed = exportTimeRange(2.0, state);
-  ASSERT_TRUE(trimmed);
-  EXPECT_EQ(trimmed->mediaRange().start.value, 300);
-  EXPECT_EQ(trimmed->mediaRange().start.timescale, 600);
-  EXPECT_EQ(trimmed->mediaRange().duration.value, 600);
-
-  state.trimEnd = 0.5;  // at the start: half a second from it
-  EXPECT_DOUBLE_EQ(exportTimeRange(2.0, state)->end, 1.0);
-  state.trimStart = 1.8;
-  state.trimEnd = 1.0;  // before the start, near the end: shorter than half a second
-  EXPECT_DOUBLE_EQ(exportTimeRange(2.0, state)->end, 2.0);
-
-  state.trimEnd = 0;
-  state.trimStart = 2.0;
-  EXPECT_FALSE(exportTimeRange(2.0, state));
-  state.trimStart = 5.0;
-  EXPECT_FALSE(exportTimeRange(2.0, state));
-  state.trimStart = -1;
-  state.trimEnd = 9;
-  auto clamped = exportTimeRange(2.0, state);
-  ASSERT_TRUE(clamped);
-  EXPECT_DOUBLE_EQ(clamped->start, 0);
-  EXPECT_DOUBLE_EQ(clamped->end, 2.0);
-  state.trimStart = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_TRUE(exportTimeRange(2.0, state));
-
-  EXPECT_FALSE(exportTimeRange(0, EditState()));
-  EXPECT_FALSE(exportTimeRange(-1, EditState()));
-  EXPECT_FALSE(exportTimeRange(std::numeric_limits<double>::quiet_NaN(), EditState()));
-
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const struct {
+    double duration, trimStart, trimEnd;
+    std::optional<std::pair<double, double>> range;
+  } cases[] = {
+      {2.0, 0, 0, {{0, 2.0}}},  // no trim: the whole source
+      {2.0, 0.5, 1.5, {{0.5, 1.5}}},
+      {2.0, 0.5, 0.5, {{0.5, 1.0}}},  // an end at the start: half a second from it
+      {2.0, 1.8, 1.0, {{1.8, 2.0}}},  // an end before the start, near the end: shorter
+      {2.0, -1, 9, {{0, 2.0}}},       // clamped to the source
+      {2.0, nan, 9, {{0, 2.0}}},
+      {2.0, 2.0, 0, {}},  // a start at or past the end
+      {2.0, 5.0, 0, {}},
+      {0, 0, 0, {}},  // no duration
+      {-1, 0, 0, {}},
+      {nan, 0, 0, {}},
+      {0.0004, 0, 0, {}},  // shorter than one tick
+  };
+  for (const auto& c : cases) {
+    EditState state;
+    state.trimStart = c.trimStart;
+    state.trimEnd = c.trimEnd;
+    const auto range = exportTimeRange(c.duration, state);
+    ASSERT_EQ(range.has_value(), c.range.has_value()) << c.duration << " " << c.trimStart << " " << c.trimEnd;
+    if (!range) continue;
+    EXPECT_DOUBLE_EQ(range->start, c.range->first) << c.trimStart << " " << c.trimEnd;
+    EXPECT_DOUBLE_EQ(range->end, c.range->second) << c.trimStart << " " << c.trimEnd;
+  }
+  EditState trim;
+  trim.trimStart = 0.5;
+  trim.trimEnd = 1.5;
+  const auto ticks = exportTimeRange(2.0, trim)->mediaRange();
+  EXPECT_EQ(ticks.start.value, 300);
+  EXPECT_EQ(ticks.start.timescale, 600);
+  EXPECT_EQ(ticks.duration.value, 600);
   // Ends that round onto the start's tick are no range: half a second from the start.
   for (double end : {1e-320, 0.0004, 1.0 + 1e-9}) {
-    EditState tiny;
-    tiny.trimStart = end > 1 ? 1.0 : 0.0;
-    tiny.trimEnd = end;
-    auto range = exportTimeRange(2.0, tiny);
-    ASSERT_TRUE(range) << end;
-    EXPECT_EQ(range->mediaRange().duration.value, 300) << end;
+    trim.trimStart = end > 1 ? 1.0 : 0.0;
+    trim.trimEnd = end;
+    const auto tiny = exportTimeRange(2.0, trim);
+    ASSERT_TRUE(tiny) << end;
+    EXPECT_EQ(tiny->mediaRange().duration.value, 300) << end;
   }
-  // A source shorter than one tick has nothing to give.
-  EXPECT_FALSE(exportTimeRange(0.0004, EditState()));
 }
 
 TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
@@ -206,15 +201,6 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
   auto silent = planAudio(state, VideoExportPreset::balanced, true, mono);
   EXPECT_EQ(silent.route, AudioRoute::reencode);
   EXPECT_TRUE(silent.appliesGain);
-}
-
-TEST(VideoRenderErrorTest, TextsAreTheUsersOwn) {
-  EXPECT_EQ(VideoRenderError::exportFailed().localizedDescription(), "Export failed: unknown");
-  EXPECT_EQ(VideoRenderError::exportFailed(MediaError{MediaError::Code::writeFailed, "Disk full"}).localizedDescription(),
-            "Export failed: Disk full");
-  EXPECT_EQ(VideoRenderError::writerSetupFailed().localizedDescription(), "Failed to set up asset writer");
-  EXPECT_EQ(VideoRenderError::noVideoTrack().localizedDescription(), "No video track found");
-  EXPECT_EQ(VideoRenderError::cancelled().localizedDescription(), "Export was cancelled");
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "VideoPlaybackSupport.h"
 
 #include <cstring>
-#include <thread>
 
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Media/Asset.h"
@@ -69,11 +68,7 @@ std::shared_ptr<platform::gpu::Texture> VideoRendererTest::showFirstFrame(const 
   renderer->onFirstSourceTexture = [&first](const std::shared_ptr<platform::gpu::Texture>& texture) {
     first = texture;
   };
-  const bool shown = videotest::pumpUntil(*queue, [&] {
-    tick();
-    if (!first) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    return first != nullptr;
-  });
+  const bool shown = testsupport::pumpUntil(*queue, [&] { return tick(), first != nullptr; });
   EXPECT_TRUE(shown) << "no frame of " << path;
   settleGpu();
   return first;
@@ -90,7 +85,7 @@ std::optional<VideoExportResult> VideoRendererTest::runExport(const std::string&
         EXPECT_FALSE(result) << "completion called twice";
         result = std::move(outcome);
       });
-  EXPECT_TRUE(videotest::pumpUntil(*queue, [&] { return result.has_value(); }, std::chrono::minutes(3)));
+  EXPECT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }, std::chrono::minutes(3)));
   queue->runUntilIdle();  // progress calls still queued behind the completion
   return result;
 }

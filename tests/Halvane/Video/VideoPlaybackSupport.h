@@ -12,7 +12,7 @@
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Media/BackgroundTask.h"
-#include "VideoTestClips.h"
+#include "Support/TestClips.h"
 
 namespace halvane::testing {
 

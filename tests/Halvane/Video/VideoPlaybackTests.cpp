@@ -1,10 +1,11 @@
 // Playback through the pipeline with a manual clock and display link: load
 // generations, the upright first frame, redraws while paused, the dirty flag before the
-// first frame, both loop mechanisms, stopping and release.
+// first frame, both loop mechanisms, stopping and release. The clock only jumps: the
+// player's worker sees each jump on its next turn, and the tests wait for what it hands
+// to the main queue.
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <thread>
 
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/Asset.h"
@@ -14,42 +15,43 @@ namespace halvane {
 namespace {
 
 using platform::media::MediaSize;
-using videotest::ClipAudio;
-using videotest::ClipDescription;
+using testsupport::ClipAudio;
+using testsupport::ClipDescription;
+using testsupport::pumpUntil;
 
 class VideoPlaybackTest : public testing::VideoRendererTest {
  protected:
-  std::string plainClip() {
-    ClipDescription clip;
-    clip.audio = ClipAudio::none;
-    return videotest::makeClip("plain-64x48", clip);
-  }
-
-  // Advances the player's clock in steps until `done`, pumping and ticking between.
-  bool runClockUntil(const std::function<bool()>& done, double step = 0.02) {
-    return videotest::pumpUntil(*queue, [&] {
-      if (done()) return true;
-      clock->store(clock->load() + step);
-      tick();
-      std::this_thread::sleep_for(std::chrono::milliseconds(6));  // the player polls every 4 ms
-      return false;
-    });
-  }
-
+  static std::string plainClip() { return testsupport::makeClip("plain-64x48", {.audio = ClipAudio::none}); }
   double playerSeconds() const { return renderer->player().currentTime().seconds(); }
+  bool playerReachesSeconds(double seconds) {
+    return pumpUntil(*queue, [&] { return std::fabs(playerSeconds() - seconds) < 1e-6; });
+  }
+  // Plays from where the player stands with the clock moved on by `seconds` at once;
+  // true once the item's end was announced.
+  bool playUntilTheEnd(double seconds) {
+    bool ended = false;
+    auto& center = platform::dispatch::NotificationCenter::defaultCenter();
+    const auto token = center.addObserver(platform::media::kPlayerItemDidPlayToEndTimeNotification, nullptr,
+                                          [&](const platform::dispatch::Notification&) { ended = true; });
+    renderer->player().play();
+    clock->store(clock->load() + seconds);
+    pumpUntil(*queue, [&] { return ended; });
+    center.removeObserver(token);
+    return ended;
+  }
+  int redrawsAfter(const std::function<void()>& change) {
+    settleGpu();
+    const int before = presenter->count();
+    change();
+    settleGpu();
+    return presenter->count() - before;
+  }
 };
 
 TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
-  ClipDescription portrait;
-  portrait.quarterTurns = 1;
-  const auto first = videotest::makeClip("portrait-48x64", portrait);
-  ClipDescription small;
-  small.width = 32;
-  small.height = 24;
-  small.frames = 10;
-  small.audio = ClipAudio::none;
-  const auto second = videotest::makeClip("small-32x24", small);
-
+  const auto first = testsupport::makeClip("portrait-48x64", {.width = 48, .height = 64, .quarterTurns = 1});
+  const auto second =
+      testsupport::makeClip("small-32x24", {.width = 32, .height = 24, .frames = 10, .audio = ClipAudio::none});
   renderer->loadAsset(platform::media::Asset::make(first));
   renderer->loadAsset(platform::media::Asset::make(second));
   EXPECT_EQ(renderer->loadGeneration(), 2);
@@ -62,7 +64,7 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
     sizeSeen = renderer->videoNaturalSize();
     turnsSeen = renderer->trackQuarterTurns();
   };
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(sizeSeen, (MediaSize{32, 24}));
@@ -74,9 +76,9 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
 
 TEST_F(VideoPlaybackTest, AnAssetWithoutVideoStillEndsItsLoadWithoutASize) {
   int calls = 0;
-  renderer->loadAsset(platform::media::Asset::make(videotest::temporaryFolder() + "/missing.mov"));
+  renderer->loadAsset(platform::media::Asset::make(testsupport::temporaryFolder() + "/missing.mov"));
   renderer->onTrackPropertiesLoaded = [&] { ++calls; };
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(renderer->videoNaturalSize(), (MediaSize{0, 0}));
@@ -86,92 +88,55 @@ TEST_F(VideoPlaybackTest, AnAssetWithoutVideoStillEndsItsLoadWithoutASize) {
 
 class VideoOrientationTest : public VideoPlaybackTest, public ::testing::WithParamInterface<int> {};
 
+// The first texture is the upright source before any edit; a turned frame lives in the
+// pool's texture and its decoded buffer is let go, an unturned one keeps its buffer.
 TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
-  ClipDescription clip;
-  clip.width = 48;
-  clip.height = 64;
-  clip.quarterTurns = GetParam();
-  clip.audio = ClipAudio::none;
-  const auto path = videotest::makeClip("turned-" + std::to_string(GetParam()), clip);
-  ASSERT_EQ(videotest::displayQuarterTurns(path), GetParam());
-
+  const int turns = GetParam();
+  const auto path = testsupport::makeClip("turned-" + std::to_string(turns),
+                                          {.width = 48, .height = 64, .quarterTurns = turns, .audio = ClipAudio::none});
+  ASSERT_EQ(testsupport::displayQuarterTurns(path), turns);
   EditState edit;
-  edit.exposure = -2;  // the first texture is the source, before any edit
+  edit.exposure = -2;
   renderer->updateEditState(edit);
   const auto first = showFirstFrame(path);
   ASSERT_TRUE(first);
-  EXPECT_EQ(renderer->trackQuarterTurns(), GetParam());
+  EXPECT_EQ(renderer->trackQuarterTurns(), turns);
   EXPECT_EQ(renderer->videoNaturalSize(), (MediaSize{48, 64}));
   EXPECT_EQ(first->width(), 48u);
   EXPECT_EQ(first->height(), 64u);
   const auto frame = readBackFrame(first);
-  EXPECT_TRUE(videotest::showsUprightQuadrants(frame));
-  EXPECT_EQ(videotest::frameNumber(frame), 0);
-  // A turned frame lives in the pool's texture; the decoded buffer is let go.
-  EXPECT_EQ(renderer->orientedTexture(), renderer->lastSourceTexture());
-  EXPECT_FALSE(renderer->lastSourcePixelBuffer());
+  EXPECT_TRUE(testsupport::showsUprightQuadrants(frame));
+  EXPECT_EQ(testsupport::frameNumber(frame), 0);
+  EXPECT_EQ(renderer->orientedTexture(), turns ? renderer->lastSourceTexture() : nullptr);
+  EXPECT_EQ(bool(renderer->lastSourcePixelBuffer()), turns == 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(QuarterTurns, VideoOrientationTest, ::testing::Values(1, 2, 3));
+INSTANTIATE_TEST_SUITE_P(QuarterTurns, VideoOrientationTest, ::testing::Values(0, 1, 2, 3));
 
-TEST_F(VideoPlaybackTest, AnUnturnedFrameKeepsItsBufferAndNeedsNoPoolTexture) {
-  const auto first = showFirstFrame(plainClip());
-  ASSERT_TRUE(first);
-  EXPECT_EQ(renderer->trackQuarterTurns(), 0);
-  EXPECT_FALSE(renderer->orientedTexture());
-  EXPECT_TRUE(renderer->lastSourcePixelBuffer());
-  EXPECT_TRUE(videotest::showsUprightQuadrants(readBackFrame(first)));
-}
-
-TEST_F(VideoPlaybackTest, AStateChangeWhilePausedRedrawsOnceAtTheNextTick) {
+// Paused, a state change draws nothing until the next tick, then once; many states
+// between two ticks give one redraw, with the last.
+TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheLast) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
-  for (int i = 0; i < 3; ++i) tick();  // a paused player brings no new frame
-  settleGpu();
-  const int shown = presenter->count();
-  EXPECT_GE(shown, 1);
-
-  EditState edit;
-  edit.exposure = 1;
-  renderer->updateEditState(edit);
+  EXPECT_EQ(redrawsAfter([&] { for (int i = 0; i < 3; ++i) tick(); }), 0) << "a paused player brings no frame";
+  const double unedited = testsupport::meanLevel(presenter->lastFrame());
+  EditState bright, dark;
+  bright.exposure = 3;
+  dark.exposure = -3;
+  EXPECT_EQ(redrawsAfter([&] {
+              renderer->updateEditState(bright);
+              renderer->updateEditState(dark);
+            }), 0) << "nothing is drawn before the tick";
   EXPECT_TRUE(renderer->previewIsDirty());
-  settleGpu();
-  EXPECT_EQ(presenter->count(), shown) << "nothing is drawn before the tick";
-  tick();
-  settleGpu();
-  EXPECT_EQ(presenter->count(), shown + 1);
+  EXPECT_EQ(redrawsAfter([&] { for (int i = 0; i < 3; ++i) tick(); }), 1);
   EXPECT_FALSE(renderer->previewIsDirty());
-  for (int i = 0; i < 3; ++i) tick();
-  settleGpu();
-  EXPECT_EQ(presenter->count(), shown + 1);
+  EXPECT_LT(testsupport::meanLevel(presenter->lastFrame()), unedited * 0.5);
   EXPECT_EQ(renderer->player().rate(), 0.0f);
   EXPECT_DOUBLE_EQ(playerSeconds(), 0.0);
 }
 
-TEST_F(VideoPlaybackTest, ManyStatesBetweenTicksGiveOneRedrawWithTheLast) {
-  ASSERT_TRUE(showFirstFrame(plainClip()));
-  settleGpu();
-  const int shown = presenter->count();
-  const double unedited = videotest::meanLevel(presenter->lastFrame());
-
-  EditState bright;
-  bright.exposure = 3;
-  EditState brighter = bright;
-  brighter.brightness = 1;
-  EditState dark;
-  dark.exposure = -3;
-  renderer->updateEditState(bright);
-  renderer->updateEditState(brighter);
-  renderer->updateEditState(dark);
-  tick();
-  settleGpu();
-  EXPECT_EQ(presenter->count(), shown + 1);
-  EXPECT_LT(videotest::meanLevel(presenter->lastFrame()), unedited * 0.5);
-}
-
 TEST_F(VideoPlaybackTest, StatesBeforeTheFirstFrameWaitForItAndTheLatestIsDrawn) {
-  EditState bright;
+  EditState bright, dark;
   bright.exposure = 3;
-  EditState dark;
   dark.exposure = -3;
   renderer->updateEditState(bright);
   renderer->updateEditState(dark);
@@ -181,52 +146,36 @@ TEST_F(VideoPlaybackTest, StatesBeforeTheFirstFrameWaitForItAndTheLatestIsDrawn)
   settleGpu();
   ASSERT_GE(presenter->count(), 1);
   // The letterboxed 64x48 picture at exposure -3 is near black all over.
-  EXPECT_LT(videotest::meanLevel(presenter->lastFrame()), 30);
+  EXPECT_LT(testsupport::meanLevel(presenter->lastFrame()), 30);
 }
 
 TEST_F(VideoPlaybackTest, ADrawableWithoutSizeKeepsTheFramePending) {
   view->setDrawableSize({0, 0});
   renderer->loadAsset(platform::media::Asset::make(plainClip()));
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
-  for (int i = 0; i < 5; ++i) {
-    tick();
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  // An exact seek completes once its frame is decoded: from then on a frame is due.
+  bool frameReady = false;
+  renderer->player().seek(platform::media::MediaTime::zero(), [&](bool) { frameReady = true; });
+  ASSERT_TRUE(pumpUntil(*queue, [&] { return frameReady; }));
+  for (int i = 0; i < 5; ++i) tick();
   EXPECT_FALSE(renderer->lastSourceTexture());
   view->setDrawableSize({64, 64});
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] {
-    tick();
-    return renderer->lastSourceTexture() != nullptr;
-  }));
+  ASSERT_TRUE(pumpUntil(*queue, [&] { return tick(), renderer->lastSourceTexture() != nullptr; }));
 }
 
+// The item's end seeks back to the trim start (0 without one) and plays on.
 TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToTheTrimStartWithoutStopping) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
-  EditState trim;
-  trim.trimStart = 0.5;
-  renderer->updateEditState(trim);
-  bool ended = false;
-  const auto token = platform::dispatch::NotificationCenter::defaultCenter().addObserver(
-      platform::media::kPlayerItemDidPlayToEndTimeNotification, nullptr, [&](const platform::dispatch::Notification&) { ended = true; });
-  renderer->player().play();
-  ASSERT_TRUE(runClockUntil([&] { return ended; }));
-  // With the clock held, the seek lands exactly on the trim start.
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return std::fabs(playerSeconds() - 0.5) < 1e-6; }));
-  EXPECT_EQ(renderer->player().rate(), 1.0f);
-  platform::dispatch::NotificationCenter::defaultCenter().removeObserver(token);
-}
-
-TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToZeroWithoutATrimStart) {
-  ASSERT_TRUE(showFirstFrame(plainClip()));
-  renderer->player().play();
-  double latest = 0;
-  ASSERT_TRUE(runClockUntil([&] {
-    const double now = playerSeconds();
-    const bool looped = latest > 0.9 && now < 0.5;
-    latest = std::max(latest, now);
-    return looped;
-  }));
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return playerSeconds() == 0.0; }));
+  for (const double trimStart : {0.5, 0.0}) {
+    SCOPED_TRACE(trimStart);
+    EditState trim;
+    trim.trimStart = trimStart;
+    renderer->updateEditState(trim);
+    ASSERT_TRUE(playUntilTheEnd(2.0));
+    // With the clock held, the seek lands exactly on the trim start.
+    EXPECT_TRUE(playerReachesSeconds(trimStart));
+    EXPECT_EQ(renderer->player().rate(), 1.0f);
+  }
 }
 
 TEST_F(VideoPlaybackTest, TheTrimBoundaryLoopsToTheTrimStart) {
@@ -236,20 +185,12 @@ TEST_F(VideoPlaybackTest, TheTrimBoundaryLoopsToTheTrimStart) {
   trim.trimEnd = 0.6;
   renderer->updateEditState(trim);
   renderer->applyTrimRange(trim);
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return std::fabs(playerSeconds() - 0.2) < 1e-6; }));
+  ASSERT_TRUE(playerReachesSeconds(0.2));
+  // A jump over the trim end, short of the item's end: only the boundary brings it back.
   renderer->player().play();
-  // The seek follows the crossing at once, so what shows is a jump back from near the
-  // trim end.
-  double latest = 0;
-  ASSERT_TRUE(runClockUntil([&] {
-    const double now = playerSeconds();
-    const bool jumpedBack = now < latest - 0.2;
-    latest = std::max(latest, now);
-    return jumpedBack;
-  }));
-  EXPECT_GT(latest, 0.5);
-  EXPECT_LT(latest, 0.7) << "played on past the trim end";
-  ASSERT_TRUE(videotest::pumpUntil(*queue, [&] { return std::fabs(playerSeconds() - 0.2) < 1e-6; }));
+  clock->store(clock->load() + 0.45);
+  EXPECT_TRUE(playerReachesSeconds(0.2));
+  EXPECT_EQ(renderer->player().rate(), 1.0f);
   renderer->removeTrimBoundaryObserver();
 }
 

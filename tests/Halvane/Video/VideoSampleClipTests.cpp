@@ -27,52 +27,45 @@ std::string nameOf(const ::testing::TestParamInfo<SampleClip>& info) {
 
 class SampleClipTest : public testing::VideoRendererTest, public ::testing::WithParamInterface<SampleClip> {
  protected:
-  std::string source() {
-    const auto path = videotest::sample(GetParam().path);
-    return path;
-  }
-
-  // The first stored frame turned as its display matrix says: what upright means.
-  platform::media::PixelBuffer uprightReference(const std::string& path, int extraTurns = 0) {
-    const auto frames = videotest::decodedFrames(path, 1);
-    if (frames.empty()) return {};
-    return videotest::turned(frames[0], videotest::displayQuarterTurns(path) + extraTurns);
+  // The first stored frame turned as its display matrix says is what upright means.
+  // Colour conversions of two decoders and HEVC at the preset's rate stay within 12 of
+  // it on average; a sideways clip's frame turned the wrong way differs by far more.
+  static void expectUpright(const platform::media::PixelBuffer& frame, const std::string& path) {
+    const auto stored = testsupport::decodedFrames(path, 1);
+    ASSERT_EQ(stored.size(), 1u);
+    const int turns = testsupport::displayQuarterTurns(path);
+    const double difference = testsupport::meanDifference(frame, testsupport::turned(stored[0], turns));
+    EXPECT_LT(difference, 12);
+    if (turns % 2 == 1) {
+      EXPECT_GT(testsupport::meanDifference(frame, testsupport::turned(stored[0], turns + 2)), difference * 2);
+    }
   }
 };
 
-// Colour conversions of two decoders and HEVC at the preset's rate stay within this
-// mean difference; a picture turned the wrong way differs by far more.
-constexpr double kSamePicture = 12;
-
 TEST_P(SampleClipTest, PlaysWithAnUprightFirstFrame) {
-  const auto path = source();
+  const auto path = testsupport::sample(GetParam().path);
   if (path.empty()) GTEST_SKIP() << "sample " << GetParam().path << " is missing";
   view->setDrawableSize({320, 320});
   const auto first = showFirstFrame(path);
   ASSERT_TRUE(first);
   EXPECT_EQ(int(first->width()), GetParam().uprightWidth);
   EXPECT_EQ(int(first->height()), GetParam().uprightHeight);
-  const auto frame = readBackFrame(first);
-  const double difference = videotest::meanDifference(frame, uprightReference(path));
-  EXPECT_LT(difference, kSamePicture);
-  if (videotest::displayQuarterTurns(path) % 2 == 1) {
-    EXPECT_GT(videotest::meanDifference(frame, uprightReference(path, 2)), difference * 2);
-  }
+  expectUpright(readBackFrame(first), path);
   EXPECT_TRUE(presenter->count() >= 1);
 }
 
 TEST_P(SampleClipTest, ExportsUprightWithItsSound) {
-  const auto path = source();
+  const auto path = testsupport::sample(GetParam().path);
   if (path.empty()) GTEST_SKIP() << "sample " << GetParam().path << " is missing";
   renderer->stopPlayback();
-  const auto output = videotest::freshPath(std::filesystem::path(path).stem().string() + "-export.mov");
+  const auto output = testsupport::freshPath(std::filesystem::path(path).stem().string() + "-export.mov");
   EditState state;
   state.trimEnd = GetParam().trimEnd;
   const auto result = runExport(path, output, state, VideoExportPreset::balanced);
   ASSERT_TRUE(result && result->hasValue()) << (result && !result->hasValue()
                                                     ? result->error().localizedDescription()
                                                     : std::string("no result"));
-  const auto facts = videotest::probeMovie(output);
+  const auto facts = testsupport::probeMovie(output);
   ASSERT_EQ(facts.video.size(), 1u);
   EXPECT_EQ(facts.video[0].codec, "hevc");
   EXPECT_EQ(facts.video[0].width, GetParam().uprightWidth);
@@ -80,14 +73,10 @@ TEST_P(SampleClipTest, ExportsUprightWithItsSound) {
   EXPECT_FALSE(facts.video[0].hasDisplayMatrix);
   EXPECT_EQ(facts.audio.size(), 1u);
 
-  const auto written = videotest::decodedFrames(output, 1);
+  const auto written = testsupport::decodedFrames(output, 1);
   ASSERT_EQ(written.size(), 1u);
-  const double difference = videotest::meanDifference(written[0], uprightReference(path));
-  EXPECT_LT(difference, kSamePicture);
-  if (videotest::displayQuarterTurns(path) % 2 == 1) {
-    EXPECT_GT(videotest::meanDifference(written[0], uprightReference(path, 2)), difference * 2);
-  }
-  const auto times = videotest::videoFrameTimes(output);
+  expectUpright(written[0], path);
+  const auto times = testsupport::videoFrameTimes(output);
   ASSERT_FALSE(times.empty());
   EXPECT_NEAR(times.front(), 0.0, 1e-3);
 }

@@ -31,118 +31,60 @@ class DisplayLinkTest : public ::testing::Test {
   }
 };
 
-// Range rules
-
-TEST(FrameRateRange, ResolvesToThePreferredRate) {
-  EXPECT_DOUBLE_EQ((FrameRateRange{30, 120, 60}).resolvedRate(), 60.0);  // the photo preview
-  EXPECT_DOUBLE_EQ((FrameRateRange{24, 60, 30}).resolvedRate(), 30.0);   // the video preview
-  EXPECT_DOUBLE_EQ((FrameRateRange{10, 15, 15}).resolvedRate(), 15.0);   // the trim playback line
-}
-
-TEST(FrameRateRange, WithoutAPreferredRateRunsAtTheDisplayRateWithinTheRange) {
-  EXPECT_DOUBLE_EQ((FrameRateRange{}).resolvedRate(), FrameRateRange::kDisplayRate);
-  EXPECT_DOUBLE_EQ((FrameRateRange{10, 15, 0}).resolvedRate(), 15.0);
-  EXPECT_DOUBLE_EQ((FrameRateRange{90, 120, 0}).resolvedRate(), 90.0);
-  EXPECT_DOUBLE_EQ((FrameRateRange{30, 0, 0}).resolvedRate(), 60.0);
+TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinTheRange) {
+  const struct {
+    FrameRateRange range;
+    double rate;
+  } cases[] = {{{30, 120, 60}, 60}, {{24, 60, 30}, 30}, {{10, 15, 15}, 15},  // photo, video, trim line
+               {{}, FrameRateRange::kDisplayRate}, {{10, 15, 0}, 15}, {{90, 120, 0}, 90}, {{30, 0, 0}, 60}};
+  for (const auto& c : cases) EXPECT_DOUBLE_EQ(c.range.resolvedRate(), c.rate);
 }
 
 TEST(FrameRateRange, Validity) {
-  EXPECT_TRUE((FrameRateRange{}).isValid());
-  EXPECT_TRUE((FrameRateRange{30, 120, 60}).isValid());
-  EXPECT_TRUE((FrameRateRange{30, 120, 0}).isValid());
-  EXPECT_TRUE((FrameRateRange{30, 0, 240}).isValid()) << "maximum 0 has no upper bound";
-  EXPECT_FALSE((FrameRateRange{120, 30, 60}).isValid()) << "minimum above maximum";
-  EXPECT_FALSE((FrameRateRange{30, 120, 20}).isValid()) << "preferred below the range";
-  EXPECT_FALSE((FrameRateRange{30, 120, 121}).isValid()) << "preferred above the range";
-  EXPECT_FALSE((FrameRateRange{-1, 120, 60}).isValid());
-  EXPECT_FALSE((FrameRateRange{30, 120, NAN}).isValid());
-  EXPECT_FALSE((FrameRateRange{30, INFINITY, 60}).isValid());
-}
-
-TEST(DisplayLinkDeathTest, AnInvalidRangeStopsTheProgram) {
+  for (const FrameRateRange valid : {FrameRateRange{}, FrameRateRange{30, 120, 60}, FrameRateRange{30, 120, 0},
+                                     FrameRateRange{30, 0, 240}})  // maximum 0 has no upper bound
+    EXPECT_TRUE(valid.isValid());
+  // Minimum above maximum, preferred outside the range, negative, not a number, infinite.
+  for (const FrameRateRange invalid : {FrameRateRange{120, 30, 60}, FrameRateRange{30, 120, 20},
+                                       FrameRateRange{30, 120, 121}, FrameRateRange{-1, 120, 60},
+                                       FrameRateRange{30, 120, NAN}, FrameRateRange{30, INFINITY, 60}})
+    EXPECT_FALSE(invalid.isValid());
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        ManualDisplayLink link([](double, double) {});
-        link.setPreferredFrameRateRange(120, 30, 60);
-      },
-      "setPreferredFrameRateRange: invalid range");
+  EXPECT_DEATH(ManualDisplayLink([](double, double) {}).setPreferredFrameRateRange(120, 30, 60),
+               "setPreferredFrameRateRange: invalid range");
 }
 
-// ManualDisplayLink
-
-TEST(ManualDisplayLink, CallsNothingBeforeItIsAdded) {
-  int calls = 0;
-  ManualDisplayLink link([&](double, double) { ++calls; });
-  EXPECT_FALSE(link.isRunning());
-  EXPECT_FALSE(link.tick(1.0));
-  EXPECT_EQ(calls, 0);
-  EXPECT_EQ(link.timestamp(), 0.0);
-  EXPECT_EQ(link.targetTimestamp(), 0.0);
-  EXPECT_EQ(link.duration(), 0.0);
-}
-
-TEST(ManualDisplayLink, EachTickCallsTheTargetOnceWithTheFrameTimes) {
+TEST(ManualDisplayLink, EachTickOfAnAddedLinkCallsTheTargetOnceWithFrameTimesOfItsRate) {
   std::vector<Frame> frames;
   ManualDisplayLink link([&](double t, double target) { frames.push_back({t, target}); });
-  link.setPreferredFrameRateRange(30, 120, 60);
+  EXPECT_FALSE(link.tick(1.0)) << "nothing before it is added";
+  EXPECT_EQ(link.timestamp(), 0.0);
+  EXPECT_EQ(link.duration(), 0.0);
   link.addToMainQueue();
   link.addToMainQueue();  // a second start changes nothing
   EXPECT_TRUE(link.isRunning());
-
   EXPECT_TRUE(link.tick(10.0));
+  EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12) << "the display's rate by default";
+  link.setPreferredFrameRateRange(24, 60, 30);
   EXPECT_TRUE(link.tick(10.5));
   ASSERT_EQ(frames.size(), 2u);
   EXPECT_DOUBLE_EQ(frames[0].timestamp, 10.0);
   EXPECT_DOUBLE_EQ(frames[0].targetTimestamp, 10.0 + 1.0 / 60.0);
-  EXPECT_DOUBLE_EQ(frames[1].timestamp, 10.5);
+  EXPECT_DOUBLE_EQ(frames[1].targetTimestamp, 10.5 + 1.0 / 30.0);
   EXPECT_DOUBLE_EQ(link.timestamp(), 10.5);
-  EXPECT_DOUBLE_EQ(link.targetTimestamp(), 10.5 + 1.0 / 60.0);
-  EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12);
-}
+  EXPECT_DOUBLE_EQ(link.targetTimestamp(), 10.5 + 1.0 / 30.0);
+  EXPECT_EQ(link.preferredFrameRateRange(), (FrameRateRange{24, 60, 30}));
 
-TEST(ManualDisplayLink, TheFrameIntervalFollowsTheRange) {
-  ManualDisplayLink link([](double, double) {});
-  link.addToMainQueue();
-  link.tick(1.0);
-  EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12) << "the display's rate by default";
-  link.setPreferredFrameRateRange(24, 60, 30);
-  link.tick(2.0);
-  EXPECT_NEAR(link.duration(), 1.0 / 30.0, 1e-12);
-  link.setPreferredFrameRateRange(10, 15, 15);
-  link.tick(3.0);
-  EXPECT_NEAR(link.duration(), 1.0 / 15.0, 1e-12);
-  EXPECT_EQ(link.preferredFrameRateRange(), (FrameRateRange{10, 15, 15}));
-}
-
-TEST(ManualDisplayLink, PausedLinksCallNothing) {
-  int calls = 0;
-  ManualDisplayLink link([&](double, double) { ++calls; });
-  link.addToMainQueue();
   link.setPaused(true);
   EXPECT_TRUE(link.isPaused());
-  EXPECT_FALSE(link.tick(1.0));
-  EXPECT_EQ(link.timestamp(), 0.0) << "a skipped refresh records nothing";
+  EXPECT_FALSE(link.tick(11.0));
+  EXPECT_EQ(link.timestamp(), 10.5) << "a skipped refresh records nothing";
   link.setPaused(false);
-  EXPECT_TRUE(link.tick(2.0));
-  EXPECT_EQ(calls, 1);
+  EXPECT_TRUE(link.tick(12.0));
+  EXPECT_EQ(frames.size(), 3u);
 }
 
-TEST(ManualDisplayLink, InvalidatedLinksNeverCallAgain) {
-  int calls = 0;
-  ManualDisplayLink link([&](double, double) { ++calls; });
-  link.addToMainQueue();
-  link.tick(1.0);
-  link.invalidate();
-  EXPECT_FALSE(link.isValid());
-  EXPECT_FALSE(link.tick(2.0));
-  link.setPaused(false);
-  link.addToMainQueue();
-  EXPECT_FALSE(link.tick(3.0)) << "nothing brings an invalidated link back";
-  EXPECT_EQ(calls, 1);
-}
-
-TEST(ManualDisplayLink, MayBeInvalidatedFromItsOwnTarget) {
+TEST(ManualDisplayLink, InvalidationFromTheTargetReleasesItAndNothingBringsTheLinkBack) {
   int calls = 0;
   auto capture = std::make_shared<int>(42);
   std::weak_ptr<int> watch = capture;
@@ -156,19 +98,12 @@ TEST(ManualDisplayLink, MayBeInvalidatedFromItsOwnTarget) {
   capture.reset();
   link.addToMainQueue();
   EXPECT_TRUE(link.tick(1.0));
+  EXPECT_TRUE(watch.expired()) << "invalidate released the target";
+  EXPECT_FALSE(link.isValid());
+  link.setPaused(false);
+  link.addToMainQueue();
   EXPECT_FALSE(link.tick(2.0));
   EXPECT_EQ(calls, 1);
-  EXPECT_TRUE(watch.expired()) << "invalidate released the target";
-}
-
-TEST(ManualDisplayLink, InvalidateReleasesTheTarget) {
-  auto capture = std::make_shared<int>(0);
-  std::weak_ptr<int> watch = capture;
-  ManualDisplayLink link([capture](double, double) {});
-  capture.reset();
-  EXPECT_FALSE(watch.expired());
-  link.invalidate();
-  EXPECT_TRUE(watch.expired());
 }
 
 // Owners held weakly: the pattern every user of a link follows.
@@ -209,7 +144,6 @@ TEST_F(DisplayLinkTest, ManualFactoryForgetsLinksThatAreGone) {
   setDisplayLinkFactory(links.factory());
   auto first = makeDisplayLink([](double, double) {});
   auto second = makeDisplayLink([](double, double) {});
-  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(first.get()), nullptr);
   EXPECT_EQ(links.links().size(), 2u);
   first.reset();
   EXPECT_EQ(links.links().size(), 1u);
@@ -218,18 +152,15 @@ TEST_F(DisplayLinkTest, ManualFactoryForgetsLinksThatAreGone) {
   EXPECT_EQ(links.tickAll(1.0), 1u);
 }
 
-TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueue) {
+TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueueAndNeedsOne) {
   MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
-  auto link = makeDisplayLink([](double, double) {});
-  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(link.get()), nullptr);
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink([](double, double) {}).get()), nullptr);
   ManualDisplayLinkFactory manual;
   setDisplayLinkFactory(manual.factory());
   EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink([](double, double) {}).get()), nullptr);
   setDisplayLinkFactory(nullptr);
   EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink([](double, double) {}).get()), nullptr);
-}
-
-TEST_F(DisplayLinkTest, DefaultFactoryWithoutAMainQueueStopsTheProgram) {
+  MainQueue::setShared(nullptr);
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_DEATH(makeDisplayLink([](double, double) {}), "no display link factory and no main queue");
 }
@@ -247,15 +178,24 @@ void expectOnOneGrid(const std::vector<Frame>& frames, double interval) {
   }
 }
 
-TEST(RunLoopDisplayLink, TicksOnTheMainThreadAtThePreferredRateUntilInvalidated) {
+// Five frames at 60 Hz; then paused for four frames' worth while the range changes, and
+// three frames at 15 Hz; nothing after invalidate.
+TEST(RunLoopDisplayLink, TicksOnTheMainThreadAtItsRateExceptWhilePausedUntilInvalidated) {
   auto queue = std::make_shared<RunLoopMainQueue>();
-  std::vector<Frame> frames;
-  bool onMain = true;
+  std::vector<Frame> fast, slow;
+  bool onMain = true, paused = false;
+  int callsWhilePaused = 0;
   std::shared_ptr<RunLoopDisplayLink> link;
   link = RunLoopDisplayLink::create(queue, [&](double t, double target) {
-    frames.push_back({t, target});
     onMain = onMain && queue->isCurrentThread();
-    if (frames.size() == 5) {
+    callsWhilePaused += paused;
+    (fast.size() < 5 ? fast : slow).push_back({t, target});
+    if (fast.size() == 5 && slow.empty()) {
+      link->setPaused(paused = true);
+      link->setPreferredFrameRateRange(10, 15, 15);
+      queue->asyncAfter(300ms, [&] { link->setPaused(paused = false); });
+    }
+    if (slow.size() == 3) {
       link->invalidate();
       // Give a stray refresh every chance to come before stopping.
       queue->asyncAfter(100ms, [&] { queue->stop(); });
@@ -266,61 +206,16 @@ TEST(RunLoopDisplayLink, TicksOnTheMainThreadAtThePreferredRateUntilInvalidated)
   const double started = mediaTime();
   testing::runGuarded(*queue);
 
-  ASSERT_EQ(frames.size(), 5u) << "no call after invalidate";
+  ASSERT_EQ(fast.size(), 5u);
+  ASSERT_EQ(slow.size(), 3u) << "no call after invalidate";
   EXPECT_TRUE(onMain);
-  EXPECT_GT(frames[0].timestamp, started);
-  EXPECT_LE(frames.back().timestamp, mediaTime());
-  expectOnOneGrid(frames, 1.0 / 60.0);
-  EXPECT_NEAR(link->duration(), 1.0 / 60.0, 1e-9);
-  EXPECT_DOUBLE_EQ(link->timestamp(), frames.back().timestamp);
-}
-
-TEST(RunLoopDisplayLink, FollowsAChangeOfRange) {
-  auto queue = std::make_shared<RunLoopMainQueue>();
-  std::vector<Frame> slow;
-  std::shared_ptr<RunLoopDisplayLink> link;
-  int calls = 0;
-  link = RunLoopDisplayLink::create(queue, [&](double t, double target) {
-    if (++calls == 1) {
-      link->setPreferredFrameRateRange(10, 15, 15);
-      return;
-    }
-    slow.push_back({t, target});
-    if (slow.size() == 3) {
-      link->invalidate();
-      queue->stop();
-    }
-  });
-  link->addToMainQueue();
-  testing::runGuarded(*queue);
-  ASSERT_EQ(slow.size(), 3u);
+  EXPECT_EQ(callsWhilePaused, 0);
+  EXPECT_GT(fast[0].timestamp, started);
+  EXPECT_LE(slow.back().timestamp, mediaTime());
+  expectOnOneGrid(fast, 1.0 / 60.0);
   expectOnOneGrid(slow, 1.0 / 15.0);
-}
-
-TEST(RunLoopDisplayLink, CallsNothingWhilePaused) {
-  auto queue = std::make_shared<RunLoopMainQueue>();
-  std::shared_ptr<RunLoopDisplayLink> link;
-  int calls = 0;
-  int callsWhenResumed = -1;
-  link = RunLoopDisplayLink::create(queue, [&](double, double) {
-    ++calls;
-    if (calls == 2) {
-      link->setPaused(true);
-      // Six frames' worth of paused time, then resume.
-      queue->asyncAfter(100ms, [&] {
-        callsWhenResumed = calls;
-        link->setPaused(false);
-      });
-    }
-    if (calls == 4) {
-      link->invalidate();
-      queue->stop();
-    }
-  });
-  link->addToMainQueue();
-  testing::runGuarded(*queue);
-  EXPECT_EQ(callsWhenResumed, 2);
-  EXPECT_EQ(calls, 4);
+  EXPECT_NEAR(link->duration(), 1.0 / 15.0, 1e-9);
+  EXPECT_DOUBLE_EQ(link->timestamp(), slow.back().timestamp);
 }
 
 TEST(RunLoopDisplayLink, DroppedLinkStopsWithoutKeepingItsOwner) {

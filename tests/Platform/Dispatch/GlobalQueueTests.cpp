@@ -1,5 +1,5 @@
 // The global queues: work runs off the calling thread, concurrently, and a free worker
-// takes the highest quality first.
+// takes the highest quality first, work queued by work included.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -15,33 +15,25 @@ namespace {
 
 using ::testing::ElementsAre;
 
-TEST(GlobalQueue, HasAtLeastTwoThreads) { EXPECT_GE(GlobalQueue::threadCount(), 2u); }
-
-TEST(GlobalQueue, RunsWorkOffTheCallingThread) {
-  testing::Log log;
-  std::thread::id ranOn;
-  GlobalQueue::async(QualityOfService::userInitiated, [&] {
-    ranOn = std::this_thread::get_id();
-    log.add("ran");
-  });
-  ASSERT_TRUE(log.waitForCount(1));
-  EXPECT_NE(ranOn, std::this_thread::get_id());
-}
-
-TEST(GlobalQueue, RunsWorkConcurrently) {
+TEST(GlobalQueue, RunsWorkConcurrentlyOffTheCallingThread) {
+  EXPECT_GE(GlobalQueue::threadCount(), 2u);
   // Two pieces of work that each wait for the other can only finish side by side.
   testing::Gate firstStarted, secondStarted;
   testing::Log log;
+  std::thread::id ranOn;
   GlobalQueue::async(QualityOfService::utility, [&] {
+    ranOn = std::this_thread::get_id();
     firstStarted.open();
     log.add(secondStarted.wait() ? "first saw second" : "first waited in vain");
+    GlobalQueue::async(QualityOfService::background, [&] { log.add("queued by work"); });
   });
   GlobalQueue::async(QualityOfService::utility, [&] {
     secondStarted.open();
     log.add(firstStarted.wait() ? "second saw first" : "second waited in vain");
   });
-  ASSERT_TRUE(log.waitForCount(2));
-  EXPECT_THAT(log.entries(), ::testing::UnorderedElementsAre("first saw second", "second saw first"));
+  ASSERT_TRUE(log.waitForCount(3));
+  EXPECT_THAT(log.entries(), ::testing::UnorderedElementsAre("first saw second", "second saw first", "queued by work"));
+  EXPECT_NE(ranOn, std::this_thread::get_id());
 }
 
 TEST(GlobalQueue, HigherQualityIsTakenFirstWhenSaturated) {
@@ -78,16 +70,6 @@ TEST(GlobalQueue, HigherQualityIsTakenFirstWhenSaturated) {
   EXPECT_THAT(order.entries(), ElementsAre("userInteractive 1", "userInteractive 2", "userInitiated 1",
                                            "userInitiated 2", "utility 1", "utility 2", "background 1",
                                            "background 2"));
-}
-
-TEST(GlobalQueue, WorkCanQueueMoreWork) {
-  testing::Log log;
-  GlobalQueue::async(QualityOfService::userInitiated, [&] {
-    log.add("outer");
-    GlobalQueue::async(QualityOfService::background, [&] { log.add("inner"); });
-  });
-  ASSERT_TRUE(log.waitForCount(2));
-  EXPECT_THAT(log.entries(), ElementsAre("outer", "inner"));
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
-// NotificationCenter: order, observation by object and name, removal, threads, and the
-// coalescing pattern that the configuration notification is built on.
+// NotificationCenter: order, observation by object and name, removal, handlers that
+// change the observers or post, and threads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <thread>
 
-#include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/NotificationCenter.h"
-#include "TestSupport.h"
 
 namespace platform::dispatch {
 namespace {
@@ -16,33 +14,24 @@ namespace {
 using ::testing::ElementsAre;
 using Token = NotificationCenter::ObserverToken;
 
-TEST(NotificationCenter, DeliversToObserversInRegistrationOrder) {
+TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsContents) {
   NotificationCenter center;
   std::vector<int> order;
-  for (int i = 0; i < 5; ++i) center.addObserver("Changed", nullptr, [&order, i](const Notification&) { order.push_back(i); });
-  center.post("Changed");
-  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
-}
-
-TEST(NotificationCenter, DeliversSynchronouslyOnThePostingThread) {
-  NotificationCenter center;
+  for (int i = 0; i < 3; ++i) center.addObserver("Changed", nullptr, [&order, i](const Notification&) { order.push_back(i); });
+  int sender = 0;
+  Notification heard;
   std::thread::id heardOn;
-  center.addObserver("Changed", nullptr, [&](const Notification&) { heardOn = std::this_thread::get_id(); });
+  center.addObserver("Changed", nullptr, [&](const Notification& n) {
+    heard = n;
+    heardOn = std::this_thread::get_id();
+  });
   std::thread::id postedOn;
   std::thread([&] {
     postedOn = std::this_thread::get_id();
-    center.post("Changed");
+    center.post("Changed", &sender, {{"count", 3}, {"label", std::string("three")}});
     EXPECT_EQ(heardOn, postedOn) << "delivered before post returned";
   }).join();
-  EXPECT_EQ(heardOn, postedOn);
-}
-
-TEST(NotificationCenter, CarriesNameObjectAndUserInfo) {
-  NotificationCenter center;
-  int sender = 0;
-  Notification heard;
-  center.addObserver("Changed", nullptr, [&](const Notification& n) { heard = n; });
-  center.post("Changed", &sender, {{"count", 3}, {"label", std::string("three")}});
+  EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
   EXPECT_EQ(heard.name, "Changed");
   EXPECT_EQ(heard.object, &sender);
   ASSERT_EQ(heard.userInfo.size(), 2u);
@@ -50,36 +39,25 @@ TEST(NotificationCenter, CarriesNameObjectAndUserInfo) {
   EXPECT_EQ(std::any_cast<std::string>(heard.userInfo.at("label")), "three");
 }
 
-TEST(NotificationCenter, OnlyMatchingNamesAreDelivered) {
-  NotificationCenter center;
-  std::vector<std::string> heard;
-  center.addObserver("NetworkDidConnect", nullptr, [&](const Notification& n) { heard.push_back("connect:" + n.name); });
-  center.addObserver("NetworkDidDisconnect", nullptr,
-                     [&](const Notification& n) { heard.push_back("disconnect:" + n.name); });
-  center.addObserver("", nullptr, [&](const Notification& n) { heard.push_back("any:" + n.name); });
-  center.post("NetworkDidDisconnect");
-  center.post("Unrelated");
-  EXPECT_THAT(heard, ElementsAre("disconnect:NetworkDidDisconnect", "any:NetworkDidDisconnect", "any:Unrelated"));
-}
-
-TEST(NotificationCenter, AnObserverOfOneObjectHearsOnlyThatObject) {
+TEST(NotificationCenter, DeliversOnlyMatchingNamesAndObjects) {
   NotificationCenter center;
   int first = 0, second = 0;
   std::vector<std::string> heard;
-  center.addObserver("ItemDidEnd", &first, [&](const Notification&) { heard.push_back("of first"); });
-  center.addObserver("ItemDidEnd", nullptr, [&](const Notification&) { heard.push_back("of any"); });
-
-  center.post("ItemDidEnd", &second);
-  EXPECT_THAT(heard, ElementsAre("of any"));
-  heard.clear();
-  center.post("ItemDidEnd", nullptr);
-  EXPECT_THAT(heard, ElementsAre("of any")) << "a post without an object does not reach an object's observer";
-  heard.clear();
-  center.post("ItemDidEnd", &first);
-  EXPECT_THAT(heard, ElementsAre("of first", "of any"));
+  auto hear = [&](std::string who) {
+    return [&heard, who](const Notification& n) { heard.push_back(who + ":" + n.name); };
+  };
+  center.addObserver("Ended", &first, hear("first"));
+  center.addObserver("Ended", nullptr, hear("any object"));
+  center.addObserver("", nullptr, hear("any name"));
+  center.post("Ended", &second);
+  center.post("Ended", nullptr);  // does not reach an object's observer
+  center.post("Ended", &first);
+  center.post("Unrelated");
+  EXPECT_THAT(heard, ElementsAre("any object:Ended", "any name:Ended", "any object:Ended", "any name:Ended",
+                                 "first:Ended", "any object:Ended", "any name:Ended", "any name:Unrelated"));
 }
 
-TEST(NotificationCenter, RemovedObserversHearNothing) {
+TEST(NotificationCenter, RemovedObserversHearNothingAndLetTheirHandlersGo) {
   NotificationCenter center;
   std::vector<int> heard;
   const Token a = center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back(1); });
@@ -90,18 +68,16 @@ TEST(NotificationCenter, RemovedObserversHearNothing) {
   EXPECT_FALSE(center.removeObserver(0));
   center.post("Changed");
   EXPECT_EQ(heard, (std::vector<int>{2}));
-}
 
-TEST(NotificationCenter, AHandlerMayRemoveItself) {
-  NotificationCenter center;
-  int calls = 0;
+  // A handler that removes itself keeps its captures until it returns.
   auto token = std::make_shared<Token>(0);
   auto keepAlive = std::make_shared<int>(7);
   std::weak_ptr<int> watch = keepAlive;
+  int calls = 0;
   *token = center.addObserver("Once", nullptr, [&, token, keepAlive](const Notification&) {
     ++calls;
     center.removeObserver(*token);
-    EXPECT_EQ(*keepAlive, 7) << "the handler's captures live until it returns";
+    EXPECT_EQ(*keepAlive, 7);
   });
   keepAlive.reset();
   center.post("Once");
@@ -110,47 +86,26 @@ TEST(NotificationCenter, AHandlerMayRemoveItself) {
   EXPECT_TRUE(watch.expired()) << "removal released the handler";
 }
 
-TEST(NotificationCenter, AHandlerThatRemovesALaterObserverStopsItsDelivery) {
+// A handler may remove a later observer (it is not called), add one (it hears the next
+// post) and post (delivered at once, inside).
+TEST(NotificationCenter, HandlersMayChangeTheObserversAndPost) {
   NotificationCenter center;
   std::vector<std::string> heard;
   Token later = 0;
-  center.addObserver("Changed", nullptr, [&](const Notification&) {
-    heard.push_back("first");
-    center.removeObserver(later);
-  });
-  later = center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("later"); });
-  center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("last"); });
-  center.post("Changed");
-  EXPECT_THAT(heard, ElementsAre("first", "last"));
-}
-
-TEST(NotificationCenter, ObserversAddedDuringAPostHearTheNextOne) {
-  NotificationCenter center;
-  std::vector<std::string> heard;
   bool added = false;
   center.addObserver("Changed", nullptr, [&](const Notification&) {
     heard.push_back("first");
-    if (!added) {
-      added = true;
+    center.removeObserver(later);
+    if (!std::exchange(added, true))
       center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("added"); });
-    }
-  });
-  center.post("Changed");
-  EXPECT_THAT(heard, ElementsAre("first"));
-  center.post("Changed");
-  EXPECT_THAT(heard, ElementsAre("first", "first", "added"));
-}
-
-TEST(NotificationCenter, AHandlerMayPost) {
-  NotificationCenter center;
-  std::vector<std::string> heard;
-  center.addObserver("Outer", nullptr, [&](const Notification&) {
-    heard.push_back("outer");
     center.post("Inner");
   });
+  later = center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("later"); });
   center.addObserver("Inner", nullptr, [&](const Notification&) { heard.push_back("inner"); });
-  center.post("Outer");
-  EXPECT_THAT(heard, ElementsAre("outer", "inner"));
+  center.post("Changed");
+  EXPECT_THAT(heard, ElementsAre("first", "inner"));
+  center.post("Changed");
+  EXPECT_THAT(heard, ElementsAre("first", "inner", "first", "inner", "added"));
 }
 
 TEST(NotificationCenter, IsSafeFromManyThreads) {
@@ -173,76 +128,6 @@ TEST(NotificationCenter, IsSafeFromManyThreads) {
   center.addObserver("Tick", nullptr, [&](const Notification&) { ++after; });
   center.post("Tick");
   EXPECT_EQ(after, 1) << "every temporary observer is gone";
-}
-
-TEST(NotificationCenter, DefaultCenterIsOneInstance) {
-  EXPECT_EQ(&NotificationCenter::defaultCenter(), &NotificationCenter::defaultCenter());
-  int heard = 0;
-  const auto token = NotificationCenter::defaultCenter().addObserver("DispatchTests.Default", nullptr,
-                                                                    [&](const Notification&) { ++heard; });
-  NotificationCenter::defaultCenter().post("DispatchTests.Default");
-  NotificationCenter::defaultCenter().removeObserver(token);
-  EXPECT_EQ(heard, 1);
-}
-
-// The pattern a main-queue service uses to turn many changes in one turn into one
-// notification after the turn: a flag, one block queued on the main queue holding the
-// owner weakly, the flag cleared before the post.
-class Coalescer : public std::enable_shared_from_this<Coalescer> {
- public:
-  Coalescer(MainQueue& queue, NotificationCenter& center) : queue_(queue), center_(center) {}
-  void set(int value) {
-    value_ = value;
-    if (scheduled_) return;
-    scheduled_ = true;
-    queue_.async([weak = weak_from_this()] {
-      if (const auto self = weak.lock()) {
-        self->scheduled_ = false;
-        self->center_.post("DidChange", self.get());
-      }
-    });
-  }
-  int value() const { return value_; }
-
- private:
-  MainQueue& queue_;
-  NotificationCenter& center_;
-  bool scheduled_ = false;
-  int value_ = 0;
-};
-
-TEST(NotificationCenter, ChangesInOneMainQueueTurnGiveOneNotificationAfterTheTurn) {
-  ManualMainQueue queue;
-  NotificationCenter center;
-  auto owner = std::make_shared<Coalescer>(queue, center);
-  std::vector<int> seen;
-  center.addObserver("DidChange", owner.get(), [&](const Notification& n) {
-    seen.push_back(static_cast<const Coalescer*>(n.object)->value());
-  });
-
-  owner->set(1);
-  owner->set(2);
-  owner->set(3);
-  EXPECT_TRUE(seen.empty());
-  queue.runPending();
-  EXPECT_EQ(seen, (std::vector<int>{3}));
-
-  // A change made by the handler schedules a new notification for the next turn.
-  bool again = true;
-  center.addObserver("DidChange", owner.get(), [&](const Notification&) {
-    if (std::exchange(again, false)) owner->set(4);
-  });
-  owner->set(5);
-  queue.runPending();
-  EXPECT_EQ(seen, (std::vector<int>{3, 5}));
-  queue.runPending();
-  EXPECT_EQ(seen, (std::vector<int>{3, 5, 4}));
-
-  // An owner gone before the turn posts nothing.
-  owner->set(6);
-  owner.reset();
-  queue.runPending();
-  EXPECT_EQ(seen, (std::vector<int>{3, 5, 4}));
 }
 
 }  // namespace

@@ -15,23 +15,30 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 
-TEST(RunLoopMainQueue, RunsWorkInQueueOrderOnTheRunningThread) {
+TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
   RunLoopMainQueue queue;
-  std::vector<int> order;
-  bool onMain = true;
-  for (int i = 0; i < 5; ++i) {
-    queue.async([&, i] {
-      order.push_back(i);
-      onMain = onMain && queue.isCurrentThread();
+  std::vector<std::string> order;
+  bool onRunner = false;
+  EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
+  std::thread runner([&] {
+    queue.async([&] {
+      order.push_back("a");
+      queue.async([&] {
+        order.push_back("queued by a");
+        onRunner = queue.isCurrentThread();
+        queue.stop();
+      });
     });
-  }
-  queue.async([&] { queue.stop(); });
-  testing::runGuarded(queue);
-  EXPECT_EQ(order, (std::vector<int>{0, 1, 2, 3, 4}));
-  EXPECT_TRUE(onMain);
+    queue.async([&] { order.push_back("b"); });
+    testing::runGuarded(queue);
+  });
+  runner.join();
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
+  EXPECT_TRUE(onRunner);
+  EXPECT_FALSE(queue.isCurrentThread());
 }
 
-TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrder) {
+TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
   RunLoopMainQueue queue;
   std::vector<std::string> order;
   // Queued latest-due first; the gaps between due times only need to exceed the time
@@ -41,51 +48,36 @@ TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrder) {
     queue.stop();
   });
   queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
+  queue.asyncAfter(75ms, cancelled);
   queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
   queue.async([&] { order.push_back("now"); });
+  cancelled->cancel();
   testing::runGuarded(queue);
   EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
 }
 
-TEST(RunLoopMainQueue, CancelledWorkItemsNeverRun) {
-  RunLoopMainQueue queue;
-  std::vector<std::string> order;
-  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
-  auto kept = std::make_shared<WorkItem>([&] { order.push_back("kept"); });
-  queue.asyncAfter(10ms, cancelled);
-  queue.asyncAfter(20ms, kept);
-  queue.asyncAfter(30ms, [&] { queue.stop(); });
-  cancelled->cancel();
-  testing::runGuarded(queue);
-  EXPECT_THAT(order, ElementsAre("kept"));
-}
-
-TEST(RunLoopMainQueue, WakesForWorkFromAnotherThread) {
+TEST(RunLoopMainQueue, WakesForWorkFromAnotherThreadWhileWaitingForLaterWork) {
   RunLoopMainQueue queue;
   testing::Gate looping;
+  bool delayedRan = false;
+  queue.asyncAfter(1h, [&] { delayedRan = true; });
   queue.async([&] { looping.open(); });
   std::thread producer([&] {
     ASSERT_TRUE(looping.wait());
-    std::this_thread::sleep_for(20ms);  // let the loop go to sleep with nothing queued
+    // Not a clock wait: it gives the loop time to go to sleep with nothing due, so that
+    // the new work has to wake it.
+    std::this_thread::sleep_for(20ms);
     queue.async([&] { queue.stop(); });
   });
-  testing::runGuarded(queue);
-  producer.join();
-  SUCCEED() << "the loop woke for the new work and stopped";
-}
-
-TEST(RunLoopMainQueue, NewWorkWakesALoopWaitingForLaterDelayedWork) {
-  RunLoopMainQueue queue;
-  bool delayedRan = false;
-  queue.asyncAfter(1h, [&] { delayedRan = true; });
-  std::thread producer([&] { queue.async([&] { queue.stop(); }); });
   testing::runGuarded(queue);
   producer.join();
   EXPECT_FALSE(delayedRan);
 }
 
-TEST(RunLoopMainQueue, StopFromAnotherThreadEndsRun) {
+TEST(RunLoopMainQueue, StopEndsTheRunFromAnyThreadAndLeavesTheRestForTheNextRun) {
   RunLoopMainQueue queue;
+  std::vector<std::string> order;
   testing::Gate looping;
   queue.async([&] { looping.open(); });
   std::thread stopper([&] {
@@ -94,11 +86,7 @@ TEST(RunLoopMainQueue, StopFromAnotherThreadEndsRun) {
   });
   testing::runGuarded(queue);
   stopper.join();
-}
 
-TEST(RunLoopMainQueue, StopLeavesTheRestOfTheTurnQueuedForTheNextRun) {
-  RunLoopMainQueue queue;
-  std::vector<std::string> order;
   queue.async([&] {
     order.push_back("first");
     queue.stop();
@@ -106,53 +94,12 @@ TEST(RunLoopMainQueue, StopLeavesTheRestOfTheTurnQueuedForTheNextRun) {
   queue.async([&] { order.push_back("second"); });
   testing::runGuarded(queue);
   EXPECT_THAT(order, ElementsAre("first"));
-
-  queue.async([&] { queue.stop(); });
+  queue.stop();  // before run: the next run returns at once
   testing::runGuarded(queue);
-  EXPECT_THAT(order, ElementsAre("first", "second"));
-}
-
-TEST(RunLoopMainQueue, StopBeforeRunMakesTheNextRunReturnAtOnce) {
-  RunLoopMainQueue queue;
-  bool ran = false;
-  queue.async([&] { ran = true; });
-  queue.stop();
-  testing::runGuarded(queue);
-  EXPECT_FALSE(ran);
+  EXPECT_THAT(order, ElementsAre("first"));
   queue.async([&] { queue.stop(); });
   testing::runGuarded(queue);  // the earlier stop was used up
-  EXPECT_TRUE(ran);
-}
-
-TEST(RunLoopMainQueue, WorkQueuedByWorkRunsInALaterTurn) {
-  RunLoopMainQueue queue;
-  std::vector<std::string> order;
-  queue.async([&] {
-    order.push_back("a");
-    queue.async([&] {
-      order.push_back("queued by a");
-      queue.stop();
-    });
-  });
-  queue.async([&] { order.push_back("b"); });
-  testing::runGuarded(queue);
-  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
-}
-
-TEST(RunLoopMainQueue, IsCurrentThreadIsTheRunningThread) {
-  RunLoopMainQueue queue;
-  EXPECT_TRUE(queue.isCurrentThread());
-  bool onRunner = false;
-  std::thread runner([&] {
-    queue.async([&] {
-      onRunner = queue.isCurrentThread();
-      queue.stop();
-    });
-    testing::runGuarded(queue);
-  });
-  runner.join();
-  EXPECT_TRUE(onRunner);
-  EXPECT_FALSE(queue.isCurrentThread());
+  EXPECT_THAT(order, ElementsAre("first", "second"));
 }
 
 TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {

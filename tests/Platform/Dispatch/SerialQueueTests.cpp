@@ -12,44 +12,24 @@
 namespace platform::dispatch {
 namespace {
 
-TEST(SerialQueue, KeepsItsLabel) {
-  SerialQueue queue("video.export.video");
-  EXPECT_EQ(queue.label(), "video.export.video");
-}
-
-TEST(SerialQueue, RunsWorkInOrderOnOneThreadOfItsOwn) {
-  std::vector<int> order;
+// Work from four producers: each one's in its order, all on one thread of the queue's
+// own, never two at once.
+TEST(SerialQueue, RunsWorkInOrderOneAtATimeOnOneThreadOfItsOwn) {
+  std::vector<std::pair<int, int>> order;  // (producer, index)
   std::vector<std::thread::id> threads;
+  std::atomic<int> running{0}, overlaps{0};
   bool allOnQueue = true;
   {
     SerialQueue queue("test.order");
-    for (int i = 0; i < 1000; ++i) {
-      queue.async([&, i] {
-        order.push_back(i);
-        threads.push_back(std::this_thread::get_id());
-        allOnQueue = allOnQueue && queue.isCurrentThread();
-      });
-    }
-    EXPECT_FALSE(queue.isCurrentThread());
-  }
-  ASSERT_EQ(order.size(), 1000u);
-  for (int i = 0; i < 1000; ++i) EXPECT_EQ(order[i], i);
-  EXPECT_TRUE(allOnQueue);
-  for (const auto id : threads) EXPECT_EQ(id, threads.front());
-  EXPECT_NE(threads.front(), std::this_thread::get_id());
-}
-
-TEST(SerialQueue, NeverRunsTwoPiecesOfWorkAtOnce) {
-  std::atomic<int> running{0};
-  std::atomic<int> overlaps{0};
-  {
-    SerialQueue queue("test.exclusive");
     std::vector<std::thread> producers;
     for (int p = 0; p < 4; ++p) {
-      producers.emplace_back([&] {
+      producers.emplace_back([&, p] {
         for (int i = 0; i < 200; ++i) {
-          queue.async([&] {
+          queue.async([&, p, i] {
             if (running.fetch_add(1) != 0) overlaps.fetch_add(1);
+            order.emplace_back(p, i);
+            threads.push_back(std::this_thread::get_id());
+            allOnQueue = allOnQueue && queue.isCurrentThread();
             std::this_thread::yield();
             running.fetch_sub(1);
           });
@@ -57,8 +37,15 @@ TEST(SerialQueue, NeverRunsTwoPiecesOfWorkAtOnce) {
       });
     }
     for (auto& producer : producers) producer.join();
+    EXPECT_FALSE(queue.isCurrentThread());
   }
+  ASSERT_EQ(order.size(), 800u);
+  std::vector<int> next(4, 0);
+  for (const auto& [producer, index] : order) EXPECT_EQ(index, next[producer]++);
   EXPECT_EQ(overlaps.load(), 0);
+  EXPECT_TRUE(allOnQueue);
+  for (const auto id : threads) EXPECT_EQ(id, threads.front());
+  EXPECT_NE(threads.front(), std::this_thread::get_id());
 }
 
 TEST(SerialQueue, SyncWaitsForTheWorkAndEarlierWork) {

@@ -12,7 +12,7 @@ extern "C" {
 #include <memory>
 #include <vector>
 
-#include "MediaVideoTestSupport.h"
+#include "Support/TestClips.h"
 #include "Platform/Media/MediaURL.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
@@ -43,7 +43,7 @@ class MediaVideoAsset : public ::testing::Test {
       EXPECT_TRUE(queue->isCurrentThread());
       result.emplace(std::move(value));
     });
-    EXPECT_TRUE(mediatest::pumpUntil(*queue, [&] { return result.has_value(); }));
+    EXPECT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
     return std::move(*result);
   }
   std::vector<AssetTrack> tracks(const std::shared_ptr<Asset>& asset, MediaType type) {
@@ -55,7 +55,7 @@ class MediaVideoAsset : public ::testing::Test {
   std::shared_ptr<ManualMainQueue> queue;
 };
 
-std::string basicClip() { return mediatest::makeClip("basic", {}); }
+std::string basicClip() { return testsupport::makeClip("basic", {}); }
 
 std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range = {}) {
   auto asset = Asset::make(path);
@@ -113,9 +113,8 @@ TEST_F(MediaVideoAsset, LoadsTracksAndPropertiesOfAGeneratedClip) {
 }
 
 TEST_F(MediaVideoAsset, PortraitDisplayMatrixIsOneClockwiseQuarterTurn) {
-  mediatest::ClipSpec clip;
-  clip.portraitMatrix = true;
-  auto video = tracks(Asset::make(mediatest::makeClip("portrait", clip)), MediaType::video);
+  testsupport::ClipDescription clip{.width = 48, .height = 64, .quarterTurns = 1};
+  auto video = tracks(Asset::make(testsupport::makeClip("portrait", clip)), MediaType::video);
   ASSERT_EQ(video.size(), 1u);
   EXPECT_EQ(video[0].preferredTransform, (AffineTransform{0, 1, -1, 0, 48, 0}));
   EXPECT_EQ(video[0].naturalSize, (MediaSize{64, 48}));  // stored size, not turned
@@ -146,9 +145,9 @@ TEST(MediaVideoTransform, LegacyRotateTagGivesTheSameTransforms) {
 }
 
 TEST_F(MediaVideoAsset, ClipWithoutAudioHasNoAudioTrack) {
-  mediatest::ClipSpec clip;
-  clip.audio = false;
-  auto asset = Asset::make(mediatest::makeClip("silent", clip));
+  testsupport::ClipDescription clip;
+  clip.audio = testsupport::ClipAudio::none;
+  auto asset = Asset::make(testsupport::makeClip("silent", clip));
   EXPECT_TRUE(tracks(asset, MediaType::audio).empty());
   EXPECT_EQ(tracks(asset, MediaType::video).size(), 1u);
 }
@@ -159,7 +158,7 @@ TEST_F(MediaVideoAsset, FileURLIsAccepted) {
 }
 
 TEST_F(MediaVideoAsset, MissingFileFailsEveryLoad) {
-  auto asset = Asset::make(mediatest::temporaryFolder() + "/nothing-here.mov");
+  auto asset = Asset::make(testsupport::temporaryFolder() + "/nothing-here.mov");
   auto result = await<std::vector<AssetTrack>>([&](auto done) { asset->loadTracks(MediaType::video, done); });
   ASSERT_FALSE(result.hasValue());
   EXPECT_EQ(result.error().code, MediaError::Code::openFailed);
@@ -172,7 +171,7 @@ TEST_F(MediaVideoAsset, ReaderGivesEveryFrameInOrderWithItsTime) {
   auto frames = readFrames(basicClip());
   ASSERT_EQ(frames.size(), 30u);
   for (int n = 0; n < 30; ++n) {
-    EXPECT_EQ(mediatest::frameNumber(frames[n]), n);
+    EXPECT_EQ(testsupport::frameNumber(frames[n]), n);
     EXPECT_EQ(frames[n].presentationTime(), (MediaTime{n, 30})) << n;
     EXPECT_EQ(frames[n].width(), 64);
     EXPECT_EQ(frames[n].height(), 48);
@@ -184,39 +183,38 @@ TEST_F(MediaVideoAsset, ReaderHonoursTheTimeRange) {
   auto frames = readFrames(basicClip(), {MediaTime{10, 30}, MediaTime{10, 30}});
   ASSERT_EQ(frames.size(), 10u);
   for (int k = 0; k < 10; ++k) {
-    EXPECT_EQ(mediatest::frameNumber(frames[k]), 10 + k);
+    EXPECT_EQ(testsupport::frameNumber(frames[k]), 10 + k);
     EXPECT_EQ(frames[k].presentationTime(), (MediaTime{10 + k, 30}));
   }
   // A start between two frames: the frame shown there comes first, at the start.
   auto between = readFrames(basicClip(), {MediaTime::fromSeconds(10.5 / 30, 600), MediaTime{3, 30}});
   ASSERT_GE(between.size(), 3u);
-  EXPECT_EQ(mediatest::frameNumber(between[0]), 10);
+  EXPECT_EQ(testsupport::frameNumber(between[0]), 10);
   EXPECT_EQ(between[0].presentationTime(), MediaTime::fromSeconds(10.5 / 30, 600));
-  EXPECT_EQ(mediatest::frameNumber(between[1]), 11);
+  EXPECT_EQ(testsupport::frameNumber(between[1]), 11);
   EXPECT_EQ(between[1].presentationTime(), (MediaTime{11, 30}));
 }
 
 TEST_F(MediaVideoAsset, ReaderLeavesOrientationToTheEngine) {
-  mediatest::ClipSpec clip;
-  clip.portraitMatrix = true;
-  auto frames = readFrames(mediatest::makeClip("portrait", clip));
+  testsupport::ClipDescription clip{.width = 48, .height = 64, .quarterTurns = 1};
+  auto frames = readFrames(testsupport::makeClip("portrait", clip));
   ASSERT_EQ(frames.size(), 30u);
   EXPECT_EQ(frames[0].width(), 64);
   EXPECT_EQ(frames[0].height(), 48);
-  EXPECT_EQ(mediatest::frameNumber(frames[7]), 7);
+  EXPECT_EQ(testsupport::frameNumber(frames[7], 3), 7);
 }
 
 TEST_F(MediaVideoAsset, ReaderHandlesAnOddSize) {
-  mediatest::ClipSpec clip;
+  testsupport::ClipDescription clip;
   clip.width = 63;
   clip.height = 47;
-  clip.audio = false;
-  auto frames = readFrames(mediatest::makeClip("odd", clip));
+  clip.audio = testsupport::ClipAudio::none;
+  auto frames = readFrames(testsupport::makeClip("odd", clip));
   ASSERT_EQ(frames.size(), 30u);
   EXPECT_EQ(frames[5].width(), 63);
   EXPECT_EQ(frames[5].height(), 47);
   EXPECT_GE(frames[5].bytesPerRow(), 63u * 4);
-  EXPECT_EQ(mediatest::frameNumber(frames[5]), 5);
+  EXPECT_EQ(testsupport::frameNumber(frames[5]), 5);
 }
 
 TEST_F(MediaVideoAsset, ReaderDecodesFloatPcmCutToTheSample) {
@@ -273,9 +271,8 @@ TEST_F(MediaVideoAsset, CancelledReaderGivesNothingMore) {
 }
 
 TEST_F(MediaVideoAsset, FrameGrabberTurnsAndBoundsFrames) {
-  mediatest::ClipSpec clip;
-  clip.portraitMatrix = true;
-  auto asset = Asset::make(mediatest::makeClip("portrait", clip));
+  testsupport::ClipDescription clip{.width = 48, .height = 64, .quarterTurns = 1};
+  auto asset = Asset::make(testsupport::makeClip("portrait", clip));
   FrameGrabber grabber(asset);
   grabber.setAppliesPreferredTrackTransform(true);
   grabber.setMaximumSize({32, 32});
@@ -286,7 +283,7 @@ TEST_F(MediaVideoAsset, FrameGrabberTurnsAndBoundsFrames) {
     std::lock_guard lock(mutex);
     results.emplace_back(time, std::move(frame));
   });
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] {
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] {
     std::lock_guard lock(mutex);
     return results.size() == times.size();
   }));
@@ -298,7 +295,7 @@ TEST_F(MediaVideoAsset, FrameGrabberTurnsAndBoundsFrames) {
     // Upright 48 x 64, fitted within 32 x 32.
     EXPECT_EQ(frame.width(), 24);
     EXPECT_EQ(frame.height(), 32);
-    EXPECT_EQ(mediatest::frameNumber(frame, 1), expected[i]);
+    EXPECT_EQ(testsupport::frameNumber(frame), expected[i]);
   }
 }
 
@@ -317,7 +314,7 @@ TEST_F(MediaVideoAsset, FrameGrabberCancelAnswersEveryRequest) {
     ++answered;
   });
   grabber.cancelAll();
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return answered.load() == 24; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return answered.load() == 24; }));
   EXPECT_GE(cancelled.load(), 12);  // the second request had not started
 }
 
@@ -364,7 +361,7 @@ class MediaVideoRealClip : public MediaVideoAsset, public ::testing::WithParamIn
 
 TEST_P(MediaVideoRealClip, OpensWithItsTransformAndReadsFramesAndSound) {
   const RealClip& clip = GetParam();
-  const std::string path = mediatest::sample(clip.file);
+  const std::string path = testsupport::sample(clip.file);
   if (path.empty()) GTEST_SKIP() << "sample " << clip.file << " is missing";
   auto asset = Asset::make(path);
   auto video = tracks(asset, MediaType::video);

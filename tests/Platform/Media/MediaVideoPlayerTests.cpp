@@ -10,7 +10,7 @@
 #include <mutex>
 #include <vector>
 
-#include "MediaVideoTestSupport.h"
+#include "Support/TestClips.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/NotificationCenter.h"
@@ -77,7 +77,7 @@ class MediaVideoPlayer : public ::testing::Test {
     item = PlayerItem::make(Asset::make(path));
     item->addOutput(output);
     player->replaceCurrentItem(item);
-    ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+    ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
     ASSERT_EQ(item->status(), PlayerItem::Status::readyToPlay);
   }
 
@@ -94,7 +94,7 @@ class MediaVideoPlayer : public ::testing::Test {
   PixelBuffer frameNow() {
     const MediaTime time = output->itemTime(now.load());
     PixelBuffer frame;
-    mediatest::pumpUntil(*queue, [&] {
+    testsupport::pumpUntil(*queue, [&] {
       if (output->hasNewPixelBuffer(time)) frame = output->copyPixelBuffer(time);
       return frame && frame.presentationTime().seconds() + 1.0 / 30 > time.seconds();
     }, std::chrono::milliseconds(5000));
@@ -107,7 +107,7 @@ class MediaVideoPlayer : public ::testing::Test {
       EXPECT_TRUE(queue->isCurrentThread());
       finished = value;
     });
-    ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return finished.has_value(); }));
+    ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return finished.has_value(); }));
     EXPECT_TRUE(*finished);
   }
 
@@ -123,11 +123,11 @@ class MediaVideoPlayer : public ::testing::Test {
 
 TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   EXPECT_EQ(player->currentTime(), MediaTime::zero());
   PixelBuffer first = frameNow();  // paused at 0: the first frame is due
   ASSERT_TRUE(first);
-  EXPECT_EQ(mediatest::frameNumber(first), 0);
+  EXPECT_EQ(testsupport::frameNumber(first), 0);
   EXPECT_EQ(first.presentationTime(), MediaTime::zero());
 
   player->play();
@@ -137,7 +137,7 @@ TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
     now = start + n / 30.0 + 0.001;  // just after the frame's time, as a display tick would be
     PixelBuffer frame = frameNow();
     ASSERT_TRUE(frame) << n;
-    EXPECT_EQ(mediatest::frameNumber(frame), n);
+    EXPECT_EQ(testsupport::frameNumber(frame), n);
     EXPECT_EQ(frame.presentationTime(), (MediaTime{n, 30}));
   }
   EXPECT_NEAR(player->currentTime().seconds(), 29.0 / 30 + 0.001, 1e-6);
@@ -149,46 +149,46 @@ TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
 
 TEST_F(MediaVideoPlayer, SeekIsExact) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   // Frame 15 lies between the key frames 10 and 20: decoded from 10, 10 to 14 dropped.
   seek(MediaTime{300, 600});
   EXPECT_EQ(player->currentTime(), (MediaTime{300, 600}));
   PixelBuffer frame = frameNow();
   ASSERT_TRUE(frame);
   EXPECT_EQ(frame.presentationTime(), (MediaTime{15, 30}));
-  EXPECT_EQ(mediatest::frameNumber(frame), 15);
+  EXPECT_EQ(testsupport::frameNumber(frame), 15);
 
   // Between two frames: the frame shown there, 22, comes first.
   seek(MediaTime::fromSeconds(22.5 / 30, 600));
   frame = frameNow();
   ASSERT_TRUE(frame);
-  EXPECT_EQ(mediatest::frameNumber(frame), 22);
+  EXPECT_EQ(testsupport::frameNumber(frame), 22);
 
   // Back to the start while playing: frames go on from there.
   player->play();
   seek(MediaTime::zero());
   frame = frameNow();
   ASSERT_TRUE(frame);
-  EXPECT_EQ(mediatest::frameNumber(frame), 0);
+  EXPECT_EQ(testsupport::frameNumber(frame), 0);
   now = now + 2.0 / 30 + 0.001;
   frame = frameNow();
-  EXPECT_EQ(mediatest::frameNumber(frame), 2);
+  EXPECT_EQ(testsupport::frameNumber(frame), 2);
 }
 
 TEST_F(MediaVideoPlayer, AnOvertakenSeekFinishesFalse) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   std::vector<bool> results;
   player->seek(MediaTime{10, 30}, [&](bool finished) { results.push_back(finished); });
   player->seek(MediaTime{20, 30}, [&](bool finished) { results.push_back(finished); });
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return results.size() == 2; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return results.size() == 2; }));
   EXPECT_EQ(results, (std::vector<bool>{false, true}));
-  EXPECT_EQ(mediatest::frameNumber(frameNow()), 20);
+  EXPECT_EQ(testsupport::frameNumber(frameNow()), 20);
 }
 
 TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   int ends = 0;
   onEnd([&] {
     EXPECT_TRUE(queue->isCurrentThread());
@@ -199,7 +199,7 @@ TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   queue->runPending();
   EXPECT_EQ(ends, 0);
   now = now + 1.0;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ends == 1; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ends == 1; }));
   EXPECT_EQ(player->rate(), 1.0f);
   // Held at the end: the longer track's, the sound's 1024-sample frames.
   EXPECT_NEAR(player->currentTime().seconds(), item->asset()->loadNow()->duration, 1e-6);
@@ -209,24 +209,24 @@ TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   now = now + 0.25;
   EXPECT_NEAR(player->currentTime().seconds(), 0.25, 1e-6);
   now = now + 1.0;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ends == 2; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ends == 2; }));
 }
 
 TEST_F(MediaVideoPlayer, EndOfItemPausesWithActionPause) {
   makePlayer();
   player->setActionAtItemEnd(ActionAtItemEnd::pause);
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   bool ended = false;
   onEnd([&] { ended = true; });
   player->play();
   now = now + 3.0;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ended; }));
   EXPECT_EQ(player->rate(), 0.0f);
 }
 
 TEST_F(MediaVideoPlayer, BoundaryObserverFiresWhenPlaybackCrossesItsTime) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   int fired = 0;
   const auto token = player->addBoundaryTimeObserver({MediaTime{300, 600}}, [&] {
     EXPECT_TRUE(queue->isCurrentThread());
@@ -238,50 +238,49 @@ TEST_F(MediaVideoPlayer, BoundaryObserverFiresWhenPlaybackCrossesItsTime) {
   player->addBoundaryTimeObserver({MediaTime{300, 600}}, [&] { ++witnessed; });
   player->play();
   now = now + 0.6;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return witnessed == 1; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 1; }));
   EXPECT_EQ(fired, 1);
 
   // Seeks (which pass nothing, see the timeline's tests) and playing across it again.
   seek(MediaTime::fromSeconds(0.8));
   seek(MediaTime::fromSeconds(0.2));
   now = now + 0.4;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return witnessed == 2; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 2; }));
   EXPECT_EQ(fired, 2);
 
   player->removeTimeObserver(token);
   seek(MediaTime::fromSeconds(0.2));
   now = now + 0.5;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return witnessed == 3; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 3; }));
   EXPECT_EQ(fired, 2);
 }
 
 TEST_F(MediaVideoPlayer, ReplacingTheItemStartsTheNewOneAtZero) {
   makePlayer();
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   seek(MediaTime{20, 30});
   auto oldOutput = output;
-  mediatest::ClipSpec clip;
-  clip.audio = false;
-  clip.portraitMatrix = true;
-  load(mediatest::makeClip("portrait-silent", clip));
+  const testsupport::ClipDescription clip{
+      .width = 48, .height = 64, .quarterTurns = 1, .audio = testsupport::ClipAudio::none};
+  load(testsupport::makeClip("portrait-silent", clip));
   EXPECT_EQ(player->currentTime(), MediaTime::zero());
   EXPECT_FALSE(oldOutput->itemTime(now.load()).isValid());
   PixelBuffer frame = frameNow();
   ASSERT_TRUE(frame);
-  EXPECT_EQ(mediatest::frameNumber(frame), 0);
+  EXPECT_EQ(testsupport::frameNumber(frame, 3), 0);
   EXPECT_EQ(frame.width(), 64);  // frames come as stored; the engine turns them
 }
 
 TEST_F(MediaVideoPlayer, SoundGoesToTheSinkWithItsVolume) {
   auto sink = std::make_shared<RecordingSink>([this] { return now.load(); });
   makePlayer(sink);
-  load(mediatest::makeClip("basic", {}));
+  load(testsupport::makeClip("basic", {}));
   player->setVolume(0.25f);
   EXPECT_EQ(sink->volume.load(), 0.25f);
   EXPECT_EQ(player->volume(), 0.25f);
   player->play();
   now = now + 0.5;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] {
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] {
     std::lock_guard lock(sink->mutex);
     return sink->samples.size() >= 44100 / 4;
   }));
@@ -296,21 +295,21 @@ TEST_F(MediaVideoPlayer, SoundGoesToTheSinkWithItsVolume) {
 
 TEST_F(MediaVideoPlayer, AClipWithoutSoundPlaysToItsEnd) {
   makePlayer(std::make_shared<RecordingSink>([this] { return now.load(); }));
-  mediatest::ClipSpec clip;
-  clip.audio = false;
-  load(mediatest::makeClip("silent", clip));
+  testsupport::ClipDescription clip;
+  clip.audio = testsupport::ClipAudio::none;
+  load(testsupport::makeClip("silent", clip));
   bool ended = false;
   onEnd([&] { ended = true; });
   player->play();
   now = now + 2.0;
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return ended; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ended; }));
 }
 
 TEST_F(MediaVideoPlayer, AMissingFileFailsTheItem) {
   makePlayer();
-  item = PlayerItem::make(Asset::make(mediatest::temporaryFolder() + "/missing.mov"));
+  item = PlayerItem::make(Asset::make(testsupport::temporaryFolder() + "/missing.mov"));
   player->replaceCurrentItem(item);
-  ASSERT_TRUE(mediatest::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
   EXPECT_EQ(item->status(), PlayerItem::Status::failed);
   ASSERT_TRUE(item->error().has_value());
   EXPECT_EQ(item->error()->code, MediaError::Code::openFailed);
@@ -319,7 +318,7 @@ TEST_F(MediaVideoPlayer, AMissingFileFailsTheItem) {
 class MediaVideoPlayerRealClip : public MediaVideoPlayer, public ::testing::WithParamInterface<const char*> {};
 
 TEST_P(MediaVideoPlayerRealClip, PlaysToItsEnd) {
-  const std::string path = mediatest::sample(GetParam());
+  const std::string path = testsupport::sample(GetParam());
   if (path.empty()) GTEST_SKIP() << "sample " << GetParam() << " is missing";
   makePlayer();
   load(path);
@@ -331,7 +330,7 @@ TEST_P(MediaVideoPlayerRealClip, PlaysToItsEnd) {
   while (!ended) {
     now = now + 0.1;
     const MediaTime time = output->itemTime(now.load());
-    mediatest::pumpUntil(*queue, [&] { return output->hasNewPixelBuffer(time) || ended; }, std::chrono::milliseconds(2000));
+    testsupport::pumpUntil(*queue, [&] { return output->hasNewPixelBuffer(time) || ended; }, std::chrono::milliseconds(2000));
     if (PixelBuffer frame = output->copyPixelBuffer(time)) {
       ++frames;
       EXPECT_GT(frame.presentationTime(), last);

@@ -18,7 +18,7 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-#include "MediaVideoTestSupport.h"
+#include "Support/TestClips.h"
 #include "Platform/Dispatch/SerialQueue.h"
 #include "Platform/Media/AssetReader.h"
 #include "Platform/Media/AssetWriter.h"
@@ -37,7 +37,7 @@ VideoEncoderSettings smallVideo(int width = 64, int height = 48) {
 }
 
 std::string outputPath(const std::string& name) {
-  const std::string path = mediatest::temporaryFolder() + "/" + name + ".mov";
+  const std::string path = testsupport::temporaryFolder() + "/" + name + ".mov";
   std::filesystem::remove(path);
   return path;
 }
@@ -192,7 +192,7 @@ ExportResult exportRange(const std::string& source, const std::string& destinati
 }  // namespace
 
 TEST(MediaVideoWriter, WritesHevcTaggedHvc1AndARangeStartsAtZero) {
-  const std::string source = mediatest::makeClip("basic", {});
+  const std::string source = testsupport::makeClip("basic", {});
   const std::string path = outputPath("range");
   auto result = exportRange(source, path, {MediaTime{10, 30}, MediaTime{10, 30}}, std::nullopt);
   ASSERT_EQ(result.status, AssetWriterStatus::completed) << (result.writer->error() ? result.writer->error()->message : "");
@@ -206,18 +206,18 @@ TEST(MediaVideoWriter, WritesHevcTaggedHvc1AndARangeStartsAtZero) {
   ASSERT_EQ(frames.size(), 10u);
   for (int k = 0; k < 10; ++k) {
     EXPECT_NEAR(frames[k].presentationTime().seconds(), k / 30.0, 1.0 / 90000) << k;
-    EXPECT_EQ(mediatest::frameNumber(frames[k]), 10 + k);  // the pixels survive the round trip
+    EXPECT_EQ(testsupport::frameNumber(frames[k]), 10 + k);  // the pixels survive the round trip
   }
   // No temporary file is left beside it.
-  for (const auto& entry : std::filesystem::directory_iterator(mediatest::temporaryFolder()))
+  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
     EXPECT_EQ(entry.path().string().find(".partial"), std::string::npos) << entry.path();
 }
 
 TEST(MediaVideoWriter, EncodesAacAtTheAskedBitRate) {
-  mediatest::ClipSpec clip;
+  testsupport::ClipDescription clip;
   clip.frames = 60;  // two seconds
   clip.channels = 2;
-  const std::string source = mediatest::makeClip("stereo", clip);
+  const std::string source = testsupport::makeClip("stereo", clip);
   const std::string path = outputPath("aac");
   auto result = exportRange(source, path, {MediaTime::zero(), MediaTime::invalid()}, AudioReadMode::floatPCM, 128000);
   ASSERT_EQ(result.status, AssetWriterStatus::completed);
@@ -238,7 +238,7 @@ TEST(MediaVideoWriter, EncodesAacAtTheAskedBitRate) {
 }
 
 TEST(MediaVideoWriter, PassthroughPacketsAreTheSourcesOwn) {
-  const std::string source = mediatest::makeClip("basic", {});
+  const std::string source = testsupport::makeClip("basic", {});
   const std::string path = outputPath("passthrough");
   auto result = exportRange(source, path, {MediaTime::zero(), MediaTime::invalid()}, AudioReadMode::passthrough);
   ASSERT_EQ(result.status, AssetWriterStatus::completed) << (result.writer->error() ? result.writer->error()->message : "");
@@ -250,7 +250,7 @@ TEST(MediaVideoWriter, PassthroughPacketsAreTheSourcesOwn) {
 }
 
 TEST(MediaVideoWriter, PassthroughOfAPhoneClipRange) {
-  const std::string source = mediatest::sample("video/with-gps.mov");
+  const std::string source = testsupport::sample("video/with-gps.mov");
   if (source.empty()) GTEST_SKIP() << "sample video/with-gps.mov is missing";
   const std::string path = outputPath("phone-passthrough");
   const TimeRange range{MediaTime{600, 600}, MediaTime{300, 600}};
@@ -282,7 +282,7 @@ TEST(MediaVideoWriter, ConstantQualityMode) {
   auto input = writer->addVideoInput(settings).value();
   ASSERT_TRUE(writer->startWriting());
   writer->startSession(MediaTime::zero());
-  auto source = readFrames(mediatest::makeClip("basic", {}));
+  auto source = readFrames(testsupport::makeClip("basic", {}));
   for (int n = 0; n < 10; ++n) {
     PixelBuffer frame = input->pixelBufferPool()->makePixelBuffer();
     for (int y = 0; y < 48; ++y) std::memcpy(frame.row(y), source[n].row(y), 64 * 4);
@@ -292,7 +292,7 @@ TEST(MediaVideoWriter, ConstantQualityMode) {
   EXPECT_EQ(writer->status(), AssetWriterStatus::completed);
   auto frames = readFrames(path);
   ASSERT_EQ(frames.size(), 10u);
-  EXPECT_EQ(mediatest::frameNumber(frames[9]), 9);
+  EXPECT_EQ(testsupport::frameNumber(frames[9]), 9);
 }
 
 // x265 takes nothing under 16 by 16: such pictures are padded for the encoder and
@@ -370,7 +370,7 @@ TEST(MediaVideoWriter, CancelLeavesNoFile) {
   EXPECT_FALSE(input->isReadyForMoreMediaData());
   EXPECT_FALSE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime{5, 30}));
   EXPECT_FALSE(std::filesystem::exists(path));
-  for (const auto& entry : std::filesystem::directory_iterator(mediatest::temporaryFolder()))
+  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
     EXPECT_EQ(entry.path().string().find("cancelled"), std::string::npos) << entry.path();
 }
 
@@ -383,12 +383,12 @@ TEST(MediaVideoWriter, AWriterDroppedUnfinishedLeavesNoFile) {
     writer->startSession(MediaTime::zero());
     ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
   }
-  for (const auto& entry : std::filesystem::directory_iterator(mediatest::temporaryFolder()))
+  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
     EXPECT_EQ(entry.path().string().find("dropped"), std::string::npos) << entry.path();
 }
 
 TEST(MediaVideoWriter, AMissingFolderFailsCleanly) {
-  const std::string folder = mediatest::temporaryFolder() + "/no-such-folder";
+  const std::string folder = testsupport::temporaryFolder() + "/no-such-folder";
   auto writer = AssetWriter::make(folder + "/out.mov");
   ASSERT_TRUE(writer.hasValue());
   ASSERT_TRUE((*writer)->addVideoInput(smallVideo()).hasValue());
@@ -402,7 +402,7 @@ TEST(MediaVideoWriter, AMissingFolderFailsCleanly) {
 }
 
 TEST(MediaVideoWriter, RefusesWhatItCannotWrite) {
-  const std::string existing = mediatest::makeClip("basic", {});
+  const std::string existing = testsupport::makeClip("basic", {});
   EXPECT_FALSE(AssetWriter::make(existing).hasValue());  // never over a file
   auto writer = AssetWriter::make(outputPath("odd")).value();
   auto odd = writer->addVideoInput(smallVideo(63, 47));
@@ -457,7 +457,7 @@ TEST(MediaVideoWriter, AFailureWakesTheInputThatWaits) {
 // The temporary file is the writer's own: files and links that carry the old fixed
 // temporary name, or stand at the output, are neither followed nor removed.
 TEST(MediaVideoWriter, TouchesNoFileButItsOwn) {
-  const auto folder = std::filesystem::path(mediatest::temporaryFolder()) / "own-files";
+  const auto folder = std::filesystem::path(testsupport::temporaryFolder()) / "own-files";
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
   auto writeText = [](const std::filesystem::path& path, const std::string& text) {

@@ -1,5 +1,7 @@
 // One QApplication for the whole suite, as the editor has one.
-#include "QtTestSupport.h"
+#include <QApplication>
+
+#include "Support/QtApplicationEnvironment.h"
 
 [[maybe_unused]] static const auto* const kQtApplication =
-    ::testing::AddGlobalTestEnvironment(new platform::qt::testing::QtApplication);
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QApplication>);

@@ -1,11 +1,10 @@
 #pragma once
-// Small clips for the video tests, made with the FFmpeg libraries, and what the tests
-// read back from a written movie. Every frame shows four coloured quadrants (red top
+// Small clips for the media and video tests, made with the FFmpeg libraries, and what
+// the tests read back from a movie. Every frame shows four coloured quadrants (red top
 // left, green top right, blue bottom left, white bottom right) and, across the middle,
 // its number as eight black or white bars (bit 0 on the left), so orientation and
 // frame identity survive lossy coding. The sound is a 440 Hz tone.
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,19 +12,19 @@
 #include "Support/MainQueuePump.h"
 #include "Support/TestFiles.h"
 
-namespace videotest {
+namespace testsupport {
 
 // Opus goes into an MP4 file (a QuickTime movie cannot carry it) and wants 48 kHz.
 enum class ClipAudio { none, aac, pcm, opus };
 
 struct ClipDescription {
-  int width = 64;   // upright (displayed) size
+  int width = 64;  // upright (displayed) size
   int height = 48;
   int frames = 30;
-  int fps = 30;
+  int fps = 30;  // a key frame every 10 frames, two B-frames between others
   // The frames are stored turned back by this many clockwise quarter turns, with the
-  // display matrix that turns them upright (1 is a phone's portrait clip, ffprobe's
-  // rotation -90; 3 is rotation +90).
+  // display matrix a phone writes to turn them upright (1 is a phone's portrait clip,
+  // ffprobe's rotation -90; 3 is rotation +90).
   int quarterTurns = 0;
   ClipAudio audio = ClipAudio::aac;
   bool audioFirst = false;  // the audio track is stream 0
@@ -34,20 +33,17 @@ struct ClipDescription {
   int channels = 1;
 };
 
-using testsupport::pumpUntil;
-using testsupport::sample;
-using testsupport::temporaryFolder;
-
-// A QuickTime movie (MP4 for Opus) in this process's temporary folder, made once per
-// name.
+// H.264 (4:4:4 for odd sides) in a QuickTime movie (MP4 for Opus) in this process's
+// temporary folder, made once per name.
 std::string makeClip(const std::string& name, const ClipDescription& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);
 
 // The upright test pattern of frame `number`, as BGRA.
 platform::media::PixelBuffer patternFrame(int width, int height, int number);
-// The number shown by an upright frame; -1 when the bars can't be read.
-int frameNumber(const platform::media::PixelBuffer& frame);
+// The number a frame shows, -1 when the bars can't be read; quarterTurns says how far
+// the upright picture was turned clockwise (3 for a portrait clip's frames as stored).
+int frameNumber(const platform::media::PixelBuffer& frame, int quarterTurns = 0);
 // True when the quadrant colours sit where an upright frame has them.
 bool showsUprightQuadrants(const platform::media::PixelBuffer& frame);
 // The frame turned clockwise by quarter turns.
@@ -64,7 +60,6 @@ struct StreamFacts {
   int width = 0;
   int height = 0;
   bool hasDisplayMatrix = false;
-  std::int64_t bitRate = 0;
   int sampleRate = 0;
   int channels = 0;
 };
@@ -86,4 +81,4 @@ std::vector<float> decodedAudio(const std::string& path);
 // `limit` of them.
 std::vector<platform::media::PixelBuffer> decodedFrames(const std::string& path, int limit = 1 << 30);
 
-}  // namespace videotest
+}  // namespace testsupport

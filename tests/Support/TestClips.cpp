@@ -1,4 +1,4 @@
-#include "VideoTestClips.h"
+#include "Support/TestClips.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -12,13 +12,15 @@ extern "C" {
 #include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <stdexcept>
 
 #include "Support/AvCheck.h"
 
-namespace videotest {
+namespace testsupport {
 
 using platform::media::PixelBuffer;
 
@@ -32,8 +34,6 @@ constexpr Bgra kTopRight{0, 255, 0};
 constexpr Bgra kBottomLeft{255, 0, 0};
 constexpr Bgra kBottomRight{255, 255, 255};
 
-bool inBarBand(int y, int height) { return y >= height * 3 / 8 && y < height * 5 / 8; }
-
 // --- writing ---
 
 struct Encoder {
@@ -43,7 +43,7 @@ struct Encoder {
 };
 
 void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
-  testsupport::avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
+  avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
   AVPacket* packet = av_packet_alloc();
   while (avcodec_receive_packet(encoder.context, packet) == 0) {
     // Video packets come without a duration; the last frame needs one to count in the
@@ -51,38 +51,53 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
     if (packet->duration == 0 && encoder.context->codec_type == AVMEDIA_TYPE_VIDEO) packet->duration = 1;
     av_packet_rescale_ts(packet, encoder.context->time_base, encoder.stream->time_base);
     packet->stream_index = encoder.stream->index;
-    testsupport::avCheck(av_interleaved_write_frame(format, packet), "write packet");
+    avCheck(av_interleaved_write_frame(format, packet), "write packet");
   }
   av_packet_free(&packet);
 }
 
-void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip, int storedWidth, int storedHeight) {
+// The matrix of a QuickTime track header (a, b, u, c, d, v, tx, ty, w; 16.16 but for
+// u, v, w at 2.30), with the translation a phone writes beside the turn.
+void setDisplayMatrix(AVStream* stream, int quarterTurns, int storedWidth, int storedHeight) {
+  constexpr std::int32_t one = 1 << 16;
+  std::int32_t matrix[9] = {};
+  av_display_rotation_set(matrix, 90.0 * quarterTurns);
+  if (quarterTurns == 1) matrix[6] = storedHeight * one;
+  if (quarterTurns == 2) matrix[6] = storedWidth * one, matrix[7] = storedHeight * one;
+  if (quarterTurns == 3) matrix[7] = storedWidth * one;
+#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
+  AVPacketSideData* side = av_packet_side_data_new(&stream->codecpar->coded_side_data,
+                                                   &stream->codecpar->nb_coded_side_data,
+                                                   AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
+  std::memcpy(side->data, matrix, sizeof matrix);
+#else
+  std::memcpy(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix), matrix, sizeof matrix);
+#endif
+}
+
+void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip, int storedWidth,
+               int storedHeight) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (!codec) throw std::runtime_error("no libx264");
-  encoder.context = avcodec_alloc_context3(codec);
-  AVCodecContext* video = encoder.context;
+  AVCodecContext* video = encoder.context = avcodec_alloc_context3(codec);
   video->width = storedWidth;
   video->height = storedHeight;
   // 4:2:0 needs even sides; odd ones go 4:4:4.
   video->pix_fmt = (storedWidth % 2 || storedHeight % 2) ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV420P;
   video->time_base = AVRational{1, clip.fps};
   video->framerate = AVRational{clip.fps, 1};
-  video->gop_size = 10;
+  video->gop_size = video->keyint_min = 10;
   video->max_b_frames = 2;
   video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   av_opt_set(video->priv_data, "preset", "ultrafast", 0);
   av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
   av_opt_set(video->priv_data, "crf", "10", 0);
-  testsupport::avCheck(avcodec_open2(video, codec, nullptr), "open libx264");
+  avCheck(avcodec_open2(video, codec, nullptr), "open libx264");
   encoder.stream = avformat_new_stream(format, nullptr);
   encoder.stream->time_base = AVRational{1, 600 * clip.fps};
-  testsupport::avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
-  if (clip.quarterTurns % 4 != 0) {
-    auto* matrix = reinterpret_cast<int32_t*>(
-        av_stream_new_side_data(encoder.stream, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(int32_t)));
-    // The angle set here reads back negated (ffprobe shows -90 for one clockwise turn).
-    av_display_rotation_set(matrix, 90.0 * clip.quarterTurns);
-  }
+  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
+  const int turns = (clip.quarterTurns % 4 + 4) % 4;
+  if (turns != 0) setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
 }
 
 void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -91,19 +106,18 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   const AVCodec* codec = opus ? avcodec_find_encoder_by_name("libopus")
                               : avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
   if (!codec) throw std::runtime_error("no audio encoder for the clip");
-  encoder.context = avcodec_alloc_context3(codec);
-  AVCodecContext* audio = encoder.context;
+  AVCodecContext* audio = encoder.context = avcodec_alloc_context3(codec);
   audio->sample_rate = clip.sampleRate;
   av_channel_layout_default(&audio->ch_layout, clip.channels);
   // Opus takes interleaved float, the same layout as planar for one channel.
   audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
   audio->time_base = AVRational{1, clip.sampleRate};
-  audio->bit_rate = pcm ? 0 : 128000;
+  audio->bit_rate = pcm ? 0 : 64000 * clip.channels;
   audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  testsupport::avCheck(avcodec_open2(audio, codec, nullptr), "open audio encoder");
+  avCheck(avcodec_open2(audio, codec, nullptr), "open audio encoder");
   encoder.stream = avformat_new_stream(format, nullptr);
   encoder.stream->time_base = AVRational{1, clip.sampleRate};
-  testsupport::avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
+  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
 }
 
 void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -112,13 +126,13 @@ void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription
   frame->format = video->pix_fmt;
   frame->width = video->width;
   frame->height = video->height;
-  testsupport::avCheck(av_frame_get_buffer(frame, 0), "video frame");
+  avCheck(av_frame_get_buffer(frame, 0), "video frame");
   SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
                                    video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
   for (int n = 0; n < clip.frames; ++n) {
     // Stored turned back, so that the display matrix turns it upright again.
-    const PixelBuffer stored = turned(patternFrame(clip.width, clip.height, n), (4 - clip.quarterTurns % 4) % 4);
-    testsupport::avCheck(av_frame_make_writable(frame), "writable frame");
+    const PixelBuffer stored = turned(patternFrame(clip.width, clip.height, n), 4 - clip.quarterTurns % 4);
+    avCheck(av_frame_make_writable(frame), "writable frame");
     const std::uint8_t* source[4] = {stored.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(stored.bytesPerRow()), 0, 0, 0};
     sws_scale(sws, source, strides, 0, stored.height(), frame->data, frame->linesize);
@@ -137,15 +151,14 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
   AVFrame* frame = av_frame_alloc();
   frame->format = audio->sample_fmt;
   frame->sample_rate = audio->sample_rate;
-  testsupport::avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
+  avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
   frame->nb_samples = frameSize;
-  testsupport::avCheck(av_frame_get_buffer(frame, 0), "audio frame");
+  avCheck(av_frame_get_buffer(frame, 0), "audio frame");
   for (std::int64_t start = 0; start < total; start += frameSize) {
-    testsupport::avCheck(av_frame_make_writable(frame), "writable frame");
+    avCheck(av_frame_make_writable(frame), "writable frame");
     frame->nb_samples = int(std::min<std::int64_t>(frameSize, total - start));
     for (int i = 0; i < frame->nb_samples; ++i) {
-      const double t = double(start + i) / clip.sampleRate;
-      const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * t));
+      const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * double(start + i) / clip.sampleRate));
       for (int c = 0; c < clip.channels; ++c) {
         if (clip.audio == ClipAudio::pcm) {
           reinterpret_cast<std::int16_t*>(frame->data[0])[i * clip.channels + c] = std::int16_t(value * 32767);
@@ -165,7 +178,7 @@ void generate(const std::string& path, const ClipDescription& clip) {
   av_log_set_level(AV_LOG_ERROR);
   AVFormatContext* format = nullptr;
   const char* container = clip.audio == ClipAudio::opus ? "mp4" : "mov";
-  testsupport::avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
+  avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
   const int storedWidth = sideways ? clip.height : clip.width;
   const int storedHeight = sideways ? clip.width : clip.height;
@@ -174,11 +187,11 @@ void generate(const std::string& path, const ClipDescription& clip) {
   if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
   openVideo(format, video, clip, storedWidth, storedHeight);
   if (hasAudio && !clip.audioFirst) openAudio(format, audio, clip);
-  testsupport::avCheck(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
-  testsupport::avCheck(avformat_write_header(format, nullptr), "header");
+  avCheck(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
+  avCheck(avformat_write_header(format, nullptr), "header");
   writeVideo(format, video, clip);
   if (hasAudio) writeAudio(format, audio, clip);
-  testsupport::avCheck(av_write_trailer(format), "trailer");
+  avCheck(av_write_trailer(format), "trailer");
   avio_closep(&format->pb);
   avformat_free_context(format);
 }
@@ -188,48 +201,42 @@ void generate(const std::string& path, const ClipDescription& clip) {
 struct Input {
   AVFormatContext* format = nullptr;
   explicit Input(const std::string& path) {
-    testsupport::avCheck(avformat_open_input(&format, path.c_str(), nullptr, nullptr), "open input");
-    testsupport::avCheck(avformat_find_stream_info(format, nullptr), "stream info");
+    avCheck(avformat_open_input(&format, path.c_str(), nullptr, nullptr), "open input");
+    avCheck(avformat_find_stream_info(format, nullptr), "stream info");
   }
   ~Input() { avformat_close_input(&format); }
   int best(AVMediaType type) const { return av_find_best_stream(format, type, -1, -1, nullptr, 0); }
 };
 
-struct Decoder {
-  AVCodecContext* context = nullptr;
-  explicit Decoder(const AVStream* stream) {
-    const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
-    if (!codec) throw std::runtime_error("no decoder");
-    context = avcodec_alloc_context3(codec);
-    testsupport::avCheck(avcodec_parameters_to_context(context, stream->codecpar), "decoder parameters");
-    context->pkt_timebase = stream->time_base;
-    testsupport::avCheck(avcodec_open2(context, codec, nullptr), "open decoder");
-  }
-  ~Decoder() { avcodec_free_context(&context); }
-};
-
-// Feeds every packet of `streamIndex` and hands each decoded frame on; the handler
-// returns false to stop.
+// Feeds every packet of `streamIndex` to a decoder and hands each decoded frame on; the
+// handler returns false to stop.
 void decodeStream(Input& input, int streamIndex, const std::function<bool(AVFrame*)>& handle) {
-  Decoder decoder(input.format->streams[streamIndex]);
+  const AVStream* stream = input.format->streams[streamIndex];
+  const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
+  if (!codec) throw std::runtime_error("no decoder");
+  std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> decoder(
+      avcodec_alloc_context3(codec), [](AVCodecContext* c) { avcodec_free_context(&c); });
+  avCheck(avcodec_parameters_to_context(decoder.get(), stream->codecpar), "decoder parameters");
+  decoder->pkt_timebase = stream->time_base;
+  avCheck(avcodec_open2(decoder.get(), codec, nullptr), "open decoder");
   AVPacket* packet = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
   bool more = true;
   auto receive = [&] {
-    while (more && avcodec_receive_frame(decoder.context, frame) == 0) {
+    while (more && avcodec_receive_frame(decoder.get(), frame) == 0) {
       more = handle(frame);
       av_frame_unref(frame);
     }
   };
   while (more && av_read_frame(input.format, packet) >= 0) {
     if (packet->stream_index == streamIndex) {
-      avcodec_send_packet(decoder.context, packet);
+      avcodec_send_packet(decoder.get(), packet);
       receive();
     }
     av_packet_unref(packet);
   }
   if (more) {
-    avcodec_send_packet(decoder.context, nullptr);
+    avcodec_send_packet(decoder.get(), nullptr);
     receive();
   }
   av_frame_free(&frame);
@@ -240,8 +247,8 @@ void decodeStream(Input& input, int streamIndex, const std::function<bool(AVFram
 // a row; the last row needs room after it.
 PixelBuffer paddedBuffer(int width, int height) {
   const std::size_t bytesPerRow = (std::size_t(width) * 4 + 63) / 64 * 64;
-  const std::size_t size = bytesPerRow * std::size_t(height + 1);
-  std::shared_ptr<std::uint8_t> memory(new std::uint8_t[size](), std::default_delete<std::uint8_t[]>());
+  std::shared_ptr<std::uint8_t> memory(new std::uint8_t[bytesPerRow * std::size_t(height + 1)](),
+                                       std::default_delete<std::uint8_t[]>());
   return PixelBuffer(width, height, bytesPerRow, memory);
 }
 
@@ -276,35 +283,28 @@ std::string makeClip(const std::string& name, const ClipDescription& clip) {
 PixelBuffer patternFrame(int width, int height, int number) {
   PixelBuffer frame = PixelBuffer::allocate(width, height);
   for (int y = 0; y < height; ++y) {
-    std::uint8_t* row = frame.row(y);
     for (int x = 0; x < width; ++x) {
       Bgra colour;
-      if (inBarBand(y, height)) {
-        const int bit = std::min(7, x * 8 / width);
-        const std::uint8_t level = (number >> bit) & 1 ? 255 : 0;
+      if (y >= height * 3 / 8 && y < height * 5 / 8) {
+        const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
         colour = {level, level, level};
       } else {
         const bool right = x >= width / 2;
-        const bool bottom = y >= height / 2;
-        colour = bottom ? (right ? kBottomRight : kBottomLeft) : (right ? kTopRight : kTopLeft);
+        colour = y >= height / 2 ? (right ? kBottomRight : kBottomLeft) : (right ? kTopRight : kTopLeft);
       }
-      std::uint8_t* p = row + std::size_t(x) * 4;
-      p[0] = colour.b;
-      p[1] = colour.g;
-      p[2] = colour.r;
-      p[3] = 255;
+      std::uint8_t* p = frame.row(y) + std::size_t(x) * 4;
+      p[0] = colour.b, p[1] = colour.g, p[2] = colour.r, p[3] = 255;
     }
   }
   return frame;
 }
 
-int frameNumber(const PixelBuffer& frame) {
-  if (!frame) return -1;
-  const int y = frame.height() / 2;
+int frameNumber(const PixelBuffer& turnedFrame, int quarterTurns) {
+  if (!turnedFrame) return -1;
+  const PixelBuffer frame = turned(turnedFrame, 4 - quarterTurns % 4);
   int number = 0;
   for (int bit = 0; bit < 8; ++bit) {
-    const int x = (2 * bit + 1) * frame.width() / 16;
-    const Bgra p = pixelAt(frame, x, y);
+    const Bgra p = pixelAt(frame, (2 * bit + 1) * frame.width() / 16, frame.height() / 2);
     const int level = (p.b + p.g + p.r) / 3;
     if (level > 160) {
       number |= 1 << bit;
@@ -327,19 +327,12 @@ PixelBuffer turned(const PixelBuffer& frame, int quarterTurns) {
   const int q = ((quarterTurns % 4) + 4) % 4;
   if (q == 0) return frame;
   const int w = frame.width(), h = frame.height();
-  const int ow = q % 2 ? h : w, oh = q % 2 ? w : h;
-  PixelBuffer out = PixelBuffer::allocate(ow, oh);
-  for (int y = 0; y < oh; ++y) {
-    for (int x = 0; x < ow; ++x) {
+  PixelBuffer out = PixelBuffer::allocate(q % 2 ? h : w, q % 2 ? w : h);
+  for (int y = 0; y < out.height(); ++y) {
+    for (int x = 0; x < out.width(); ++x) {
       // The source pixel shown at (x, y) after q clockwise quarter turns.
-      int sx, sy;
-      if (q == 1) {
-        sx = y, sy = h - 1 - x;
-      } else if (q == 2) {
-        sx = w - 1 - x, sy = h - 1 - y;
-      } else {
-        sx = w - 1 - y, sy = x;
-      }
+      const int sx = q == 1 ? y : q == 2 ? w - 1 - x : w - 1 - y;
+      const int sy = q == 1 ? h - 1 - x : q == 2 ? h - 1 - y : x;
       std::memcpy(out.row(y) + std::size_t(x) * 4, frame.row(sy) + std::size_t(sx) * 4, 4);
     }
   }
@@ -350,16 +343,16 @@ double meanDifference(const PixelBuffer& a, const PixelBuffer& b) {
   if (!a || !b || a.width() != b.width() || a.height() != b.height()) return 255;
   double sum = 0;
   for (int y = 0; y < a.height(); ++y)
-    for (int x = 0; x < a.width(); ++x)
-      for (int c = 0; c < 3; ++c) sum += std::abs(int(a.row(y)[x * 4 + c]) - int(b.row(y)[x * 4 + c]));
+    for (int x = 0; x < a.width() * 4; ++x)
+      if (x % 4 != 3) sum += std::abs(int(a.row(y)[x]) - int(b.row(y)[x]));
   return sum / (double(a.width()) * a.height() * 3);
 }
 
 double meanLevel(const PixelBuffer& frame) {
   double sum = 0;
   for (int y = 0; y < frame.height(); ++y)
-    for (int x = 0; x < frame.width(); ++x)
-      for (int c = 0; c < 3; ++c) sum += frame.row(y)[x * 4 + c];
+    for (int x = 0; x < frame.width() * 4; ++x)
+      if (x % 4 != 3) sum += frame.row(y)[x];
   return sum / (double(frame.width()) * frame.height() * 3);
 }
 
@@ -370,17 +363,11 @@ MovieFacts probeMovie(const std::string& path) {
   for (unsigned i = 0; i < input.format->nb_streams; ++i) {
     const AVStream* stream = input.format->streams[i];
     const AVCodecParameters* parameters = stream->codecpar;
-    StreamFacts stream_facts;
-    stream_facts.codec = avcodec_get_name(parameters->codec_id);
     char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
     av_fourcc_make_string(tag, parameters->codec_tag);
-    stream_facts.codecTag = tag;
-    stream_facts.width = parameters->width;
-    stream_facts.height = parameters->height;
-    stream_facts.bitRate = parameters->bit_rate;
-    stream_facts.sampleRate = parameters->sample_rate;
-    stream_facts.channels = parameters->ch_layout.nb_channels;
-    stream_facts.hasDisplayMatrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
+    const StreamFacts stream_facts{avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
+                                   av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr,
+                                   parameters->sample_rate, parameters->ch_layout.nb_channels};
     if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(stream_facts);
     if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(stream_facts);
   }
@@ -395,8 +382,7 @@ int displayQuarterTurns(const std::string& path) {
       av_stream_get_side_data(input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
   if (!matrix) return 0;
   // The angle read here is anticlockwise: ffprobe's -90 is one clockwise quarter turn.
-  const double clockwise = -av_display_rotation_get(matrix);
-  return int(std::lround(clockwise / 90.0) % 4 + 4) % 4;
+  return int(std::lround(-av_display_rotation_get(matrix) / 90.0) % 4 + 4) % 4;
 }
 
 std::vector<double> videoFrameTimes(const std::string& path) {
@@ -416,9 +402,8 @@ std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_AUDIO);
   std::vector<std::vector<std::uint8_t>> packets;
-  if (index < 0) return packets;
   AVPacket* packet = av_packet_alloc();
-  while (av_read_frame(input.format, packet) >= 0) {
+  while (index >= 0 && av_read_frame(input.format, packet) >= 0) {
     if (packet->stream_index == index) packets.emplace_back(packet->data, packet->data + packet->size);
     av_packet_unref(packet);
   }
@@ -470,4 +455,9 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   return frames;
 }
 
-}  // namespace videotest
+}  // namespace testsupport
+
+// Read by LeakSanitizer in sanitizer builds: libx265 3.5 keeps about 1 KB of each
+// encoder it opens (allocated in x265_encoder_open, never freed by its close). That is
+// the library's, not ours; every other leak still fails the run.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libx265.so\n"; }
