@@ -4,8 +4,6 @@
 
 #include <cmath>
 
-#include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageScale.h"
 
 namespace halvane::colortest {
 
@@ -20,14 +18,6 @@ Image renderColor(RenderingEngine& engine, const Image& image, EditState state) 
 }
 
 namespace {
-
-Image blank(int width, int height) {
-  Image image;
-  image.width = width;
-  image.height = height;
-  image.pixels.assign(size_t(width) * size_t(height) * 4, 255);
-  return image;
-}
 
 void put(Image& image, int x, int y, int r, int g, int b) {
   uint8_t* p = image.pixel(x, y);
@@ -48,14 +38,14 @@ constexpr int kChart[24][3] = {
 }  // namespace
 
 Image makeGreyRamp(int height) {
-  Image image = blank(256, height);
+  Image image = makeFlat(256, height, 0, 0, 0);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < 256; ++x) put(image, x, y, x, x, x);
   return image;
 }
 
 Image makeColorChart() {
-  Image image = blank(6 * kChartPatch, 4 * kChartPatch);
+  Image image = makeFlat(6 * kChartPatch, 4 * kChartPatch, 0, 0, 0);
   for (int y = 0; y < image.height; ++y)
     for (int x = 0; x < image.width; ++x) {
       const int* c = kChart[(y / kChartPatch) * 6 + x / kChartPatch];
@@ -77,20 +67,6 @@ std::array<double, 3> chartPatch(const Image& chart, int index) {
     }
   for (double& v : sum) v /= count;
   return sum;
-}
-
-Image naturalPhoto(int width, int height) {
-  auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/photo/flower.webp");
-  EXPECT_TRUE(bool(decoded));
-  if (!decoded) return makeFlat(width, height, 128, 128, 128);
-  return platform::media::scaleImage(*decoded, width, height);
-}
-
-Image makeFlat(int width, int height, int r, int g, int b) {
-  Image image = blank(width, height);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) put(image, x, y, r, g, b);
-  return image;
 }
 
 double rampLevel(const Image& ramp, int x) {

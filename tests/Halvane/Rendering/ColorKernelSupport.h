@@ -28,9 +28,11 @@ Image makeColorChart();
 // reading order; patches 18 to 23 are the neutrals from white to black.
 std::array<double, 3> chartPatch(const Image& chart, int index);
 // The flower photo of the sample media, scaled to width by height.
-Image naturalPhoto(int width, int height);
+inline Image naturalPhoto(int width, int height) { return testing::loadPhoto("photo/flower.webp", width, height); }
 // A flat picture of one colour.
-Image makeFlat(int width, int height, int r, int g, int b);
+inline Image makeFlat(int width, int height, int r, int g, int b) {
+  return testing::makeSolidImage(width, height, uint8_t(b), uint8_t(g), uint8_t(r));
+}
 
 // Mean of the three channels at column x of a ramp, over its rows.
 double rampLevel(const Image& ramp, int x);

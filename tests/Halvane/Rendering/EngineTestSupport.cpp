@@ -1,5 +1,10 @@
 #include "EngineTestSupport.h"
 
+#include <cmath>
+
+#include "Platform/Media/ImageDecoder.h"
+#include "Platform/Media/ImageScale.h"
+
 namespace halvane::testing {
 
 using namespace platform::gpu;
@@ -94,6 +99,13 @@ platform::media::Image makeSolidImage(uint32_t width, uint32_t height, uint8_t b
     image.pixels[i + 3] = 255;
   }
   return image;
+}
+
+platform::media::Image loadPhoto(const std::string& relativePath, int width, int height) {
+  auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/" + relativePath);
+  if (!decoded) return {};
+  if (height == 0) height = std::max(1, int(std::lround(double(decoded->height) * width / decoded->width)));
+  return platform::media::scaleImage(*decoded, width, height);
 }
 
 platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<Texture>& texture) {

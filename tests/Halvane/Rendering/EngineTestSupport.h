@@ -36,6 +36,9 @@ class EngineTest : public ::testing::Test {
 // y, red their high bits, so any misplaced pixel shows.
 platform::media::Image makeDistinctImage(uint32_t width, uint32_t height);
 platform::media::Image makeSolidImage(uint32_t width, uint32_t height, uint8_t b, uint8_t g, uint8_t r);
+// A photo of the shared media scaled to width by height (height 0: as the aspect
+// gives). Empty when the media folder is missing.
+platform::media::Image loadPhoto(const std::string& relativePath, int width, int height = 0);
 // The texture's pixels, read back through the engine's own unedited path.
 platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<platform::gpu::Texture>& texture);
 using testsupport::meanAbsoluteDifference;

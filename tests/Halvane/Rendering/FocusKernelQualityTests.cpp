@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -77,7 +76,6 @@ TEST(FocusKernelQuality, EachModeLooksLikeTheReferenceGather) {
       const double mean = testing::meanAbsoluteDifference(ours, reference);
       const double p99 = percentileDifference(ours, reference, 0.99);
       const std::string what = std::string(bound.name) + (finalOutput ? " export" : " preview");
-      std::printf("%s: mean %.3f, p99 %.0f\n", what.c_str(), mean, p99);
       EXPECT_LE(mean, bound.mean) << what << " (" << bound.why << ")";
       EXPECT_LE(p99, bound.p99) << what << " (" << bound.why << ")";
       if (mean > bound.mean || p99 > bound.p99) {

@@ -5,14 +5,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <utility>
 #include <vector>
 
 #include "Halvane/Rendering/BundleLocator.h"
-#include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageScale.h"
 
 namespace halvane::testing {
 
@@ -131,14 +128,6 @@ FocusKernelRunner& focusRunner() {
 
 namespace {
 
-Image blank(int width, int height) {
-  Image image;
-  image.width = width;
-  image.height = height;
-  image.pixels.assign(size_t(width) * size_t(height) * 4, 255);
-  return image;
-}
-
 double srgbToLinear(double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); }
 
 double linearToSrgb(double l) {
@@ -149,7 +138,7 @@ double linearToSrgb(double l) {
 }  // namespace
 
 Image makeImage(int width, int height, uint32_t seed) {
-  Image image = blank(width, height);
+  Image image = makeSolidImage(width, height, 255, 255, 255);
   std::mt19937 random(seed);
   std::uniform_int_distribution<int> noise(-40, 40);
   for (int y = 0; y < height; ++y) {
@@ -165,32 +154,13 @@ Image makeImage(int width, int height, uint32_t seed) {
 }
 
 Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light) {
-  Image image = blank(width, height);
+  Image image = makeSolidImage(width, height, 255, 255, 255);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x) {
       const uint8_t v = ((x / cell) + (y / cell)) % 2 ? light : dark;
       std::fill_n(image.pixel(x, y), 3, v);
     }
   return image;
-}
-
-Image makeSolid(int width, int height, uint8_t b, uint8_t g, uint8_t r) {
-  Image image = blank(width, height);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      uint8_t* p = image.pixel(x, y);
-      p[0] = b, p[1] = g, p[2] = r;
-    }
-  return image;
-}
-
-Image loadPhoto(const std::string& relativePath, int width) {
-  const std::filesystem::path path = std::filesystem::path(HALVANE_MEDIA_DIR) / relativePath;
-  auto decoded = platform::media::decodeImageFile(path);
-  if (!decoded) return {};
-  const Image& image = *decoded;
-  const int height = std::max(1, int(std::lround(double(image.height) * width / image.width)));
-  return platform::media::scaleImage(image, width, height);
 }
 
 Image referenceGaussian(const Image& input, float strength) {

@@ -18,6 +18,7 @@
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
+#include "EngineTestSupport.h"
 #include "Support/ImageCompare.h"
 
 namespace halvane::testing {
@@ -69,10 +70,6 @@ FocusKernelRunner& focusRunner();
 // Pictures. All opaque, BGRA.
 Image makeImage(int width, int height, uint32_t seed);  // smooth shapes plus fine noise
 Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light);
-Image makeSolid(int width, int height, uint8_t b, uint8_t g, uint8_t r);
-// A natural photo from the shared media, scaled to the given width (height follows).
-// Empty when the media folder is missing.
-Image loadPhoto(const std::string& relativePath, int width);
 
 // The gaussian mode on the CPU: linear light, sigma = 0.012 x shorter side x strength,
 // truncated at 3 sigma and renormalised inside the picture, as the kernel defines it.

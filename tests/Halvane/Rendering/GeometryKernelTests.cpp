@@ -85,18 +85,6 @@ TEST_F(GeometryKernel, CropTurnAndMirrorCopySourcePixelsExactly) {
   }
 }
 
-TEST_F(GeometryKernel, OutputSizeFollowsTheCropAndTurns) {
-  auto texture = engine->makeTexture(makeDistinctImage(400, 300));
-  EditState state;
-  state.cropRect = {0.25, 0.25, 0.5, 0.5};
-  state.rotationQuarterTurns = 1;
-  auto result = engine->renderToImage(texture, state);
-  ASSERT_TRUE(result);
-  EXPECT_EQ(result->width, 150);
-  EXPECT_EQ(result->height, 200);
-  EXPECT_EQ(RenderingEngine::outputSize(400, 300, state), (PixelSize{150, 200}));
-}
-
 TEST_F(GeometryKernel, TiltLeavesNoEmptyCorner) {
   // A bright picture with a darker frame: after a tilt every output pixel must come
   // from inside the picture, so none may be darker than the frame.

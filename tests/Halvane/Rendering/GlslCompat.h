@@ -36,35 +36,24 @@ struct vec4 {
 
 // Component-wise application of a unary or binary function.
 template <typename F>
-inline vec2 map(vec2 a, F f) {
-  return vec2(f(a.x), f(a.y));
-}
+vec2 map(vec2 a, F f) { return vec2(f(a.x), f(a.y)); }
 template <typename F>
-inline vec3 map(vec3 a, F f) {
-  return vec3(f(a.x), f(a.y), f(a.z));
-}
+vec3 map(vec3 a, F f) { return vec3(f(a.x), f(a.y), f(a.z)); }
 template <typename F>
-inline vec2 map(vec2 a, vec2 b, F f) {
-  return vec2(f(a.x, b.x), f(a.y, b.y));
-}
+vec2 map(vec2 a, vec2 b, F f) { return vec2(f(a.x, b.x), f(a.y, b.y)); }
 template <typename F>
-inline vec3 map(vec3 a, vec3 b, F f) {
-  return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z));
-}
+vec3 map(vec3 a, vec3 b, F f) { return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z)); }
 
+// Componentwise operations: one line each, by the element function they apply.
+#define HALVANE_GLSL_UNARY(V, name, expr) \
+  inline V name(V a) { return map(a, [](float p) { return expr; }); }
+#define HALVANE_GLSL_BINARY(V, name, expr) \
+  inline V name(V a, V b) { return map(a, b, [](float p, float q) { return expr; }); }
 #define HALVANE_GLSL_VECTOR_OPS(V)                                              \
-  inline V operator+(V a, V b) {                                                \
-    return map(a, b, [](float p, float q) { return p + q; });                   \
-  }                                                                             \
-  inline V operator-(V a, V b) {                                                \
-    return map(a, b, [](float p, float q) { return p - q; });                   \
-  }                                                                             \
-  inline V operator*(V a, V b) {                                                \
-    return map(a, b, [](float p, float q) { return p * q; });                   \
-  }                                                                             \
-  inline V operator/(V a, V b) {                                                \
-    return map(a, b, [](float p, float q) { return p / q; });                   \
-  }                                                                             \
+  HALVANE_GLSL_BINARY(V, operator+, p + q)                                      \
+  HALVANE_GLSL_BINARY(V, operator-, p - q)                                      \
+  HALVANE_GLSL_BINARY(V, operator*, p * q)                                      \
+  HALVANE_GLSL_BINARY(V, operator/, p / q)                                      \
   inline V operator+(V a, float s) { return a + V(s); }                         \
   inline V operator-(V a, float s) { return a - V(s); }                         \
   inline V operator*(V a, float s) { return a * V(s); }                         \
@@ -73,9 +62,7 @@ inline vec3 map(vec3 a, vec3 b, F f) {
   inline V operator-(float s, V a) { return V(s) - a; }                         \
   inline V operator*(float s, V a) { return V(s) * a; }                         \
   inline V operator/(float s, V a) { return V(s) / a; }                         \
-  inline V operator-(V a) {                                                     \
-    return map(a, [](float p) { return -p; });                                  \
-  }                                                                             \
+  HALVANE_GLSL_UNARY(V, operator-, -p)                                          \
   inline V& operator+=(V& a, V b) { return a = a + b; }                         \
   inline V& operator-=(V& a, V b) { return a = a - b; }                         \
   inline V& operator*=(V& a, V b) { return a = a * b; }                         \
@@ -84,33 +71,15 @@ inline vec3 map(vec3 a, vec3 b, F f) {
   inline V& operator-=(V& a, float s) { return a = a - s; }                     \
   inline V& operator*=(V& a, float s) { return a = a * s; }                     \
   inline V& operator/=(V& a, float s) { return a = a / s; }                     \
-  inline V abs(V a) {                                                           \
-    return map(a, [](float p) { return std::fabs(p); });                        \
-  }                                                                             \
-  inline V floor(V a) {                                                         \
-    return map(a, [](float p) { return std::floor(p); });                       \
-  }                                                                             \
-  inline V fract(V a) {                                                         \
-    return map(a, [](float p) { return p - std::floor(p); });                   \
-  }                                                                             \
-  inline V sqrt(V a) {                                                          \
-    return map(a, [](float p) { return std::sqrt(p); });                        \
-  }                                                                             \
-  inline V exp2(V a) {                                                          \
-    return map(a, [](float p) { return std::exp2(p); });                        \
-  }                                                                             \
-  inline V log2(V a) {                                                          \
-    return map(a, [](float p) { return std::log2(p); });                        \
-  }                                                                             \
-  inline V pow(V a, V b) {                                                      \
-    return map(a, b, [](float p, float q) { return std::pow(p, q); });          \
-  }                                                                             \
-  inline V min(V a, V b) {                                                      \
-    return map(a, b, [](float p, float q) { return q < p ? q : p; });           \
-  }                                                                             \
-  inline V max(V a, V b) {                                                      \
-    return map(a, b, [](float p, float q) { return p < q ? q : p; });           \
-  }                                                                             \
+  HALVANE_GLSL_UNARY(V, abs, std::fabs(p))                                      \
+  HALVANE_GLSL_UNARY(V, floor, std::floor(p))                                   \
+  HALVANE_GLSL_UNARY(V, fract, p - std::floor(p))                               \
+  HALVANE_GLSL_UNARY(V, sqrt, std::sqrt(p))                                     \
+  HALVANE_GLSL_UNARY(V, exp2, std::exp2(p))                                     \
+  HALVANE_GLSL_UNARY(V, log2, std::log2(p))                                     \
+  HALVANE_GLSL_BINARY(V, pow, std::pow(p, q))                                   \
+  HALVANE_GLSL_BINARY(V, min, q < p ? q : p)                                    \
+  HALVANE_GLSL_BINARY(V, max, p < q ? q : p)                                    \
   inline V mod(V a, float b) {                                                  \
     return map(a, [b](float p) { return p - b * std::floor(p / b); });          \
   }                                                                             \
@@ -124,6 +93,8 @@ inline vec3 map(vec3 a, vec3 b, F f) {
 HALVANE_GLSL_VECTOR_OPS(vec2)
 HALVANE_GLSL_VECTOR_OPS(vec3)
 #undef HALVANE_GLSL_VECTOR_OPS
+#undef HALVANE_GLSL_BINARY
+#undef HALVANE_GLSL_UNARY
 
 inline float abs(float a) { return std::fabs(a); }
 inline float sign(float a) { return a > 0.0f ? 1.0f : (a < 0.0f ? -1.0f : 0.0f); }

@@ -9,10 +9,6 @@ namespace {
 
 using ComputeTest = GpuTest;
 
-struct PatternParams {
-  uint32_t width, height, seed;
-};
-
 std::vector<uint8_t> expectedPattern(uint32_t width, uint32_t height, uint32_t seed) {
   std::vector<uint8_t> bytes(size_t(width) * height * 4);
   for (uint32_t y = 0; y < height; ++y) {
@@ -28,55 +24,37 @@ std::vector<uint8_t> expectedPattern(uint32_t width, uint32_t height, uint32_t s
 }
 
 TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesIncludingEdgeGroups) {
-  constexpr uint32_t width = 1001, height = 37;  // 62 full groups and a 9-wide one; 2 full rows and a 5-high one
+  // 1001 by 37: 62 full groups and a 9-wide one, 2 full rows and a 5-high one; the
+  // overrunning groups' in-range pixels must be there like all others.
   auto pipeline = computePipeline("gpuPatternKernel");
-  auto output = newTexture(width, height);
-  ASSERT_TRUE(pipeline && output);
-
-  auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  ASSERT_TRUE(encoder);
-  PatternParams params{width, height, 77};
-  encoder->setComputePipelineState(pipeline);
-  encoder->setTexture(output, 0);
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->dispatchThreadgroups(groupsFor(width, height), kGroupSize);
-  encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
-
-  std::vector<uint8_t> actual = readBack(output);
-  std::vector<uint8_t> expected = expectedPattern(width, height, 77);
-  // The last group column (x 992...1000) and row (y 32...36) overrun the texture; their
-  // in-range pixels must be there like all others.
-  for (uint32_t y : {0u, 31u, 32u, 36u})
-    for (uint32_t x : {0u, 991u, 992u, 1000u})
-      EXPECT_EQ(0, std::memcmp(&actual[(size_t(y) * width + x) * 4], &expected[(size_t(y) * width + x) * 4], 4))
-          << "pixel " << x << "," << y;
-  EXPECT_TRUE(actual == expected);
+  for (auto [width, height, storage] : {std::tuple{1001u, 37u, StorageMode::privateStorage},
+                                        std::tuple{33u, 17u, StorageMode::shared}}) {
+    auto output = newTexture(width, height, storage);
+    PatternParams params{width, height, 77};
+    auto done = dispatch(pipeline, {output}, &params, sizeof params, groupsFor(width, height));
+    ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
+    EXPECT_TRUE(readBack(output) == expectedPattern(width, height, 77)) << width << "x" << height;
+  }
 }
 
-TEST_F(ComputeTest, SharedOutputIsReadableAfterCompletion) {
-  constexpr uint32_t width = 33, height = 17;
+TEST_F(ComputeTest, EachDispatchSeesTheBytesSetBeforeIt) {
+  // Two dispatches in one encoder with different seeds: the ring keeps both blocks.
   auto pipeline = computePipeline("gpuPatternKernel");
-  auto output = newTexture(width, height, StorageMode::shared);
-  ASSERT_TRUE(pipeline && output);
+  auto first = newTexture(20, 20);
+  auto second = newTexture(20, 20);
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
-  PatternParams params{width, height, 5};
   encoder->setComputePipelineState(pipeline);
-  encoder->setTexture(output, 0);
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->dispatchThreadgroups(groupsFor(width, height), kGroupSize);
+  for (auto [texture, seed] : {std::pair{first, 1u}, std::pair{second, 2u}}) {
+    PatternParams params{20, 20, seed};
+    encoder->setBytes(&params, sizeof params, 0);
+    encoder->setTexture(texture, 0);
+    encoder->dispatchThreadgroups(groupsFor(20, 20), kGroupSize);
+  }
   encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
-
-  std::vector<uint8_t> actual(size_t(width) * height * 4);
-  output->getBytes(actual.data(), width * 4, {{0, 0}, width, height});
-  EXPECT_TRUE(actual == expectedPattern(width, height, 5));
+  ASSERT_TRUE(run(commandBuffer)) << commandBuffer->errorMessage();
+  EXPECT_TRUE(readBack(first) == expectedPattern(20, 20, 1));
+  EXPECT_TRUE(readBack(second) == expectedPattern(20, 20, 2));
 }
 
 TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
@@ -91,17 +69,9 @@ TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
     auto pipeline = device->newComputePipelineState(library, "gpuConstantKernel", c.constants, &error);
     ASSERT_TRUE(pipeline) << error;
     auto output = newTexture(20, 3);
-    auto commandBuffer = queue->commandBuffer();
-    auto encoder = commandBuffer->computeCommandEncoder();
     PatternParams params{20, 3, 0};
-    encoder->setComputePipelineState(pipeline);
-    encoder->setTexture(output, 0);
-    encoder->setBytes(&params, sizeof params, 0);
-    encoder->dispatchThreadgroups(groupsFor(20, 3), kGroupSize);
-    encoder->endEncoding();
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
+    auto done = dispatch(pipeline, {output}, &params, sizeof params, groupsFor(20, 3));
+    ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
     const std::vector<uint8_t> actual = readBack(output);
     for (size_t i = 0; i < actual.size(); i += 4) {
       ASSERT_EQ(actual[i + 2], c.red) << "pixel " << i / 4;
@@ -111,78 +81,36 @@ TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
 }
 
 TEST_F(ComputeTest, A208ByteBlockReachesTheShaderByteForByte) {
-  auto pipeline = computePipeline("gpuBlockKernel");
   auto output = newTexture(52, 1, StorageMode::shared);
-  ASSERT_TRUE(pipeline && output);
   // Every byte distinct, with float specials (NaN, infinity, -0) among the words.
   uint8_t block[208];
   for (int i = 0; i < 208; ++i) block[i] = static_cast<uint8_t>(i * 37 + 11);
   const uint32_t specials[] = {0x7fc00001u, 0x7f800000u, 0x80000000u, 0xffffffffu};
   std::memcpy(block + 100, specials, sizeof specials);
-
-  auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  encoder->setComputePipelineState(pipeline);
-  encoder->setTexture(output, 0);
-  encoder->setBytes(block, sizeof block, 0);
-  encoder->dispatchThreadgroups({4, 1, 1}, kGroupSize);
-  encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
-
-  uint8_t seen[208];
-  output->getBytes(seen, sizeof seen, {{0, 0}, 52, 1});
+  auto done = dispatch(computePipeline("gpuBlockKernel"), {output}, block, sizeof block, {4, 1, 1});
+  ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
+  const std::vector<uint8_t> seen = readBack(output);
   for (int i = 0; i < 208; ++i) EXPECT_EQ(seen[i], block[i]) << "byte " << i;
-}
-
-TEST_F(ComputeTest, EachDispatchSeesTheBytesSetBeforeIt) {
-  // Two dispatches in one encoder with different seeds: the ring keeps both blocks.
-  constexpr uint32_t width = 20, height = 20;
-  auto pipeline = computePipeline("gpuPatternKernel");
-  auto first = newTexture(width, height, StorageMode::shared);
-  auto second = newTexture(width, height, StorageMode::shared);
-  auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  encoder->setComputePipelineState(pipeline);
-  PatternParams params{width, height, 1};
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->setTexture(first, 0);
-  encoder->dispatchThreadgroups(groupsFor(width, height), kGroupSize);
-  params.seed = 2;
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->setTexture(second, 0);
-  encoder->dispatchThreadgroups(groupsFor(width, height), kGroupSize);
-  encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
-  EXPECT_TRUE(readBack(first) == expectedPattern(width, height, 1));
-  EXPECT_TRUE(readBack(second) == expectedPattern(width, height, 2));
 }
 
 TEST_F(ComputeTest, GroupMemoryTileWithBorderMatchesTheCpuAcrossGroupEdges) {
   constexpr uint32_t width = 45, height = 19;
-  auto pipeline = computePipeline("gpuTileKernel");
   auto input = newTexture(width, height);
   auto output = newTexture(width, height);
-  ASSERT_TRUE(pipeline && input && output);
   std::vector<uint8_t> source = patternBytes(width, height, 3);
   upload(input, source);
-
+  EXPECT_GE(device->capabilities().maxThreadgroupMemoryLength, 5184u);
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
   uint32_t params[2] = {width, height};
-  encoder->setComputePipelineState(pipeline);
+  encoder->setComputePipelineState(computePipeline("gpuTileKernel"));
   encoder->setTexture(input, 0);
   encoder->setTexture(output, 1);
   encoder->setBytes(params, sizeof params, 0);
   encoder->setThreadgroupMemoryLength(5184, 0);
   encoder->dispatchThreadgroups(groupsFor(width, height), kGroupSize);
   encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  ASSERT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
+  ASSERT_TRUE(run(commandBuffer)) << commandBuffer->errorMessage();
 
   std::vector<uint8_t> expected(source.size());
   for (uint32_t y = 0; y < height; ++y)
@@ -191,70 +119,26 @@ TEST_F(ComputeTest, GroupMemoryTileWithBorderMatchesTheCpuAcrossGroupEdges) {
   EXPECT_TRUE(readBack(output) == expected);
 }
 
-TEST_F(ComputeTest, CapabilitiesDescribeTheVulkanDispatch) {
-  const DeviceCapabilities& caps = device->capabilities();
-  EXPECT_FALSE(caps.supportsNonUniformThreadgroups);
-  EXPECT_GE(caps.maxThreadgroupMemoryLength, 5184u);
-  EXPECT_GE(caps.maxBytesLength, 256u);
-}
+TEST_F(ComputeTest, MisuseOfAnEncoderFailsTheBufferWithAMessage) {
+  EXPECT_FALSE(device->capabilities().supportsNonUniformThreadgroups);
+  auto pattern = computePipeline("gpuPatternKernel");
+  auto blockKernel = computePipeline("gpuBlockKernel");
+  auto output = newTexture(52, 16, StorageMode::shared);
+  PatternParams params{16, 16, 0};
+  uint8_t shortBlock[64] = {};
+  EXPECT_NE(dispatch(pattern, {output}, &params, sizeof params, {2, 2, 1}, {8, 8, 1})->errorMessage().find("16x16x1"),
+            std::string::npos);
+  EXPECT_NE(dispatch(blockKernel, {output}, nullptr, 0, {4, 1, 1})->errorMessage().find("no bytes at index 0"),
+            std::string::npos);
+  EXPECT_NE(dispatch(blockKernel, {output}, shortBlock, sizeof shortBlock, {4, 1, 1})->errorMessage().find("reads 208"),
+            std::string::npos);
 
-TEST_F(ComputeTest, GroupMemoryBeyondTheDeviceLimitFailsTheBuffer) {
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
   encoder->setThreadgroupMemoryLength(size_t(device->capabilities().maxThreadgroupMemoryLength) + 16, 0);
   encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::error);
+  EXPECT_FALSE(run(commandBuffer));
   EXPECT_NE(commandBuffer->errorMessage().find("setThreadgroupMemoryLength"), std::string::npos);
-}
-
-TEST_F(ComputeTest, AGroupSizeOtherThanTheKernelsIsRefused) {
-  auto pipeline = computePipeline("gpuPatternKernel");
-  auto output = newTexture(16, 16, StorageMode::shared);
-  auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  PatternParams params{16, 16, 0};
-  encoder->setComputePipelineState(pipeline);
-  encoder->setTexture(output, 0);
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->dispatchThreadgroups({2, 2, 1}, {8, 8, 1});
-  encoder->endEncoding();
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::error);
-  EXPECT_NE(commandBuffer->errorMessage().find("16x16x1"), std::string::npos) << commandBuffer->errorMessage();
-}
-
-TEST_F(ComputeTest, MissingOrShortBytesAreReportedNotDispatched) {
-  auto pipeline = computePipeline("gpuBlockKernel");
-  auto output = newTexture(52, 1, StorageMode::shared);
-  {
-    auto commandBuffer = queue->commandBuffer();
-    auto encoder = commandBuffer->computeCommandEncoder();
-    encoder->setComputePipelineState(pipeline);
-    encoder->setTexture(output, 0);
-    encoder->dispatchThreadgroups({4, 1, 1}, kGroupSize);
-    encoder->endEncoding();
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::error);
-    EXPECT_NE(commandBuffer->errorMessage().find("no bytes at index 0"), std::string::npos);
-  }
-  {
-    uint8_t shortBlock[64] = {};
-    auto commandBuffer = queue->commandBuffer();
-    auto encoder = commandBuffer->computeCommandEncoder();
-    encoder->setComputePipelineState(pipeline);
-    encoder->setTexture(output, 0);
-    encoder->setBytes(shortBlock, sizeof shortBlock, 0);
-    encoder->dispatchThreadgroups({4, 1, 1}, kGroupSize);
-    encoder->endEncoding();
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::error);
-    EXPECT_NE(commandBuffer->errorMessage().find("reads 208"), std::string::npos) << commandBuffer->errorMessage();
-  }
 }
 
 TEST_F(ComputeTest, OneEncoderAtATime) {
@@ -263,12 +147,9 @@ TEST_F(ComputeTest, OneEncoderAtATime) {
   ASSERT_TRUE(first);
   EXPECT_FALSE(commandBuffer->blitCommandEncoder());
   first->endEncoding();
-  auto second = commandBuffer->blitCommandEncoder();
-  EXPECT_TRUE(second);
+  EXPECT_TRUE(commandBuffer->blitCommandEncoder());
   // Commit closes an encoder left open.
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::completed);
+  EXPECT_TRUE(run(commandBuffer));
   EXPECT_FALSE(commandBuffer->computeCommandEncoder());
 }
 

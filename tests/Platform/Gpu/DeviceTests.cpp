@@ -32,33 +32,25 @@ class ScopedEnvironment {
   std::string old_;
 };
 
-TEST(DeviceChoice, TheEnvironmentVariableChoosesWhenTheOptionsDoNot) {
+TEST(DeviceChoice, TheOptionsWinOverTheEnvironmentAndAnUnknownChoiceGivesNone) {
   ValidationLog log;
-  ScopedEnvironment environment("HALVANE_GPU_DEVICE", "cpu");
   DeviceOptions options = validatedCpuOptions(log);
-  options.preferredDevice.clear();
+  {
+    ScopedEnvironment environment("HALVANE_GPU_DEVICE", "no-such-kind");
+    auto device = Device::createSystemDefault(options);
+    ASSERT_TRUE(device);
+    EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+  }
+  ScopedEnvironment environment("HALVANE_GPU_DEVICE", "cpu");
+  for (const char* choice : {"no-such-kind", "99"}) {
+    options.preferredDevice = choice;
+    EXPECT_FALSE(Device::createSystemDefault(options)) << choice;
+  }
+  options.preferredDevice.clear();  // the environment chooses
   auto device = Device::createSystemDefault(options);
   ASSERT_TRUE(device);
   EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
   device.reset();
-  EXPECT_TRUE(log.messages().empty());
-}
-
-TEST(DeviceChoice, TheOptionsWinOverTheEnvironment) {
-  ValidationLog log;
-  ScopedEnvironment environment("HALVANE_GPU_DEVICE", "no-such-kind");
-  auto device = Device::createSystemDefault(validatedCpuOptions(log));
-  ASSERT_TRUE(device);
-  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
-}
-
-TEST(DeviceChoice, AnUnknownChoiceOrIndexGivesNone) {
-  ValidationLog log;
-  DeviceOptions options = validatedCpuOptions(log);
-  options.preferredDevice = "no-such-kind";
-  EXPECT_FALSE(Device::createSystemDefault(options));
-  options.preferredDevice = "99";
-  EXPECT_FALSE(Device::createSystemDefault(options));
   EXPECT_TRUE(log.messages().empty());
 }
 
@@ -77,16 +69,13 @@ TEST(DeviceChoice, AnIndexChoosesThatDevice) {
   EXPECT_TRUE(sawCpu);
 }
 
-TEST_F(DeviceTest, TheLibraryListsItsModules) {
+TEST_F(DeviceTest, TheLibraryListsItsModulesAndAMissingBundleGivesNone) {
   EXPECT_EQ(library->path(), testBundlePath());
   EXPECT_TRUE(library->hasFunction("gpuPatternKernel"));
   EXPECT_TRUE(library->hasFunction("gpuQuadVertex"));
   EXPECT_FALSE(library->hasFunction("gpuPatternKernel.spv"));
   auto names = library->functionNames();
   EXPECT_NE(std::find(names.begin(), names.end(), "gpuTileKernel"), names.end());
-}
-
-TEST_F(DeviceTest, AMissingBundleGivesNoneWithAMessage) {
   std::string error;
   EXPECT_FALSE(device->newLibrary("/no/such/folder", &error));
   EXPECT_NE(error.find("/no/such/folder"), std::string::npos);
@@ -95,14 +84,13 @@ TEST_F(DeviceTest, AMissingBundleGivesNoneWithAMessage) {
 
 TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
   std::string error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "noSuchKernel", &error));
-  EXPECT_NE(error.find("noSuchKernel"), std::string::npos);
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuMisplacedKernel", &error));
-  EXPECT_NE(error.find("binding 2"), std::string::npos) << error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuFormattedKernel", &error));
-  EXPECT_NE(error.find("format"), std::string::npos) << error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuQuadVertex", &error));
-  EXPECT_NE(error.find("not a compute shader"), std::string::npos) << error;
+  for (auto [name, message] : {std::pair{"noSuchKernel", "noSuchKernel"}, std::pair{"gpuMisplacedKernel", "binding 2"},
+                               std::pair{"gpuFormattedKernel", "format"},
+                               std::pair{"gpuQuadVertex", "not a compute shader"}}) {
+    EXPECT_FALSE(device->newComputePipelineState(library, name, &error)) << name;
+    EXPECT_NE(error.find(message), std::string::npos) << error;
+  }
+  EXPECT_EQ(computePipeline("gpuSwizzleKernel")->functionName(), "gpuSwizzleKernel");
 
   RenderPipelineDescriptor descriptor;
   descriptor.library = library;
@@ -110,12 +98,6 @@ TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
   descriptor.fragmentFunction = "gpuQuadFragment";
   EXPECT_FALSE(device->newRenderPipelineState(descriptor, &error));
   EXPECT_NE(error.find("not a vertex shader"), std::string::npos) << error;
-}
-
-TEST_F(DeviceTest, PipelineStatesKnowTheirFunction) {
-  auto pipeline = computePipeline("gpuSwizzleKernel");
-  ASSERT_TRUE(pipeline);
-  EXPECT_EQ(pipeline->functionName(), "gpuSwizzleKernel");
 }
 
 }  // namespace

@@ -83,6 +83,29 @@ class GpuTest : public ::testing::Test {
     return texture;
   }
 
+  // Commits and waits; true when the buffer completed without an error.
+  static bool run(const std::shared_ptr<CommandBuffer>& commandBuffer) {
+    commandBuffer->commit();
+    commandBuffer->waitUntilCompleted();
+    return commandBuffer->status() == CommandBufferStatus::completed;
+  }
+
+  // One dispatch of `pipeline` over `textures` (indices 0, 1, ...) with `bytes` at index 0,
+  // encoded and committed; the buffer comes back completed or failed.
+  std::shared_ptr<CommandBuffer> dispatch(const std::shared_ptr<ComputePipelineState>& pipeline,
+                                          const std::vector<std::shared_ptr<Texture>>& textures, const void* bytes,
+                                          size_t length, Size groups, Size groupSize = kGroupSize) {
+    auto commandBuffer = queue->commandBuffer();
+    auto encoder = commandBuffer->computeCommandEncoder();
+    encoder->setComputePipelineState(pipeline);
+    for (uint32_t i = 0; i < textures.size(); ++i) encoder->setTexture(textures[i], i);
+    if (bytes != nullptr) encoder->setBytes(bytes, length, 0);
+    encoder->dispatchThreadgroups(groups, groupSize);
+    encoder->endEncoding();
+    run(commandBuffer);
+    return commandBuffer;
+  }
+
   // Tightly packed BGRA bytes of the whole texture: a shared texture is read directly, a
   // private one through a blit into a shared one.
   std::vector<uint8_t> readBack(const std::shared_ptr<Texture>& texture) {
@@ -94,9 +117,7 @@ class GpuTest : public ::testing::Test {
       auto blit = commandBuffer->blitCommandEncoder();
       blit->copyFromTexture(texture, {0, 0}, {texture->width(), texture->height(), 1}, readable, {0, 0});
       blit->endEncoding();
-      commandBuffer->commit();
-      commandBuffer->waitUntilCompleted();
-      EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::completed) << commandBuffer->errorMessage();
+      EXPECT_TRUE(run(commandBuffer)) << commandBuffer->errorMessage();
     }
     readable->getBytes(bytes.data(), size_t(texture->width()) * 4, {{0, 0}, texture->width(), texture->height()});
     return bytes;
@@ -113,6 +134,11 @@ class GpuTest : public ::testing::Test {
   std::shared_ptr<Device> device;
   std::shared_ptr<CommandQueue> queue;
   std::shared_ptr<Library> library;
+};
+
+// The block of gpuPatternKernel and gpuConstantKernel.
+struct PatternParams {
+  uint32_t width, height, seed;
 };
 
 // A deterministic pattern of BGRA bytes.

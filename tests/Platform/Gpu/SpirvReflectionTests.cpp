@@ -25,30 +25,23 @@ ShaderInterface reflect(const std::string& name) {
   return interface.value_or(ShaderInterface{});
 }
 
-TEST(SpirvReflection, AKernelsBlockTexturesAndGroupSize) {
-  ShaderInterface shader = reflect("gpuTileKernel");
-  EXPECT_EQ(shader.stage, ShaderStage::compute);
-  EXPECT_EQ(shader.entryPoint, "main");
-  EXPECT_EQ(shader.localSize[0], 16u);
-  EXPECT_EQ(shader.localSize[1], 16u);
-  EXPECT_EQ(shader.localSize[2], 1u);
-  ASSERT_EQ(shader.resources.size(), 3u);
-  EXPECT_EQ(shader.resources[0].binding, 0u);
-  EXPECT_EQ(shader.resources[0].kind, ResourceKind::uniformBlock);
-  EXPECT_EQ(shader.resources[0].blockSize, 8u);
-  EXPECT_EQ(shader.resources[1].binding, 8u);
-  EXPECT_EQ(shader.resources[1].kind, ResourceKind::sampledTexture);
-  EXPECT_EQ(shader.resources[2].binding, 9u);
-  EXPECT_EQ(shader.resources[2].kind, ResourceKind::storageTexture);
-}
-
-TEST(SpirvReflection, TheSizeOfA208ByteBlock) {
-  ShaderInterface shader = reflect("gpuBlockKernel");
-  ASSERT_FALSE(shader.resources.empty());
-  EXPECT_EQ(shader.resources[0].blockSize, 208u);
-}
-
-TEST(SpirvReflection, VertexAndFragmentStages) {
+TEST(SpirvReflection, StagesBlocksTexturesAndGroupSize) {
+  ShaderInterface tile = reflect("gpuTileKernel");
+  EXPECT_EQ(tile.stage, ShaderStage::compute);
+  EXPECT_EQ(tile.entryPoint, "main");
+  EXPECT_EQ(std::vector<uint32_t>(tile.localSize, tile.localSize + 3), (std::vector<uint32_t>{16, 16, 1}));
+  struct Row {
+    uint32_t binding;
+    ResourceKind kind;
+  };
+  const Row rows[] = {{0, ResourceKind::uniformBlock}, {8, ResourceKind::sampledTexture}, {9, ResourceKind::storageTexture}};
+  ASSERT_EQ(tile.resources.size(), std::size(rows));
+  for (size_t i = 0; i < std::size(rows); ++i) {
+    EXPECT_EQ(tile.resources[i].binding, rows[i].binding) << i;
+    EXPECT_EQ(tile.resources[i].kind, rows[i].kind) << i;
+  }
+  EXPECT_EQ(tile.resources[0].blockSize, 8u);
+  EXPECT_EQ(reflect("gpuBlockKernel").resources.at(0).blockSize, 208u);
   ShaderInterface vertex = reflect("gpuQuadVertex");
   EXPECT_EQ(vertex.stage, ShaderStage::vertex);
   ASSERT_EQ(vertex.resources.size(), 1u);
