@@ -1,6 +1,5 @@
 #include "Halvane/Rendering/RenderingEngine.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
@@ -12,6 +11,7 @@
 #include "Platform/Base/Fatal.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/SystemNotifications.h"
+#include "Platform/Gpu/ReadBack.h"
 
 namespace halvane {
 
@@ -248,19 +248,8 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
     return std::nullopt;
   };
 
-  TextureDescriptor descriptor;
-  descriptor.width = result->width();
-  descriptor.height = result->height();
-  descriptor.storageMode = StorageMode::shared;
-  descriptor.usage = TextureUsage::shaderRead;
-  auto readable = metalDevice_->newTexture(descriptor);
+  auto readable = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
   if (!readable) return finishWithoutImage();
-  auto blit = commandBuffer->blitCommandEncoder();
-  if (!blit) return finishWithoutImage();
-  const uint32_t width = std::min(result->width(), readable->width());
-  const uint32_t height = std::min(result->height(), readable->height());
-  blit->copyFromTexture(result, Origin{}, Size{width, height, 1}, readable, Origin{});
-  blit->endEncoding();
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
   if (resultIsIntermediate) texturePool_->release(result);
@@ -274,7 +263,7 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
   image.width = int(readable->width());
   image.height = int(readable->height());
   image.pixels.assign(size_t(rowBytes) * readable->height(), 0);
-  readable->getBytes(image.pixels.data(), size_t(rowBytes), Region{{0, 0}, readable->width(), readable->height()});
+  if (!readBackBGRA8(*readable, image.pixels.data(), size_t(rowBytes))) return std::nullopt;
   image.iccProfile = colorSpace;
   return image;
 }
