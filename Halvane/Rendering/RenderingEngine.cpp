@@ -6,6 +6,7 @@
 
 #include "Halvane/Rendering/BundleLocator.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
+#include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Base/Fatal.h"

@@ -11,8 +11,6 @@
 #include <vector>
 
 #include "Halvane/Model/EditState.h"
-#include "Halvane/Rendering/ColorKernelVariants.h"
-#include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/TexturePool.h"
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/NotificationCenter.h"
@@ -27,6 +25,8 @@ struct PixelSize {
   bool operator==(const PixelSize&) const = default;
 };
 
+class ColorKernelVariants;
+class FocusPass;
 class PreviewView;
 class RenderingEngine;
 
