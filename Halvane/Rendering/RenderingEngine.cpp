@@ -62,7 +62,6 @@ std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions 
 }
 
 RenderingEngine::~RenderingEngine() {
-  if (displayLink_) displayLink_->invalidate();
   platform::dispatch::NotificationCenter::defaultCenter().removeObserver(memoryWarningObserver_);
 }
 
@@ -281,53 +280,43 @@ void DisplayLinkProxy::tick() const {
 }
 
 void RenderingEngine::startDisplayLink() {
-  if (displayLink_) displayLink_->invalidate();
-  displayLinkProxy_ = std::make_shared<DisplayLinkProxy>(weak_from_this());
-  displayLink_ = platform::dispatch::makeDisplayLink([proxy = displayLinkProxy_](double, double) { proxy->tick(); });
   // Preview keeps pace with the display, never below 30 frames a second.
-  displayLink_->setPreferredFrameRateRange(30, 120, 60);
-  displayLink_->addToMainQueue();
+  previewLoop_.start({30, 120, 60}, [proxy = std::make_shared<DisplayLinkProxy>(weak_from_this())] { proxy->tick(); });
 }
 
-void RenderingEngine::stopDisplayLink() {
-  if (displayLink_) displayLink_->invalidate();
-  displayLink_.reset();
-  displayLinkProxy_.reset();
-  previewView_.reset();
-}
+void RenderingEngine::stopDisplayLink() { previewLoop_.stop(); }
 
 void RenderingEngine::setPreviewSource(std::shared_ptr<Texture> source) {
+  previewLoop_.setNeedsDisplay();
   previewSource_ = std::move(source);
-  previewIsDirty_ = true;
+}
+
+const std::shared_ptr<Texture>& RenderingEngine::previewSource() const {
+  platform::dispatch::assertMainQueue();
+  return previewSource_;
 }
 
 void RenderingEngine::applyPreviewState(const EditState& state) {
+  platform::dispatch::assertMainQueue();
   if (state == previewState_) return;
   previewState_ = state;
-  previewIsDirty_ = true;
+  previewLoop_.setNeedsDisplay();
+}
+
+const EditState& RenderingEngine::previewState() const {
+  platform::dispatch::assertMainQueue();
+  return previewState_;
 }
 
 void RenderingEngine::tick() {
-  if (!previewIsDirty_ || !previewSource_) return;
-  auto view = previewView_.lock();
+  platform::dispatch::assertMainQueue();
+  if (!previewLoop_.needsDisplay() || !previewSource_) return;
+  auto view = previewLoop_.drawableView();
   if (!view) return;
-  const DrawableSize size = view->drawableSize();
-  // Without a size the frame stays pending and comes as soon as the view has one.
-  if (size.width == 0 || size.height == 0) return;
   auto commandBuffer = commandQueue_->commandBuffer();
   if (!commandBuffer) return;
-  previewIsDirty_ = false;
-  if (previewState_.isDefault()) {
-    view->draw(previewSource_, *commandBuffer);
-    commandBuffer->commit();
-    return;
-  }
-  auto result = processTexture(previewSource_, previewState_, *commandBuffer, false);
-  view->draw(result, *commandBuffer);
-  if (result != previewSource_) {
-    commandBuffer->addCompletedHandler([pool = texturePool_, result](CommandBuffer&) { pool->release(result); });
-  }
-  commandBuffer->commit();
+  previewLoop_.clearNeedsDisplay();
+  PreviewLoop::drawFrame(*this, *view, previewSource_, previewState_, previewState_.isDefault(), *commandBuffer);
 }
 
 }  // namespace halvane
