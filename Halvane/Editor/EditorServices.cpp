@@ -56,8 +56,8 @@ class RendererEditorVideo final : public EditorVideo {
   std::shared_ptr<VideoRenderer> renderer() const override { return renderer_; }
   bool trackPropertiesLoaded() const override { return renderer_->trackPropertiesLoaded(); }
   bool hasAsset() const override { return renderer_->asset() != nullptr; }
-  void updateEditState(const EditState& state) override { renderer_->updateEditState(state); }
-  void setNeedsDisplay() override { renderer_->updateEditState(renderer_->currentState()); }
+  void showPreviewState(const EditState& state) override { renderer_->showPreviewState(state); }
+  void setPreviewNeedsDisplay() override { renderer_->setPreviewNeedsDisplay(); }
   void setVolume(float volume) override { renderer_->player().setVolume(volume); }
   float rate() const override { return renderer_->player().rate(); }
   void play() override { renderer_->player().play(); }

@@ -13,6 +13,7 @@
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Model/ExportPresets.h"
+#include "Halvane/Rendering/PreviewLoop.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Halvane/Video/VideoRenderer.h"
@@ -35,17 +36,14 @@ class PhotoExportService {
                          std::function<void(std::optional<std::filesystem::path>)> completion) = 0;
 };
 
-// What a session needs of its VideoRenderer. Main thread only.
-class EditorVideo {
+// What a session needs of its VideoRenderer; the edit reaches its preview as it reaches
+// the photo's, through PreviewTarget. Main thread only.
+class EditorVideo : public PreviewTarget {
  public:
-  virtual ~EditorVideo() = default;
   // The renderer itself, for the panels that draw from it; none in tests.
   virtual std::shared_ptr<VideoRenderer> renderer() const = 0;
   virtual bool trackPropertiesLoaded() const = 0;
   virtual bool hasAsset() const = 0;
-  virtual void updateEditState(const EditState& state) = 0;
-  // Redraws the state shown (the view's size changed).
-  virtual void setNeedsDisplay() = 0;
   virtual void setVolume(float volume) = 0;
   virtual float rate() const = 0;
   virtual void play() = 0;

@@ -137,6 +137,7 @@ void EditorSession::loadPhoto(const platform::media::Image& image) {
   // The committed state, not workingState: an initial tool's full-frame preview is not
   // restored here.
   engine->applyPreviewState(editHistory_.currentState());
+  previewTarget_ = engine;
 }
 
 void EditorSession::loadVideo(const std::filesystem::path& url) {
@@ -153,6 +154,7 @@ void EditorSession::loadVideo(const std::filesystem::path& url) {
 void EditorSession::finishVideoLoad(std::shared_ptr<platform::media::Asset> asset) {
   previewView_ = screen_->makePreviewView();
   videoRenderer_ = services_.videoLoader->startVideo(std::move(asset), previewView_);
+  previewTarget_ = videoRenderer_;
   std::weak_ptr<EditorSession> weakSelf = weak_from_this();
   previewView_->onBoundsChanged = [weakSelf] {
     if (auto self = weakSelf.lock()) self->markPreviewDirty();
@@ -249,16 +251,12 @@ void EditorSession::closeTapped() {
 // --- Preview, undo and redo.
 
 void EditorSession::applyPreviewState(const EditState& state) {
-  if (sourceTexture_) container_->renderingEngine->applyPreviewState(state);
-  if (videoRenderer_) {
-    videoRenderer_->updateEditState(state);
-    videoRenderer_->setVolume(state.audioMuted ? 0.0f : state.audioVolume);
-  }
+  if (previewTarget_) previewTarget_->showPreviewState(state);
+  if (videoRenderer_) videoRenderer_->setVolume(state.audioMuted ? 0.0f : state.audioVolume);
 }
 
 void EditorSession::markPreviewDirty() {
-  if (sourceTexture_) container_->renderingEngine->setPreviewNeedsDisplay();
-  if (videoRenderer_) videoRenderer_->setNeedsDisplay();
+  if (previewTarget_) previewTarget_->setPreviewNeedsDisplay();
 }
 
 void EditorSession::refreshUndoRedoButtons() {

@@ -163,6 +163,8 @@ class EditorSession : public std::enable_shared_from_this<EditorSession> {
   std::shared_ptr<ToolTransition> toolTransitionAnimator_;
   bool wasPlayingBeforeDisappear_ = false;
   std::shared_ptr<PreviewView> previewView_;
+  // The photo's engine or the video's renderer, once the medium has loaded.
+  std::shared_ptr<PreviewTarget> previewTarget_;
   std::shared_ptr<platform::gpu::Texture> sourceTexture_;
   std::optional<platform::media::Image> sourceCGImage_;
   int sourceWidth_ = 0;

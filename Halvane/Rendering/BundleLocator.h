@@ -3,6 +3,9 @@
 // first (a build-time or test override), then the resource folder beside the running
 // executable, the resource folder beside the library that holds the engine, and the
 // executable's own folder.
+#ifndef HALVANE_INSIDE_HalvaneRendering
+#error "a private header of Halvane/Rendering: include its public headers"
+#endif
 #include <optional>
 #include <string>
 #include <vector>

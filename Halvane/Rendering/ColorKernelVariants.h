@@ -6,6 +6,9 @@
 // Variants are made on a worker thread of their own on first use, kept for the life of
 // the engine and, through the device's pipeline cache, across runs. Every method is safe
 // from any thread.
+#ifndef HALVANE_INSIDE_HalvaneRendering
+#error "a private header of Halvane/Rendering: include its public headers"
+#endif
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>

@@ -6,6 +6,9 @@
 // "focusKernel", reads them at full resolution. Intermediates come from the texture
 // pool and go back to it when the command buffer has completed. Safe from any thread:
 // it holds only pipelines and the pool.
+#ifndef HALVANE_INSIDE_HalvaneRendering
+#error "a private header of Halvane/Rendering: include its public headers"
+#endif
 #include <cstdint>
 #include <memory>
 #include <string>

@@ -3,10 +3,12 @@
 #include <algorithm>
 
 #include "Halvane/Rendering/RenderingEngine.h"
+#include "Platform/Dispatch/MainQueue.h"
 
 namespace halvane {
 
 using namespace platform::gpu;
+using platform::dispatch::assertMainQueue;
 
 // The drawables of one size and which of them are still on their way to the screen.
 // Shared with the completion handlers, which may outlive the view.
@@ -33,20 +35,26 @@ DisplayQuad fitQuad(float textureWidth, float textureHeight, float drawableWidth
 PreviewView::PreviewView() : drawables_(std::make_shared<Drawables>()) {}
 
 void PreviewView::configure(const RenderingEngine& engine) {
+  assertMainQueue();
   device_ = engine.metalDevice();
   renderPipeline_ = engine.displayPipeline();
 }
 
 void PreviewView::layout(double boundsWidth, double boundsHeight) {
+  assertMainQueue();
   if (boundsWidth == lastBoundsWidth_ && boundsHeight == lastBoundsHeight_) return;
   lastBoundsWidth_ = boundsWidth;
   lastBoundsHeight_ = boundsHeight;
   if (onBoundsChanged) onBoundsChanged();
 }
 
-void PreviewView::setDrawableSize(DrawableSize size) { drawableSize_ = size; }
+void PreviewView::setDrawableSize(DrawableSize size) {
+  assertMainQueue();
+  drawableSize_ = size;
+}
 
 void PreviewView::setPresenter(std::shared_ptr<FramePresenter> presenter) {
+  assertMainQueue();
   std::lock_guard guard(drawables_->lock);
   drawables_->presenter = std::move(presenter);
 }
@@ -84,6 +92,7 @@ std::shared_ptr<Texture> PreviewView::nextDrawable() {
 }
 
 void PreviewView::draw(const std::shared_ptr<Texture>& texture, CommandBuffer& commandBuffer) {
+  assertMainQueue();
   if (!texture) return;
   auto drawable = nextDrawable();
   if (!drawable || !renderPipeline_) {

@@ -4,7 +4,8 @@
 // command buffer, and it fits the texture into its drawable keeping the aspect ratio,
 // enlarged by displayOverscale and moved by displayOffset, on opaque black. Drawables
 // are offscreen BGRA8 textures of drawableSize, handed to a FramePresenter once drawn.
-// Main thread only, except the presentation, which runs on the GPU's completion thread.
+// Main thread only (it asserts so), except the presentation, which runs on the GPU's
+// completion thread.
 #include <functional>
 #include <memory>
 #include <mutex>

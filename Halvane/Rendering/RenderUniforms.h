@@ -4,6 +4,9 @@
 // every frame, so no kernel has to defend itself against a NaN or a value out of
 // range. Pure functions, callable on any thread. The GLSL mirror of the block is
 // Halvane/Shaders/Uniforms.glsl; both change together.
+#ifndef HALVANE_INSIDE_HalvaneRendering
+#error "a private header of Halvane/Rendering: include its public headers"
+#endif
 #include <bit>
 #include <cstddef>
 #include <cstdint>

@@ -1,17 +1,18 @@
 #include "Halvane/Rendering/RenderingEngine.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
 
 #include "Halvane/Rendering/BundleLocator.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
+#include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Base/Fatal.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/SystemNotifications.h"
+#include "Platform/Gpu/ReadBack.h"
 
 namespace halvane {
 
@@ -61,7 +62,6 @@ std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions 
 }
 
 RenderingEngine::~RenderingEngine() {
-  if (displayLink_) displayLink_->invalidate();
   platform::dispatch::NotificationCenter::defaultCenter().removeObserver(memoryWarningObserver_);
 }
 
@@ -248,19 +248,8 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
     return std::nullopt;
   };
 
-  TextureDescriptor descriptor;
-  descriptor.width = result->width();
-  descriptor.height = result->height();
-  descriptor.storageMode = StorageMode::shared;
-  descriptor.usage = TextureUsage::shaderRead;
-  auto readable = metalDevice_->newTexture(descriptor);
+  auto readable = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
   if (!readable) return finishWithoutImage();
-  auto blit = commandBuffer->blitCommandEncoder();
-  if (!blit) return finishWithoutImage();
-  const uint32_t width = std::min(result->width(), readable->width());
-  const uint32_t height = std::min(result->height(), readable->height());
-  blit->copyFromTexture(result, Origin{}, Size{width, height, 1}, readable, Origin{});
-  blit->endEncoding();
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
   if (resultIsIntermediate) texturePool_->release(result);
@@ -274,7 +263,7 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
   image.width = int(readable->width());
   image.height = int(readable->height());
   image.pixels.assign(size_t(rowBytes) * readable->height(), 0);
-  readable->getBytes(image.pixels.data(), size_t(rowBytes), Region{{0, 0}, readable->width(), readable->height()});
+  if (!readBackBGRA8(*readable, image.pixels.data(), size_t(rowBytes))) return std::nullopt;
   image.iccProfile = colorSpace;
   return image;
 }
@@ -291,53 +280,43 @@ void DisplayLinkProxy::tick() const {
 }
 
 void RenderingEngine::startDisplayLink() {
-  if (displayLink_) displayLink_->invalidate();
-  displayLinkProxy_ = std::make_shared<DisplayLinkProxy>(weak_from_this());
-  displayLink_ = platform::dispatch::makeDisplayLink([proxy = displayLinkProxy_](double, double) { proxy->tick(); });
   // Preview keeps pace with the display, never below 30 frames a second.
-  displayLink_->setPreferredFrameRateRange(30, 120, 60);
-  displayLink_->addToMainQueue();
+  previewLoop_.start({30, 120, 60}, [proxy = std::make_shared<DisplayLinkProxy>(weak_from_this())] { proxy->tick(); });
 }
 
-void RenderingEngine::stopDisplayLink() {
-  if (displayLink_) displayLink_->invalidate();
-  displayLink_.reset();
-  displayLinkProxy_.reset();
-  previewView_.reset();
-}
+void RenderingEngine::stopDisplayLink() { previewLoop_.stop(); }
 
 void RenderingEngine::setPreviewSource(std::shared_ptr<Texture> source) {
+  previewLoop_.setNeedsDisplay();
   previewSource_ = std::move(source);
-  previewIsDirty_ = true;
+}
+
+const std::shared_ptr<Texture>& RenderingEngine::previewSource() const {
+  platform::dispatch::assertMainQueue();
+  return previewSource_;
 }
 
 void RenderingEngine::applyPreviewState(const EditState& state) {
+  platform::dispatch::assertMainQueue();
   if (state == previewState_) return;
   previewState_ = state;
-  previewIsDirty_ = true;
+  previewLoop_.setNeedsDisplay();
+}
+
+const EditState& RenderingEngine::previewState() const {
+  platform::dispatch::assertMainQueue();
+  return previewState_;
 }
 
 void RenderingEngine::tick() {
-  if (!previewIsDirty_ || !previewSource_) return;
-  auto view = previewView_.lock();
+  platform::dispatch::assertMainQueue();
+  if (!previewLoop_.needsDisplay() || !previewSource_) return;
+  auto view = previewLoop_.drawableView();
   if (!view) return;
-  const DrawableSize size = view->drawableSize();
-  // Without a size the frame stays pending and comes as soon as the view has one.
-  if (size.width == 0 || size.height == 0) return;
   auto commandBuffer = commandQueue_->commandBuffer();
   if (!commandBuffer) return;
-  previewIsDirty_ = false;
-  if (previewState_.isDefault()) {
-    view->draw(previewSource_, *commandBuffer);
-    commandBuffer->commit();
-    return;
-  }
-  auto result = processTexture(previewSource_, previewState_, *commandBuffer, false);
-  view->draw(result, *commandBuffer);
-  if (result != previewSource_) {
-    commandBuffer->addCompletedHandler([pool = texturePool_, result](CommandBuffer&) { pool->release(result); });
-  }
-  commandBuffer->commit();
+  previewLoop_.clearNeedsDisplay();
+  PreviewLoop::drawFrame(*this, *view, previewSource_, previewState_, previewState_.isDefault(), *commandBuffer);
 }
 
 }  // namespace halvane

@@ -3,7 +3,7 @@
 // pipeline and the texture pool. Turns a source texture and an EditState into a new
 // texture by a chain of compute passes (geometry, colour, focus), and that texture into
 // a bitmap. One engine per AppContainer; processTexture and renderToImage may be called
-// from any thread, the preview members only from the main thread.
+// from any thread, the preview members only from the main thread (they assert so).
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -11,10 +11,8 @@
 #include <vector>
 
 #include "Halvane/Model/EditState.h"
-#include "Halvane/Rendering/ColorKernelVariants.h"
-#include "Halvane/Rendering/FocusPass.h"
+#include "Halvane/Rendering/PreviewLoop.h"
 #include "Halvane/Rendering/TexturePool.h"
-#include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Gpu/Device.h"
 #include "Platform/Media/Image.h"
@@ -27,6 +25,8 @@ struct PixelSize {
   bool operator==(const PixelSize&) const = default;
 };
 
+class ColorKernelVariants;
+class FocusPass;
 class PreviewView;
 class RenderingEngine;
 
@@ -47,7 +47,7 @@ struct RenderingEngineOptions {
   TexturePool::Allocator textureAllocator;
 };
 
-class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
+class RenderingEngine : public PreviewTarget, public std::enable_shared_from_this<RenderingEngine> {
  public:
   // Stops the program when the GPU, the bundle or a kernel cannot be had: there is no
   // degraded engine.
@@ -94,23 +94,24 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   // on the platform's memory warning.
   void purgeCaches();
 
-  // The preview loop (main thread only). A dirty tick runs the pipeline over the
-  // preview source at full resolution and draws the result on the view without
+  // The photo's preview loop (main thread only). A dirty tick runs the pipeline over
+  // the preview source at full resolution and draws the result on the view without
   // waiting for the GPU; a clean tick does nothing.
   void startDisplayLink();
   void stopDisplayLink();  // also forgets the view
   void tick();
   // A new source always asks for a frame.
   void setPreviewSource(std::shared_ptr<platform::gpu::Texture> source);
-  const std::shared_ptr<platform::gpu::Texture>& previewSource() const { return previewSource_; }
+  const std::shared_ptr<platform::gpu::Texture>& previewSource() const;
   // Asks for a frame only when the state differs from the one shown.
   void applyPreviewState(const EditState& state);
-  const EditState& previewState() const { return previewState_; }
-  void setPreviewNeedsDisplay() { previewIsDirty_ = true; }
-  bool previewIsDirty() const { return previewIsDirty_; }
-  void setPreviewView(std::weak_ptr<PreviewView> view) { previewView_ = std::move(view); }
-  std::shared_ptr<PreviewView> previewView() const { return previewView_.lock(); }
-  bool isDisplayLinkRunning() const { return displayLink_ != nullptr; }
+  const EditState& previewState() const;
+  void setPreviewNeedsDisplay() override { previewLoop_.setNeedsDisplay(); }
+  bool previewIsDirty() const { return previewLoop_.needsDisplay(); }
+  void setPreviewView(std::weak_ptr<PreviewView> view) { previewLoop_.setView(std::move(view)); }
+  std::shared_ptr<PreviewView> previewView() const { return previewLoop_.view(); }
+  bool isDisplayLinkRunning() const { return previewLoop_.displayLink() != nullptr; }
+  void showPreviewState(const EditState& state) override { applyPreviewState(state); }
 
  private:
   RenderingEngine() = default;
@@ -127,12 +128,9 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<platform::gpu::Library> library_;
   std::shared_ptr<platform::gpu::RenderPipelineState> displayPipeline_;
   platform::dispatch::NotificationCenter::ObserverToken memoryWarningObserver_ = 0;
-  std::shared_ptr<platform::dispatch::DisplayLink> displayLink_;
-  std::shared_ptr<DisplayLinkProxy> displayLinkProxy_;
-  bool previewIsDirty_ = false;
+  PreviewLoop previewLoop_;
   std::shared_ptr<platform::gpu::Texture> previewSource_;
   EditState previewState_;
-  std::weak_ptr<PreviewView> previewView_;
 };
 
 }  // namespace halvane

@@ -2,6 +2,9 @@
 // Bilinear scale of a whole texture onto a whole texture of another size, as one
 // compute pass ("bilinearScaleKernel" of the engine's bundle) encoded into a command
 // buffer the caller commits. Immutable once made; safe from any thread.
+#ifndef HALVANE_INSIDE_HalvaneVideo
+#error "a private header of Halvane/Video: include its public headers"
+#endif
 #include <memory>
 
 #include "Halvane/Rendering/RenderingEngine.h"

@@ -5,6 +5,9 @@
 // buffer once the GPU has written them. One texture per role is kept and reused while
 // the size stays, so a long export allocates nothing per frame and its memory stays
 // flat. Used by one thread at a time (the export's video queue), one frame at a time.
+#ifndef HALVANE_INSIDE_HalvaneVideo
+#error "a private header of Halvane/Video: include its public headers"
+#endif
 #include <memory>
 
 #include "Platform/Gpu/Device.h"

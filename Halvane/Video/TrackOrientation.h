@@ -2,6 +2,9 @@
 // How a video track is turned for display: its transform read as whole clockwise
 // quarter turns, the upright size it gives, and the edit that bakes the turn into the
 // pixels. Pure functions, any thread.
+#ifndef HALVANE_INSIDE_HalvaneVideo
+#error "a private header of Halvane/Video: include its public headers"
+#endif
 #include <cstdint>
 #include <optional>
 

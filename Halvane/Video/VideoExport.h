@@ -6,6 +6,9 @@
 // frame at a time through orientation, edit and scale on the GPU into the writer; the
 // audio pump copies or re-encodes the sound. When both have left, the export finishes
 // on the main queue. Internal to Halvane/Video: VideoRenderer::exportVideo is the entry.
+#ifndef HALVANE_INSIDE_HalvaneVideo
+#error "a private header of Halvane/Video: include its public headers"
+#endif
 #include <functional>
 #include <memory>
 #include <mutex>

@@ -2,6 +2,9 @@
 // The decisions of a video export that depend on numbers only: the output size of a
 // preset, the time range of a trim, the encoder settings, and what happens to the
 // sound. Pure functions, any thread.
+#ifndef HALVANE_INSIDE_HalvaneVideo
+#error "a private header of Halvane/Video: include its public headers"
+#endif
 #include <cstdint>
 #include <optional>
 

@@ -13,7 +13,6 @@
 namespace halvane {
 
 using platform::dispatch::NotificationCenter;
-using platform::gpu::CommandBuffer;
 using platform::gpu::Texture;
 using platform::media::MediaTime;
 
@@ -45,9 +44,13 @@ VideoRenderer::VideoRenderer(std::shared_ptr<RenderingEngine> engine, VideoRende
 VideoRenderer::~VideoRenderer() {
   player_->pause();
   player_->replaceCurrentItem(nullptr);
-  if (displayLink_) displayLink_->invalidate();
   if (endTimeObserver_) NotificationCenter::defaultCenter().removeObserver(endTimeObserver_);
-  removeTrimBoundaryObserver();
+  dropTrimBoundaryObserver();
+}
+
+void VideoRenderer::setAsset(std::shared_ptr<platform::media::Asset> asset) {
+  platform::dispatch::assertMainQueue();
+  asset_ = std::move(asset);
 }
 
 // --- Load sequence ---
@@ -121,7 +124,7 @@ void VideoRenderer::finishLoad(double durationSeconds) {
 void VideoRenderer::updateEditState(const EditState& state) {
   platform::dispatch::assertMainQueue();
   currentState_ = state;
-  previewIsDirty_ = true;
+  previewLoop_.setNeedsDisplay();
   const PixelSize size =
       RenderingEngine::outputSize(wholePixels(videoNaturalSize_.width), wholePixels(videoNaturalSize_.height), state);
   if (size.width >= 1 && size.height >= 1) currentRenderSize_ = {double(size.width), double(size.height)};
@@ -130,12 +133,11 @@ void VideoRenderer::updateEditState(const EditState& state) {
 // --- The tick ---
 
 void VideoRenderer::renderTick() {
-  auto view = previewView_.lock();
-  if (!videoOutput_ || !view) return;
+  platform::dispatch::assertMainQueue();
   // No frame is taken before the orientation is known.
-  if (!trackPropertiesLoaded_) return;
-  const DrawableSize drawable = view->drawableSize();
-  if (drawable.width == 0 || drawable.height == 0) return;
+  if (!videoOutput_ || !trackPropertiesLoaded_) return;
+  auto view = previewLoop_.drawableView();
+  if (!view) return;
 
   std::shared_ptr<Texture> newTexture;
   platform::media::PixelBuffer newPixelBuffer;
@@ -146,20 +148,19 @@ void VideoRenderer::renderTick() {
       newTexture = engine_->makeTexture(newPixelBuffer.data(), uint32_t(newPixelBuffer.width()),
                                         uint32_t(newPixelBuffer.height()), newPixelBuffer.bytesPerRow());
       if (newTexture) {
-        previewIsDirty_ = true;
+        previewLoop_.setNeedsDisplay();
       } else {
         newPixelBuffer = {};
       }
     }
   }
 
-  if (!previewIsDirty_) return;
+  if (!previewLoop_.needsDisplay()) return;
   if (!newTexture && !lastSourceTexture_) return;  // stays dirty until a frame comes
-  previewIsDirty_ = false;
+  previewLoop_.clearNeedsDisplay();
   auto commandBuffer = engine_->commandQueue()->commandBuffer();
   if (!commandBuffer) return;
 
-  const auto pool = engine_->texturePool();
   std::vector<std::shared_ptr<Texture>> giveBack;
   if (newTexture) {
     if (trackQuarterTurns_ != 0) {
@@ -178,27 +179,12 @@ void VideoRenderer::renderTick() {
     }
   }
   if (!lastSourceTexture_) {
+    const auto pool = engine_->texturePool();
     for (const auto& texture : giveBack) pool->release(texture);
     return;
   }
-
-  if (isNeutralForRendering(currentState_)) {
-    view->draw(lastSourceTexture_, *commandBuffer);
-    if (!giveBack.empty()) {
-      commandBuffer->addCompletedHandler([pool, giveBack](CommandBuffer&) {
-        for (const auto& texture : giveBack) pool->release(texture);
-      });
-    }
-  } else {
-    const auto source = lastSourceTexture_;
-    auto edited = engine_->processTexture(source, currentState_, *commandBuffer, /*finalOutput=*/false);
-    view->draw(edited, *commandBuffer);
-    if (edited != source) giveBack.push_back(edited);
-    commandBuffer->addCompletedHandler([pool, giveBack](CommandBuffer&) {
-      for (const auto& texture : giveBack) pool->release(texture);
-    });
-  }
-  commandBuffer->commit();
+  PreviewLoop::drawFrame(*engine_, *view, lastSourceTexture_, currentState_, isNeutralForRendering(currentState_),
+                         *commandBuffer, std::move(giveBack));
 
   if (onFirstSourceTexture && lastSourceTexture_) {
     auto callback = std::move(onFirstSourceTexture);
@@ -229,6 +215,11 @@ void VideoRenderer::applyTrimRange(const EditState& state) {
 }
 
 void VideoRenderer::removeTrimBoundaryObserver() {
+  platform::dispatch::assertMainQueue();
+  dropTrimBoundaryObserver();
+}
+
+void VideoRenderer::dropTrimBoundaryObserver() {
   if (!trimBoundaryObserver_) return;
   player_->removeTimeObserver(*trimBoundaryObserver_);
   trimBoundaryObserver_.reset();
@@ -237,21 +228,14 @@ void VideoRenderer::removeTrimBoundaryObserver() {
 // --- Lifecycle ---
 
 void VideoRenderer::startDisplayLink() {
-  platform::dispatch::assertMainQueue();
-  if (displayLink_) displayLink_->invalidate();
-  displayLinkProxy_ = std::make_shared<VideoDisplayLinkProxy>(weak_from_this());
-  displayLink_ = platform::dispatch::makeDisplayLink([proxy = displayLinkProxy_](double, double) { proxy->tick(); });
   // A full pipeline pass per frame: below the screen's rate, never under 24.
-  displayLink_->setPreferredFrameRateRange(24, 60, 30);
-  displayLink_->addToMainQueue();
+  previewLoop_.start({24, 60, 30},
+                     [proxy = std::make_shared<VideoDisplayLinkProxy>(weak_from_this())] { proxy->tick(); });
 }
 
 void VideoRenderer::stopPlayback() {
   platform::dispatch::assertMainQueue();
-  if (displayLink_) displayLink_->invalidate();
-  displayLink_.reset();
-  displayLinkProxy_.reset();
-  previewView_.reset();
+  previewLoop_.stop();
   player_->replaceCurrentItem(nullptr);
   videoOutput_.reset();
   lastSourcePixelBuffer_ = {};

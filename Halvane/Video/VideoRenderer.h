@@ -5,9 +5,11 @@
 // through the engine with the current EditState and drawn on the PreviewView. The
 // player's own picture is never shown.
 //
-// Main thread only (it asserts so), with two exceptions: the export's pumps run on its
-// own serial queues and share with playback only the engine, the asset and the cancel
-// flag (guarded by its lock); GPU completed handlers touch only the texture pool.
+// Main thread only (its operations assert so; the plain getters do not), with two
+// exceptions: the export's pumps run on its own serial queues and share with playback
+// only the engine, the asset and the cancel flag (guarded by its lock); GPU completed
+// handlers touch only the texture pool. The preview runs on a PreviewLoop, as the
+// photo's does.
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -17,11 +19,11 @@
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Model/ExportPresets.h"
+#include "Halvane/Rendering/PreviewLoop.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Halvane/Video/VideoRenderError.h"
 #include "Platform/Base/Expected.h"
-#include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/Asset.h"
 #include "Platform/Media/AudioSink.h"
@@ -83,7 +85,7 @@ struct ExportCancelState {
 // The written movie's path, or why there is none.
 using VideoExportResult = platform::Expected<std::string, VideoRenderError>;
 
-class VideoRenderer : public std::enable_shared_from_this<VideoRenderer> {
+class VideoRenderer : public PreviewTarget, public std::enable_shared_from_this<VideoRenderer> {
  public:
   static std::shared_ptr<VideoRenderer> create(std::shared_ptr<RenderingEngine> engine,
                                                VideoRendererOptions options = {});
@@ -93,15 +95,18 @@ class VideoRenderer : public std::enable_shared_from_this<VideoRenderer> {
 
   // --- Playback. The controller sets the view, starts the link, loads the asset and
   // then calls play on the player.
-  void setPreviewView(std::weak_ptr<PreviewView> view) { previewView_ = std::move(view); }
+  void setPreviewView(std::weak_ptr<PreviewView> view) { previewLoop_.setView(std::move(view)); }
   void startDisplayLink();
   // Replaces the player's item at once; the track's orientation, size and the duration
   // arrive later, from a task on the main queue that a newer load overtakes.
   void loadAsset(std::shared_ptr<platform::media::Asset> asset);
   // The asset alone, for an export without playback.
-  void setAsset(std::shared_ptr<platform::media::Asset> asset) { asset_ = std::move(asset); }
+  void setAsset(std::shared_ptr<platform::media::Asset> asset);
   // Shows the state: at the next tick, from the last frame when the player stands still.
   void updateEditState(const EditState& state);
+  void showPreviewState(const EditState& state) override { updateEditState(state); }
+  // Redraws the state shown at the next tick.
+  void setPreviewNeedsDisplay() override { previewLoop_.setNeedsDisplay(); }
   // Seeks to the trim start and loops back there when playback crosses the trim end.
   void applyTrimRange(const EditState& state);
   void removeTrimBoundaryObserver();
@@ -127,11 +132,11 @@ class VideoRenderer : public std::enable_shared_from_this<VideoRenderer> {
   std::int64_t trackQuarterTurns() const { return trackQuarterTurns_; }
   bool trackPropertiesLoaded() const { return trackPropertiesLoaded_; }
   std::int64_t loadGeneration() const { return loadGeneration_; }
-  bool previewIsDirty() const { return previewIsDirty_; }
+  bool previewIsDirty() const { return previewLoop_.needsDisplay(); }
   const std::shared_ptr<platform::gpu::Texture>& lastSourceTexture() const { return lastSourceTexture_; }
   const platform::media::PixelBuffer& lastSourcePixelBuffer() const { return lastSourcePixelBuffer_; }
   const std::shared_ptr<platform::gpu::Texture>& orientedTexture() const { return orientedTexture_; }
-  const std::shared_ptr<platform::dispatch::DisplayLink>& displayLink() const { return displayLink_; }
+  const std::shared_ptr<platform::dispatch::DisplayLink>& displayLink() const { return previewLoop_.displayLink(); }
 
   // --- Export. Renders the asset with `state` into a QuickTime movie at `outputURL`
   // (a path or file:// URL where nothing stands yet). `progress` (0 to 1, once per
@@ -150,6 +155,7 @@ class VideoRenderer : public std::enable_shared_from_this<VideoRenderer> {
   void applyTrack(const platform::media::AssetTrack& track);
   void finishLoad(double durationSeconds);
   void loopToTrimStart();
+  void dropTrimBoundaryObserver();
 
   const std::shared_ptr<RenderingEngine> engine_;
   std::shared_ptr<platform::media::AudioSink> audioSink_;
@@ -165,12 +171,9 @@ class VideoRenderer : public std::enable_shared_from_this<VideoRenderer> {
   platform::media::MediaTime cachedDuration_ = platform::media::MediaTime::zero();
   std::int64_t trackQuarterTurns_ = 0;
   bool trackPropertiesLoaded_ = false;
-  std::weak_ptr<PreviewView> previewView_;
-  std::shared_ptr<platform::dispatch::DisplayLink> displayLink_;
-  std::shared_ptr<VideoDisplayLinkProxy> displayLinkProxy_;
+  PreviewLoop previewLoop_;
   std::shared_ptr<platform::gpu::Texture> lastSourceTexture_;
   platform::media::PixelBuffer lastSourcePixelBuffer_;
-  bool previewIsDirty_ = false;
   std::shared_ptr<platform::gpu::Texture> orientedTexture_;
   std::optional<platform::media::Player::TimeObserverToken> trimBoundaryObserver_;
   const std::shared_ptr<ExportCancelState> cancelState_ = std::make_shared<ExportCancelState>();

@@ -3,6 +3,9 @@
 // EXIF payload of a JPEG APP1 segment, a PNG eXIf chunk or a WebP EXIF chunk, and a
 // minimal EXIF block that carries only that tag, for the JPEG and PNG writers.
 // Pure functions on bytes; safe from any thread.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 #include <cstdint>
 #include <optional>
 #include <span>

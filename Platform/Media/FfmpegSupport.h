@@ -3,6 +3,9 @@
 // conversions every video and audio service shares (errors, times, the display matrix,
 // BGRA and float PCM conversion, a one-stream frame reader). Never included by a public
 // header, so no FFmpeg type leaves this layer.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>

@@ -5,6 +5,9 @@
 // Requests run in order on a serial queue of the grabber's own; the handler is called
 // there, once for each requested time, in the order asked. cancelAll() makes every
 // request not yet done answer with a `cancelled` error. Thread-safe.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 #include <functional>
 #include <memory>
 #include <vector>

@@ -4,6 +4,9 @@
 // encoded at the smallest size x265 takes, their edges repeated into the margin, and
 // the stream's conformance window then crops the margin away, so every decoder shows
 // the intended size.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 extern "C" {
 #include <libavcodec/bsf.h>
 }

@@ -2,6 +2,9 @@
 // Private to Platform/Media: the per-format decoders behind decodeImage, and the small
 // helpers they share. Each decoder takes the whole file in memory, has already been
 // chosen by sniffing, and never allocates pixels before checkImageSize agreed.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 #include <cstdint>
 #include <optional>
 #include <span>

@@ -4,6 +4,9 @@
 // silences warnings (the program writes no log). Each function that calls setjmp on
 // it holds no C++ object of its own that a longjmp could skip: state lives in the
 // caller's frame and is reached through pointers.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 #include <csetjmp>
 #include <cstdio>  // jpeglib.h needs FILE and size_t first
 

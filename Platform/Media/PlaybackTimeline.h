@@ -5,6 +5,9 @@
 // passes a time reports it once; a seek passes nothing; the end is reported once per
 // arrival. Plain arithmetic without threads or clocks of its own: the player calls it
 // under its lock with its clock's reading, tests with any number they like.
+#ifndef HALVANE_INSIDE_PlatformMedia
+#error "a private header of Platform/Media: include its public headers"
+#endif
 #include "Platform/Media/AssetTypes.h"
 
 namespace platform::media {

@@ -5,6 +5,9 @@
 // lag is the host time elapsed since then less the duration heard, smoothed so that a
 // device's coarse position reports do not make the picture jitter, and held between 0
 // and half a second. The clock never goes back. Not thread-safe: the sink locks it.
+#ifndef HALVANE_INSIDE_PlatformQt
+#error "a private header of Platform/Qt: include its public headers"
+#endif
 #include <cstdint>
 
 namespace platform::qt {

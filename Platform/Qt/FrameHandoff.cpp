@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "Platform/Base/Fatal.h"
+#include "Platform/Gpu/ReadBack.h"
 
 namespace platform::qt {
 
@@ -18,13 +19,9 @@ std::shared_ptr<FrameHandoff> FrameHandoff::create(std::shared_ptr<dispatch::Mai
 FrameHandoff::FrameHandoff(std::shared_ptr<dispatch::MainQueue> mainQueue) : mainQueue_(std::move(mainQueue)) {}
 
 void FrameHandoff::present(const gpu::Texture& drawable) {
-  if (drawable.pixelFormat() != gpu::PixelFormat::bgra8Unorm || drawable.storageMode() != gpu::StorageMode::shared ||
-      drawable.width() == 0 || drawable.height() == 0) {
-    return;
-  }
   QImage frame(int(drawable.width()), int(drawable.height()), QImage::Format_RGB32);
-  if (frame.isNull()) return;  // no memory for it: the frame is lost, the last one stays
-  drawable.getBytes(frame.bits(), size_t(frame.bytesPerLine()), gpu::Region{{0, 0}, drawable.width(), drawable.height()});
+  // No memory for it, or not a drawable: the frame is lost, the last one stays.
+  if (frame.isNull() || !gpu::readBackBGRA8(drawable, frame.bits(), size_t(frame.bytesPerLine()))) return;
   bool queue = false;
   {
     std::lock_guard guard(lock_);

@@ -2,6 +2,9 @@
 // A bounded first-in first-out store of interleaved float frames between the player's
 // decoding thread (which writes) and the audio thread (which reads). Thread-safe;
 // never blocks for longer than a copy.
+#ifndef HALVANE_INSIDE_PlatformQt
+#error "a private header of Platform/Qt: include its public headers"
+#endif
 #include <cstddef>
 #include <mutex>
 #include <vector>

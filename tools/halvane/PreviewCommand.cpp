@@ -13,6 +13,7 @@
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/MediaClock.h"
 #include "Platform/Dispatch/RunLoopMainQueue.h"
+#include "Platform/Gpu/ReadBack.h"
 #include "Platform/Media/ImageEncoder.h"
 
 namespace halvane::cli {
@@ -29,8 +30,7 @@ class LastFramePresenter : public FramePresenter {
     frame.width = int(drawable->width());
     frame.height = int(drawable->height());
     frame.pixels.resize(frame.bytesPerRow() * size_t(frame.height));
-    drawable->getBytes(frame.pixels.data(), frame.bytesPerRow(),
-                       platform::gpu::Region{{0, 0}, drawable->width(), drawable->height()});
+    if (!platform::gpu::readBackBGRA8(*drawable, frame.pixels.data(), frame.bytesPerRow())) return;
     std::lock_guard guard(lock_);
     last_ = std::move(frame);
     presentTimes_.push_back(platform::dispatch::mediaTime());

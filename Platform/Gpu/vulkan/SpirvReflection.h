@@ -2,6 +2,9 @@
 // A light reader of SPIR-V modules: the entry point, the compute local size and the
 // descriptor bindings with their kinds, enough to build a pipeline layout that follows
 // the binding convention of Encoders.h. Pure functions; no Vulkan calls.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <cstdint>
 #include <optional>
 #include <string>

@@ -10,6 +10,9 @@
 //
 // Encoding happens on one thread at a time; commit hands the buffer to the context,
 // whose completion thread calls complete() in commit order.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <vulkan/vulkan.h>
 
 #include <array>

@@ -4,6 +4,9 @@
 // small shared resources (sampler, render passes, recycled command pools and uniform
 // chunks, pipeline cache). Every object of the layer holds it by shared_ptr, so the
 // VkDevice outlives all of them. All methods are safe from any thread.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <vulkan/vulkan.h>
 
 #include <atomic>

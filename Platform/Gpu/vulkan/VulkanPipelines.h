@@ -2,6 +2,9 @@
 // The library (SPIR-V modules read and reflected once, immutable) and the pipeline
 // states made from it. A pipeline's layout is one push-descriptor set built from the
 // reflected bindings, checked against the binding convention of Encoders.h.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <vulkan/vulkan.h>
 
 #include <map>

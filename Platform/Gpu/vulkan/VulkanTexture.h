@@ -6,6 +6,9 @@
 // whatever the descriptor's usage says, which is only reported back, so a pooled texture
 // with "less" usage than asked still works. Its layout between command buffers is always
 // GENERAL; command buffers move it to the layouts of their passes and back.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <vulkan/vulkan.h>
 
 #include <memory>

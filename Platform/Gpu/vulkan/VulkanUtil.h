@@ -1,5 +1,8 @@
 #pragma once
 // Small helpers shared by the Vulkan files.
+#ifndef HALVANE_INSIDE_PlatformGpu
+#error "a private header of Platform/Gpu: include its public headers"
+#endif
 #include <vulkan/vulkan.h>
 
 #include <string>

@@ -138,8 +138,8 @@ struct FakeVideo final : EditorVideo {
   std::shared_ptr<VideoRenderer> renderer() const override { return nullptr; }
   bool trackPropertiesLoaded() const override { return loaded; }
   bool hasAsset() const override { return true; }
-  void updateEditState(const EditState& state) override { shown = state; }
-  void setNeedsDisplay() override {}
+  void showPreviewState(const EditState& state) override { shown = state; }
+  void setPreviewNeedsDisplay() override {}
   void setVolume(float value) override { volume = value; }
   float rate() const override { return playing ? 1.0f : 0.0f; }
   void play() override { playing = true; }

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <condition_variable>
+#include <functional>
+#include <thread>
+#include <vector>
 
 #include "EngineTestSupport.h"
 #include "Halvane/Rendering/PreviewView.h"
@@ -208,7 +211,20 @@ TEST_F(PreviewLoop, TheRunningClockDoesNotKeepItsEngineAlive) {
   links.tickAll(1);  // the link of the gone engine ticks into nothing
 }
 
+TEST_F(PreviewLoop, EntryPointsOffTheMainThreadStopTheProgram) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  const std::vector<std::function<void()>> calls = {
+      [&] { engine->applyPreviewState(EditState{}); },
+      [&] { engine->tick(); },
+      [&] { view->setDrawableSize({1, 1}); },
+  };
+  for (const auto& call : calls) {
+    EXPECT_DEATH(std::thread(call).join(), "off the main queue's thread");
+  }
+}
+
 TEST(PreviewView, ReportsBoundsOnlyOnAChangeOfSize) {
+  MainQueue::setShared(std::make_shared<ManualMainQueue>());
   PreviewView view;
   int reports = 0;
   view.onBoundsChanged = [&] { ++reports; };
@@ -218,6 +234,7 @@ TEST(PreviewView, ReportsBoundsOnlyOnAChangeOfSize) {
   view.layout(320, 201);
   view.layout(320, 200);
   EXPECT_EQ(reports, 3);
+  MainQueue::setShared(nullptr);
 }
 
 }  // namespace
