@@ -28,6 +28,7 @@
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
 #include "Halvane/Editor/Widgets/EditorPreview.h"
 #include "Halvane/Model/FocusMode.h"
+#include "Halvane/Rendering/ColorKernelVariants.h"
 
 extern char** environ;
 
