@@ -141,16 +141,16 @@ TEST_F(MediaViewControllerTest, WithoutAWindowToolsOpenAndCloseAtOnce) {
   for (MediaTool tool : {MediaTool::transform, MediaTool::filter, MediaTool::adjust, MediaTool::focus}) {
     SCOPED_TRACE(mediaToolInfo(tool).rawValue.data());
     tap(tool);
-    EXPECT_FALSE(editor->toolFrame(tool)->isHidden());
+    EXPECT_FALSE(editor->toolPanel(tool)->isHidden());
     EXPECT_FALSE(barsShown());
     EXPECT_EQ(previewBottom(), kHeight - int(toolPanelHeight(tool)));
-    EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolFrame(tool)), 1.0);
+    EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolPanel(tool)), 1.0);
     // A second tool while one is open changes nothing.
     tap(tool == MediaTool::focus ? MediaTool::transform : MediaTool::focus);
     EXPECT_EQ(editor->session()->activeTool(), tool);
 
     editor->cancelOpenTool();
-    EXPECT_TRUE(editor->toolFrame(tool)->isHidden());
+    EXPECT_TRUE(editor->toolPanel(tool)->isHidden());
     EXPECT_TRUE(barsShown());
     EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
     EXPECT_EQ(editor->toolStrip()->selectedTool(), std::nullopt);
@@ -164,7 +164,7 @@ TEST_F(MediaViewControllerTest, WithAWindowTheEnterTransitionRunsOnTheSpring) {
   editor->show();
   ASSERT_TRUE(runEventsUntil([&] { return editor->isVisible(); }));
   tap(MediaTool::adjust);
-  ToolFrameView* frame = editor->toolFrame(MediaTool::adjust);
+  QWidget* frame = editor->toolPanel(MediaTool::adjust);
   // Under way: the panel fades in over the bars, which go only at the end.
   EXPECT_LT(EditorTransitions::alpha(frame), 1.0);
   EXPECT_TRUE(barsShown());
@@ -192,7 +192,7 @@ TEST_F(MediaViewControllerTest, AnInterruptedEnterHidesNothing) {
   runFor(800);
   EXPECT_TRUE(barsShown());
   EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolStrip()), 1.0);
-  EXPECT_TRUE(editor->toolFrame(MediaTool::filter)->isHidden());
+  EXPECT_TRUE(editor->toolPanel(MediaTool::filter)->isHidden());
   EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
 }
 
