@@ -161,6 +161,11 @@ def full_flow(program, path, env, is_video, folder):
 
         # Share, then save through the file chooser.
         app.press(app.button("Share"))
+        # An edited video is exported first (lavapipe renders each frame on the CPU).
+        if app.wait_until(lambda: app.find_all("dialog", "Share") or app.find_all(None, "Export Failed"),
+                          "the share sheet after the export", timeout=240 if is_video else 30) and \
+                app.find_all(None, "Export Failed"):
+            raise DriverError("the export failed")
         sheet = app.find("dialog", "Share")
         app.press(app.button("Save As…", within=sheet))
         chooser = app.find("dialog", "Save As…")
