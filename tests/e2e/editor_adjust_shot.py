@@ -1,6 +1,6 @@
 """The adjust tool's screenshot: tamrix-editor on a photo with Adjust open, Warmth
-chosen and its ruler dragged by the pointer, grabbed from the X server once the
-picture shows. Run under scripts/with-display.sh (scripts/editor-screenshots.sh does).
+chosen, its ruler dragged by the pointer and then set to +35, grabbed from the X
+server once the picture shows. Run under scripts/with-display.sh (scripts/editor-screenshots.sh does).
 
     editor_adjust_shot.py PATH/TO/tamrix-editor PHOTO OUTPUT.png
 """
@@ -38,10 +38,12 @@ def main(program, photo, output):
             app.press(app.find("push button", "Warmth", timeout=30))
             slider = app.find("slider", "Warmth")
             x, y, w, h = app.extents(slider)
-            before = slider.get_value_iface().get_current_value()
-            app.drag((x + w * 0.5, y + h * 0.7), (x + w * 0.5 - 90, y + h * 0.7), steps=20)
             value = slider.get_value_iface()
-            app.wait_until(lambda: value.get_current_value() > before + 5, "the ruler dragged to a warmer value")
+            before = value.get_current_value()
+            app.drag((x + w * 0.5, y + h * 0.7), (x + w * 0.5 - 90, y + h * 0.7), steps=20)
+            app.wait_until(lambda: value.get_current_value() > before, "the ruler dragged to a warmer value")
+            # Then a clearly warmer value, as assistive technology sets it.
+            value.set_current_value(35)
             frame = app.extents(app.root.get_child_at_index(0))
             # Wait for the glide to settle and the picture to show at the preview's centre.
             time.sleep(1.5)

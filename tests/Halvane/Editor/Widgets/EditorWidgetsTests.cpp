@@ -19,6 +19,10 @@
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 #include "Halvane/Editor/Widgets/ShareSheet.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
+#include "Halvane/Panels/Widgets/AdjustPanelView.h"
+#include "Halvane/Panels/Widgets/AdjustSlider.h"
+#include "Halvane/Panels/Widgets/AdjustSliderBar.h"
+#include "Halvane/Panels/Widgets/AdjustToolButton.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
@@ -106,13 +110,14 @@ class MediaViewControllerTest : public ::testing::Test {
   }
   void tap(MediaTool tool) { editor->toolStrip()->toolButton(tool)->click(); }
   int previewBottom() const { return editor->previewContainer()->geometry().bottom() + 1; }
-  // A confirmed edit, as a panel would make it.
+  // A confirmed edit through the adjust panel: Exposure chosen, its slider moved.
   EditState edit() {
-    auto& session = *editor->session();
     tap(MediaTool::adjust);
-    EditState edited = session.workingState();
-    edited.exposure = 0.5;
-    session.setWorkingState(edited);
+    editor->adjustPanel()->toolButton(AdjustTool::exposure)->click();
+    EXPECT_FALSE(editor->adjustSliderBar()->isHidden());
+    editor->adjustSliderBar()->slider()->ruler().userSet(0.5f);
+    const EditState edited = editor->session()->workingState();
+    EXPECT_EQ(edited.exposure, 0.5f);
     editor->confirmOpenTool();
     return edited;
   }
