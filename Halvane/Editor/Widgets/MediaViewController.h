@@ -1,10 +1,11 @@
 #pragma once
 // The editor screen: one window's worth of widgets around one editing session. It
 // builds the view tree (top bar, the preview that takes what the bars or the open
-// panel leave, the undo and redo bar, the tool strip, a frame per tool), hands the
-// session its views and its screen, forwards taps, keys and the widget's life cycle to
-// the session, and shows what the session asks for: transitions on the spring
-// animator, the preview surface, alerts, the share sheet and the export card.
+// panel leave, the undo and redo bar, the tool strip, the adjust panel with its slider
+// bar and Kelvin presets, a frame for each other tool), hands the session its views
+// and its screen, forwards taps, keys and the widget's life cycle to the session, and
+// shows what the session asks for: transitions on the spring animator, the preview
+// surface, alerts, the share sheet and the export card.
 // The behaviour is the session's (Halvane/Editor/EditorSession.h). Main thread only.
 #include <QWidget>
 

@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QPainter>
 #include <QScrollArea>
-#include <QScrollBar>
 #include <QScroller>
 
 #include "Halvane/DesignSystem/DSColor.h"

@@ -259,8 +259,12 @@ class EditorSessionTest : public ::testing::Test {
     if (tool == MediaTool::adjust) return *adjustPanel;
     return *panels[static_cast<size_t>(tool)];
   }
-  bool panelHidden(MediaTool tool) { return tool == MediaTool::adjust ? adjustPanel->hidden : panels[size_t(tool)]->hidden; }
-  double panelAlpha(MediaTool tool) { return tool == MediaTool::adjust ? adjustPanel->alpha : panels[size_t(tool)]->alpha; }
+  bool panelHidden(MediaTool tool) {
+    return tool == MediaTool::adjust ? adjustPanel->hidden : panels[size_t(tool)]->hidden;
+  }
+  double panelAlpha(MediaTool tool) {
+    return tool == MediaTool::adjust ? adjustPanel->alpha : panels[size_t(tool)]->alpha;
+  }
   // A file in this test's temporary folder.
   std::filesystem::path makeTempFile(const std::string& name);
 
