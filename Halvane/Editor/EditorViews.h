@@ -77,9 +77,6 @@ class AdjustPanel : public ToolPanel {
   std::function<void()> onResetAll;
 };
 
-// The Kelvin values of the temperature presets, in the row's order.
-inline constexpr std::array<int, 4> kKelvinPresets = {3200, 5500, 6500, 7500};
-
 // The adjust tool's shared ruler with its reset button, and the row of Kelvin presets
 // shown above it for the temperature.
 class AdjustSliderView {

@@ -8,6 +8,9 @@
 
 namespace halvane::panels {
 
+// The Kelvin values of the temperature presets, in the row's order.
+inline constexpr std::array<int, 4> kKelvinPresets = {3200, 5500, 6500, 7500};
+
 class AdjustPanelState {
  public:
   std::optional<AdjustTool> selectedTool() const { return selectedTool_; }

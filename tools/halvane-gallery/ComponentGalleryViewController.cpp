@@ -19,7 +19,6 @@
 #include "Halvane/DesignSystem/Widgets/DSButton.h"
 #include "Halvane/DesignSystem/Widgets/DSCardView.h"
 #include "Halvane/DesignSystem/Widgets/DSLabel.h"
-#include "Halvane/Editor/EditorViews.h"
 #include "Halvane/Panels/Widgets/AdjustPanelView.h"
 #include "Halvane/Panels/Widgets/AdjustSlider.h"
 #include "Halvane/Panels/Widgets/AdjustSliderBar.h"
@@ -434,7 +433,7 @@ void ComponentGalleryViewController::buildAdjust() {
   addExample(section, bar, QStringLiteral("Brightness ruler at +50, its reset at the right"));
   addExample(section, new KelvinPresetRow(kKelvinPresets), QStringLiteral("Warmth presets"));
   auto* panel = new AdjustPanelView;
-  panel->setFixedHeight(int(toolPanelHeight(MediaTool::adjust)));
+  panel->setFixedHeight(panel->sizeHint().height());
   EditState changed;
   changed.exposure = 0.5f;
   changed.temperature = 7839;

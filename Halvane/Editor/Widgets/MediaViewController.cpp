@@ -88,7 +88,7 @@ void MediaViewController::buildViews() {
       options_.haptics ? options_.haptics : std::make_shared<platform::system::DesktopHaptics>();
   adjustSliderBar_ = new panels::AdjustSliderBar(haptics, this);
   adjustSliderBar_->hide();
-  adjustPresetRow_ = new panels::KelvinPresetRow(kKelvinPresets, this);
+  adjustPresetRow_ = new panels::KelvinPresetRow(panels::kKelvinPresets, this);
   adjustPresetRow_->hide();
   focusControls_ = bar();
   // Tab walks the screen from top to bottom.

@@ -113,6 +113,11 @@ void AdjustPanelView::updateModifiedDots(const EditState& state) {
   for (size_t i = 0; i < toolButtons_.size(); ++i) toolButtons_[i]->setModified(modified[i]);
 }
 
+QSize AdjustPanelView::sizeHint() const {
+  return {kToolsPerRow * (AdjustToolButton::kWidth + kButtonSpacing) + 2 * kEdgeInset,
+          kHeaderHeight + 3 * kRowSpacing + 2 * AdjustToolButton::kHeight};
+}
+
 void AdjustPanelView::resizeEvent(QResizeEvent*) {
   const int buttonTop = (kHeaderHeight - kButtonSize) / 2;
   cancelButton_->move(kEdgeInset, buttonTop);
@@ -120,10 +125,12 @@ void AdjustPanelView::resizeEvent(QResizeEvent*) {
   const QSize reset = resetAllButton_->sizeHint();
   resetAllButton_->setGeometry(confirmButton_->x() - 8 - reset.width(), (kHeaderHeight - reset.height()) / 2,
                                reset.width(), reset.height());
-  const int titleLeft = kEdgeInset + kButtonSize + 8;
-  const int titleRight = width() - resetAllButton_->x() + 8;
-  const int titleMargin = std::max(titleLeft, titleRight);
-  titleLabel_->setGeometry(titleMargin, 0, std::max(0, width() - 2 * titleMargin), kHeaderHeight);
+  // The title stands in the middle unless reset all would cover it; then just before it.
+  const int titleMin = kEdgeInset + kButtonSize + 8;
+  const int titleMax = resetAllButton_->x() - 8;
+  const int titleWidth = titleLabel_->sizeHint().width();
+  const int titleLeft = std::max(titleMin, std::min((width() - titleWidth) / 2, titleMax - titleWidth));
+  titleLabel_->setGeometry(titleLeft, 0, std::max(0, std::min(titleWidth, titleMax - titleLeft)), kHeaderHeight);
   const int gridTop = kHeaderHeight + kRowSpacing;
   toolScrollView_->setGeometry(0, gridTop, width(), std::max(0, height() - gridTop));
 }

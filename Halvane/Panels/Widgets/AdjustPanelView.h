@@ -33,6 +33,8 @@ public:
   void selectTool(std::optional<AdjustTool> tool);
   std::optional<AdjustTool> selectedTool() const { return state_.selectedTool(); }
   void updateModifiedDots(const EditState& state);
+  // The header and two rows of tools, with room below.
+  QSize sizeHint() const override;
 
   AdjustToolButton* toolButton(AdjustTool tool) const { return toolButtons_[static_cast<size_t>(tool)]; }
   IconButton* cancelButton() const { return cancelButton_; }

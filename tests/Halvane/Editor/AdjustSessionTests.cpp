@@ -1,6 +1,7 @@
 // The adjust tool's session: the slider and the tool grid against workingState, the
 // temperature's label and presets, the resets, and what reaches the history.
 #include "EditorSessionFakes.h"
+#include "Halvane/Panels/AdjustPanelState.h"
 
 namespace halvane::editor_test {
 namespace {
@@ -72,7 +73,7 @@ TEST_F(AdjustSessionTest, TemperatureRunsOnItsCurveWithPresets) {
     EXPECT_EQ(adjustSlider->label(c.slider), kelvinText(c.slider));
     EXPECT_FALSE(adjustPresetRow->hidden);
 
-    for (int kelvin : kKelvinPresets) {
+    for (int kelvin : panels::kKelvinPresets) {
       adjustSlider->onKelvinPresetTapped(kelvin);
       EXPECT_NEAR(session->workingState().temperature, kelvin, 0.5f);
       EXPECT_NEAR(kelvinFromSlider(adjustSlider->value()), kelvin, 0.5f);
