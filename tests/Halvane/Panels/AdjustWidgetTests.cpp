@@ -89,6 +89,27 @@ TEST_F(AdjustSliderTest, AssistiveTechnologySeesASliderWithTheLabelAsItsValue) {
   EXPECT_EQ(accessible->text(QAccessible::Value), QStringLiteral("6500 K"));
 }
 
+TEST_F(AdjustSliderTest, ADragMovesTheRulerWithThePointerAndEndsTrackingOnce) {
+  slider.show();
+  const double start = slider.scrollOffset();
+  QPoint at(200, 40);
+  QTest::mousePress(&slider, Qt::LeftButton, {}, at);
+  for (int i = 0; i < 20; ++i) {
+    at.rx() -= 5;
+    QMouseEvent move(QEvent::MouseMove, at, slider.mapToGlobal(at), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(&slider, &move);
+    QTest::qWait(16);
+  }
+  QTest::qWait(200);  // held still: no glide
+  QTest::mouseRelease(&slider, Qt::LeftButton, {}, at);
+  ASSERT_TRUE(QTest::qWaitFor([&] { return trackingEnds == 1; }, 3000));
+  // The pointer went 100 to the left; the ruler follows it, less the distance that
+  // tells a drag from a tap.
+  EXPECT_GE(slider.scrollOffset() - start, 75);
+  EXPECT_LE(slider.scrollOffset() - start, 100);
+  EXPECT_GT(changes, 10);
+}
+
 TEST(RulerPainter, TheCentreMarkStandsOnWholeDevicePixels) {
   const RulerDots dots;  // the mark alone
   for (qreal ratio : {1.0, 2.0}) {
