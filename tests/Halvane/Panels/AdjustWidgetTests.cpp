@@ -146,12 +146,6 @@ TEST(AdjustPanelView, TapsSelectAndDeselectAndSelectToolIsSilent) {
   EXPECT_TRUE(panel.toolButton(AdjustTool::vignette)->isSelected());
   EXPECT_FALSE(panel.toolButton(AdjustTool::gamma)->isSelected());
   EXPECT_EQ(reported.size(), 3u);
-
-  EditState state;
-  state.vibrance = 0.1f;
-  panel.updateModifiedDots(state);
-  EXPECT_TRUE(panel.toolButton(AdjustTool::vibrance)->isModified());
-  EXPECT_FALSE(panel.toolButton(AdjustTool::vignette)->isModified());
 }
 
 }  // namespace
