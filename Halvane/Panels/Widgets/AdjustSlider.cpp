@@ -1,6 +1,7 @@
 #include "Halvane/Panels/Widgets/AdjustSlider.h"
 
 #include <QAccessible>
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QScrollEvent>
@@ -163,11 +164,16 @@ void AdjustSlider::keyPressEvent(QKeyEvent* event) {
   event->accept();
 }
 
+void AdjustSlider::focusInEvent(QFocusEvent* event) {
+  showsFocusRing_ = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+  QWidget::focusInEvent(event);
+}
+
 void AdjustSlider::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   const RulerDots dots = ruler_.dots();
   paintRuler(painter, rect(), {dots, offset_, QString::fromStdString(ruler_.labelText()), kLabelHeight});
-  if (hasFocus()) {
+  if (hasFocus() && showsFocusRing_) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(qColor(DSColor::accent), 1.5));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 8, 8);

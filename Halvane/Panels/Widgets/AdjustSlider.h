@@ -49,6 +49,7 @@ protected:
   void resizeEvent(QResizeEvent* event) override;
   void wheelEvent(QWheelEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
 
 private:
   void scrollTo(double offset);
@@ -61,6 +62,8 @@ private:
   QTimer wheelEnd_;
   double offset_ = 0;
   bool isTracking_ = false;
+  // The focus ring shows only for focus that came from the keyboard, not from a drag.
+  bool showsFocusRing_ = false;
 };
 
 }  // namespace halvane::panels
