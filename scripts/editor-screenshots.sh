@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Takes the screenshots of the editor on a private X server: idle on a photo, idle on a
-# video, and with a tool open, into docs/ as editor-photo.png, editor-video.png and
-# editor-tool.png. Builds tamrix-editor first. Each shot waits until the picture shows.
+# video, with a tool open, and with the adjust tool's Warmth ruler dragged, into docs/ as
+# editor-photo.png, editor-video.png, editor-tool.png and editor-adjust.png. Builds
+# tamrix-editor first. Each shot waits until the picture shows.
 #
 #   scripts/editor-screenshots.sh [--scale S]
 set -euo pipefail
@@ -33,3 +34,7 @@ shot() {
 shot photo "$media/photo/classic-car.heic"
 shot video "$media/video/train.mov"
 shot tool --tool filter "$media/photo/flower.webp"
+scripts/with-display.sh --scale "$scale" --screen 1200x2000 --timeout 120 -- \
+  /usr/bin/python3 tests/e2e/editor_adjust_shot.py "$build/bin/tamrix-editor" "$media/photo/flower.webp" \
+  "docs/editor-adjust$suffix.png" 2>/dev/null
+echo "docs/editor-adjust$suffix.png"

@@ -71,6 +71,7 @@ void EditorSession::wirePanels() {
       if (auto self = weakSelf.lock()) self->exitTool(tool, false);
     };
   }
+  adjustSession_.wire();
 }
 
 void EditorSession::autoEnterInitialToolIfNeeded() {

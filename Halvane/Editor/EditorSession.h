@@ -19,6 +19,7 @@
 #include <optional>
 #include <vector>
 
+#include "Halvane/Editor/AdjustSession.h"
 #include "Halvane/Editor/AppContainer.h"
 #include "Halvane/Editor/EditorScreen.h"
 #include "Halvane/Editor/EditorServices.h"
@@ -113,6 +114,7 @@ class EditorSession : public std::enable_shared_from_this<EditorSession> {
   const std::shared_ptr<EditorScreen>& screen() const { return screen_; }
   const EditorServices& services() const { return services_; }
   ExportFlow& exportFlow() { return exportFlow_; }
+  AdjustSession& adjustSession() { return adjustSession_; }
   bool isExporting() const { return exportFlow_.isExporting(); }
   SessionTempFiles& tempFiles() { return tempFiles_; }
   const SessionTempFiles& tempFiles() const { return tempFiles_; }
@@ -173,6 +175,7 @@ class EditorSession : public std::enable_shared_from_this<EditorSession> {
   std::shared_ptr<EditorVideo> videoRenderer_;
   SessionTempFiles tempFiles_;
   ExportFlow exportFlow_{*this};
+  AdjustSession adjustSession_{*this};
 };
 
 }  // namespace halvane

@@ -23,6 +23,7 @@ void EditorSession::enterTool(MediaTool tool) {
 
   auto& panel = views_.panel(tool);
   panel.toolWillOpen(committed);
+  if (tool == MediaTool::adjust) adjustSession_.toolDidEnter();
   for (MediaTool other : kAllMediaTools)
     if (other != tool) views_.panel(other).setHidden(true);
   panel.setHidden(false);
@@ -63,6 +64,7 @@ void EditorSession::exitTool(MediaTool tool, bool applied) {
 
   before.reset();
   panel.toolDidClose();
+  if (tool == MediaTool::adjust) adjustSession_.toolDidExit();
   if (tool == MediaTool::focus) views_.focusOverlay->setHidden(true);
   if (auto delegate = this->delegate()) delegate->mediaViewControllerDidCloseTool(*this, tool, applied);
   views_.toolStrip->setSelectedTool(std::nullopt);

@@ -5,8 +5,9 @@ namespace halvane {
 bool EditorViews::isComplete() const {
   for (size_t i = 0; i < panels.size(); ++i)
     if (!panels[i] || panels[i]->tool != kAllMediaTools[i]) return false;
-  return topBar && undoRedoBar && toolStrip && filterSliderBar && adjustSliderBar && adjustPresetRow && focusControls &&
-         focusOverlay && cropOverlay;
+  if (!dynamic_cast<AdjustPanel*>(panels[static_cast<size_t>(MediaTool::adjust)].get())) return false;
+  return adjustSlider && topBar && undoRedoBar && toolStrip && filterSliderBar && adjustSliderBar &&
+         adjustPresetRow && focusControls && focusOverlay && cropOverlay;
 }
 
 }  // namespace halvane

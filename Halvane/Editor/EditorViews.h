@@ -7,7 +7,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 
+#include "Halvane/Model/AdjustTool.h"
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Model/MediaTool.h"
 
@@ -60,6 +62,42 @@ class ToolPanel : public FadingView {
   std::function<void()> onCancel;
 };
 
+// The adjust tool's panel: the grid of its sixteen tools with their modified dots.
+class AdjustPanel : public ToolPanel {
+ public:
+  AdjustPanel() : ToolPanel(MediaTool::adjust) {}
+
+  // Highlights one button, or none, without reporting it.
+  virtual void selectTool(std::optional<AdjustTool> tool) = 0;
+  // Shows the dot of each tool whose field differs from the default state's.
+  virtual void updateModifiedDots(const EditState& state) = 0;
+
+  // A tool was selected, or with none deselected.
+  std::function<void(std::optional<AdjustTool>)> onToolSelected;
+  std::function<void()> onResetAll;
+};
+
+// The adjust tool's shared ruler with its reset button, and the row of Kelvin presets
+// shown above it for the temperature.
+class AdjustSliderView {
+ public:
+  virtual ~AdjustSliderView() = default;
+  // New ends and neutral value, laid out at once; a setValue follows.
+  virtual void configure(float minimum, float maximum, float defaultValue) = 0;
+  // Moves the ruler without reporting it.
+  virtual void setValue(float value) = 0;
+  virtual float value() const = 0;
+  // Replaces the built-in label; none brings it back.
+  virtual void setLabelFormatter(std::function<std::string(float)> formatter) = 0;
+
+  // The user moved the ruler.
+  std::function<void()> onValueChanged;
+  // A drag, and any glide after it, has finished.
+  std::function<void()> onTrackingEnded;
+  std::function<void()> onResetTapped;
+  std::function<void(int kelvin)> onKelvinPresetTapped;
+};
+
 class ToolStripView : public FadingView {
  public:
   virtual void setInteractive(bool interactive) = 0;
@@ -80,8 +118,9 @@ struct EditorViews {
   std::shared_ptr<FadingView> topBar;
   std::shared_ptr<UndoRedoView> undoRedoBar;
   std::shared_ptr<ToolStripView> toolStrip;
-  // In the order of kAllMediaTools.
+  // In the order of kAllMediaTools; the adjust tool's is an AdjustPanel.
   std::array<std::shared_ptr<ToolPanel>, 6> panels;
+  std::shared_ptr<AdjustSliderView> adjustSlider;
   std::shared_ptr<FadingView> filterSliderBar;
   std::shared_ptr<FadingView> adjustSliderBar;
   std::shared_ptr<FadingView> adjustPresetRow;
@@ -90,6 +129,7 @@ struct EditorViews {
   std::shared_ptr<FadingView> cropOverlay;
 
   ToolPanel& panel(MediaTool tool) const { return *panels[static_cast<size_t>(tool)]; }
+  AdjustPanel& adjustPanel() const { return static_cast<AdjustPanel&>(panel(MediaTool::adjust)); }
   bool isComplete() const;
 };
 

@@ -5,8 +5,10 @@ Every file gets a short check: the chrome is there (trim and audio for a video o
 a tool opens and its cancel closes it, and the close button ends the program cleanly.
 Started without a file, it asks with the file chooser and opens the file chosen.
 One photo and one video get the whole flow: tools confirmed and cancelled by button
-and by keyboard, undo and redo, then share, "Save As…" through the file chooser into a
-temporary folder, and the saved file is checked with ffprobe. A broken file shows the
+and by keyboard, an adjustment raised on its slider through the Value interface and
+confirmed, undone and redone, another changed and cancelled; then share, "Save As…"
+through the file chooser into a temporary folder, and the saved file is checked with
+ffprobe: a JPEG of the photo's size, a QuickTime movie with HEVC. A broken file shows the
 "Unable to Open" alert, whose OK ends the program cleanly.
 
     scripts/with-display.sh -- /usr/bin/python3 tests/e2e/editor_e2e.py build/bin/tamrix-editor ../shared/media
@@ -82,6 +84,22 @@ class Editor(Application):
     def enabled(self, name):
         return self.has_state(self.button(name), Atspi.StateType.ENABLED)
 
+    def history_is(self, undo, redo, what):
+        self.wait_until(lambda: self.enabled("Undo") == undo and self.enabled("Redo") == redo, what)
+
+    def adjust(self, tool, then):
+        """Opens Adjust, chooses `tool`, raises its slider by a tenth of its range as
+        assistive technology does, and leaves by `then` ("Confirm" or "Cancel")."""
+        self.open_tool("Adjust")
+        self.press(self.button(tool))
+        slider = self.find("slider", tool)
+        value = slider.get_value_iface()
+        before, low, high = value.get_current_value(), value.get_minimum_value(), value.get_maximum_value()
+        value.set_current_value(before + (high - low) / 10)
+        self.wait_until(lambda: value.get_current_value() > before, "%s's slider raised" % tool)
+        self.press(self.button(then))
+        self.bars_back()
+
     def expect_ended(self, what, timeout=20.0):
         try:
             status = self.process.wait(timeout)
@@ -128,8 +146,26 @@ def full_flow(program, path, env, is_video, folder):
         if app.enabled("Undo") or app.enabled("Redo"):
             raise DriverError("undo or redo enabled without an edit")
 
+        # A real edit makes one step, which undo and redo walk; a cancelled change none.
+        app.adjust("Exposure", "Confirm")
+        app.history_is(True, False, "one undo step after the confirmed edit")
+        app.press(app.button("Undo"))
+        app.history_is(False, True, "the edit undone")
+        app.press(app.button("Redo"))
+        app.history_is(True, False, "the edit redone")
+        app.adjust("Brightness", "Cancel")
+        app.press(app.button("Undo"))
+        app.history_is(False, True, "one step only: the cancelled change made none")
+        app.press(app.button("Redo"))
+        app.history_is(True, False, "the edit redone again")
+
         # Share, then save through the file chooser.
         app.press(app.button("Share"))
+        # An edited video is exported first (lavapipe renders each frame on the CPU).
+        if app.wait_until(lambda: app.find_all("dialog", "Share") or app.find_all(None, "Export Failed"),
+                          "the share sheet after the export", timeout=240 if is_video else 30) and \
+                app.find_all(None, "Export Failed"):
+            raise DriverError("the export failed")
         sheet = app.find("dialog", "Share")
         app.press(app.button("Save As…", within=sheet))
         chooser = app.find("dialog", "Save As…")
@@ -153,11 +189,11 @@ def check_saved(source, target, is_video):
     probe = ffprobe(target)
     stream = video_stream(probe)
     if is_video:
-        # Nothing was edited: the source itself is delivered, unchanged.
-        if "mov" not in probe["format"]["format_name"]:
-            raise DriverError("the saved movie is %s" % probe["format"]["format_name"])
-        if not filecmp.cmp(source, target, shallow=False):
-            raise DriverError("the unedited movie was not delivered as it was")
+        # Edited: re-encoded into a QuickTime movie with HEVC.
+        if "mov" not in probe["format"]["format_name"] or stream["codec_name"] != "hevc":
+            raise DriverError("the saved movie is %s with %s" % (probe["format"]["format_name"], stream["codec_name"]))
+        if filecmp.cmp(source, target, shallow=False):
+            raise DriverError("the edited movie is the source as it was")
         return
     with open(target, "rb") as saved:
         if saved.read(2) != b"\xff\xd8":

@@ -19,6 +19,9 @@
 #include "Halvane/DesignSystem/Widgets/DSButton.h"
 #include "Halvane/DesignSystem/Widgets/DSCardView.h"
 #include "Halvane/DesignSystem/Widgets/DSLabel.h"
+#include "Halvane/Panels/Widgets/AdjustPanelView.h"
+#include "Halvane/Panels/Widgets/AdjustSlider.h"
+#include "Halvane/Panels/Widgets/AdjustSliderBar.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/IconButton.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
@@ -173,6 +176,7 @@ ComponentGalleryViewController::ComponentGalleryViewController(QWidget* parent)
   buildTopBars();
   buildUndoRedo();
   buildProgress();
+  buildAdjust();
   column_->addStretch();
 
   auto* scroll = new QScrollArea(this);
@@ -419,6 +423,23 @@ void ComponentGalleryViewController::report(const QString& what) {
   stateLabel_->setText(what);
   // A label's name stays its own; what it reads goes out as its description.
   stateLabel_->setAccessibleDescription(what);
+}
+
+void ComponentGalleryViewController::buildAdjust() {
+  QWidget* section = addSection(QStringLiteral("adjust"), QStringLiteral("Adjust tool"));
+  auto* bar = new AdjustSliderBar(std::make_shared<platform::system::DesktopHaptics>());
+  bar->slider()->configure(-1, 1, 0);
+  bar->slider()->setValue(0.5f);
+  addExample(section, bar, QStringLiteral("Brightness ruler at +50, its reset at the right"));
+  addExample(section, new KelvinPresetRow(kKelvinPresets), QStringLiteral("Warmth presets"));
+  auto* panel = new AdjustPanelView;
+  panel->setFixedHeight(panel->sizeHint().height());
+  EditState changed;
+  changed.exposure = 0.5f;
+  changed.temperature = 7839;
+  panel->updateModifiedDots(changed);
+  panel->selectTool(AdjustTool::temperature);
+  addExample(section, panel, QStringLiteral("Warmth selected; Exposure and Warmth changed"));
 }
 
 }  // namespace halvane::gallery

@@ -41,6 +41,7 @@ private:
   void buildTopBars();
   void buildUndoRedo();
   void buildProgress();
+  void buildAdjust();
   void report(const QString& what);
 
   QWidget* content_;

@@ -1,5 +1,7 @@
 #include "Halvane/Editor/Widgets/EditorViewAdapters.h"
 
+#include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
+#include "Halvane/Panels/Widgets/AdjustSlider.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 
 namespace halvane::editor {
@@ -54,6 +56,94 @@ void ToolFramePanel::toolWillOpen(const EditState&) {
 
 void ToolFramePanel::toolDidClose() {
   if (onOpenChanged) onOpenChanged(false);
+}
+
+AdjustPanelAdapter::AdjustPanelAdapter(panels::AdjustPanelView* view, panels::AdjustSliderBar* sliderBar,
+                                       EditorTransitions& transitions)
+    : view_(view), sliderBar_(sliderBar), fade_(view, transitions) {
+  view->onToolSelected = [this](std::optional<AdjustTool> tool) {
+    nameSlider(tool);
+    if (onToolSelected) onToolSelected(tool);
+  };
+  view->onResetAll = [this] {
+    if (onResetAll) onResetAll();
+  };
+  view->onCancel = [this] {
+    if (onCancel) onCancel();
+  };
+  view->onConfirm = [this] {
+    if (onConfirm) onConfirm();
+  };
+}
+
+AdjustPanelAdapter::~AdjustPanelAdapter() {
+  if (!view_) return;
+  view_->onToolSelected = nullptr;
+  view_->onResetAll = nullptr;
+  view_->onCancel = nullptr;
+  view_->onConfirm = nullptr;
+}
+
+void AdjustPanelAdapter::toolWillOpen(const EditState&) {
+  if (onOpenChanged) onOpenChanged(true);
+}
+
+void AdjustPanelAdapter::toolDidClose() {
+  if (onOpenChanged) onOpenChanged(false);
+}
+
+void AdjustPanelAdapter::selectTool(std::optional<AdjustTool> tool) {
+  if (view_) view_->selectTool(tool);
+  nameSlider(tool);
+}
+
+void AdjustPanelAdapter::updateModifiedDots(const EditState& state) {
+  if (view_) view_->updateModifiedDots(state);
+}
+
+void AdjustPanelAdapter::nameSlider(std::optional<AdjustTool> tool) {
+  if (!sliderBar_ || !tool) return;
+  const AdjustToolInfo& info = adjustToolInfo(*tool);
+  sliderBar_->slider()->setAccessibleName(DSL10n::localized(info.key, info.defaultText, info.comment));
+}
+
+AdjustSliderAdapter::AdjustSliderAdapter(panels::AdjustSliderBar* bar, panels::KelvinPresetRow* presets)
+    : bar_(bar), presets_(presets) {
+  bar->slider()->onValueChanged = [this] {
+    if (onValueChanged) onValueChanged();
+  };
+  bar->slider()->onTrackingEnded = [this] {
+    if (onTrackingEnded) onTrackingEnded();
+  };
+  bar->onResetTapped = [this] {
+    if (onResetTapped) onResetTapped();
+  };
+  presets->onPresetTapped = [this](int kelvin) {
+    if (onKelvinPresetTapped) onKelvinPresetTapped(kelvin);
+  };
+}
+
+AdjustSliderAdapter::~AdjustSliderAdapter() {
+  if (bar_) {
+    bar_->slider()->onValueChanged = nullptr;
+    bar_->slider()->onTrackingEnded = nullptr;
+    bar_->onResetTapped = nullptr;
+  }
+  if (presets_) presets_->onPresetTapped = nullptr;
+}
+
+void AdjustSliderAdapter::configure(float minimum, float maximum, float defaultValue) {
+  if (bar_) bar_->slider()->configure(minimum, maximum, defaultValue);
+}
+
+void AdjustSliderAdapter::setValue(float value) {
+  if (bar_) bar_->slider()->setValue(value);
+}
+
+float AdjustSliderAdapter::value() const { return bar_ ? bar_->slider()->value() : 0.0f; }
+
+void AdjustSliderAdapter::setLabelFormatter(std::function<std::string(float)> formatter) {
+  if (bar_) bar_->slider()->setCustomLabelFormatter(std::move(formatter));
 }
 
 }  // namespace halvane::editor

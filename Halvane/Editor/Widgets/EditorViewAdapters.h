@@ -11,6 +11,8 @@
 #include "Halvane/Editor/EditorViews.h"
 #include "Halvane/Editor/Widgets/EditorTransitions.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
+#include "Halvane/Panels/Widgets/AdjustPanelView.h"
+#include "Halvane/Panels/Widgets/AdjustSliderBar.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"
 
@@ -79,6 +81,48 @@ class ToolFramePanel final : public ToolPanel {
  private:
   QPointer<ToolFrameView> frame_;
   WidgetFadingView fade_;
+};
+
+// The adjust panel's view as the session's panel. A selection also names the slider
+// after the tool, for assistive technology.
+class AdjustPanelAdapter final : public AdjustPanel {
+ public:
+  AdjustPanelAdapter(panels::AdjustPanelView* view, panels::AdjustSliderBar* sliderBar,
+                     EditorTransitions& transitions);
+  ~AdjustPanelAdapter() override;
+
+  void setHidden(bool hidden) override { fade_.setHidden(hidden); }
+  bool isHidden() const override { return fade_.isHidden(); }
+  void setAlpha(double alpha) override { fade_.setAlpha(alpha); }
+  void toolWillOpen(const EditState&) override;
+  void toolDidClose() override;
+  void selectTool(std::optional<AdjustTool> tool) override;
+  void updateModifiedDots(const EditState& state) override;
+
+  std::function<void(bool open)> onOpenChanged;
+
+ private:
+  void nameSlider(std::optional<AdjustTool> tool);
+
+  QPointer<panels::AdjustPanelView> view_;
+  QPointer<panels::AdjustSliderBar> sliderBar_;
+  WidgetFadingView fade_;
+};
+
+// The slider bar and the preset row as the session's adjust slider.
+class AdjustSliderAdapter final : public AdjustSliderView {
+ public:
+  AdjustSliderAdapter(panels::AdjustSliderBar* bar, panels::KelvinPresetRow* presets);
+  ~AdjustSliderAdapter() override;
+
+  void configure(float minimum, float maximum, float defaultValue) override;
+  void setValue(float value) override;
+  float value() const override;
+  void setLabelFormatter(std::function<std::string(float)> formatter) override;
+
+ private:
+  QPointer<panels::AdjustSliderBar> bar_;
+  QPointer<panels::KelvinPresetRow> presets_;
 };
 
 }  // namespace halvane::editor

@@ -19,6 +19,8 @@
 #include "Halvane/Editor/Widgets/MediaViewScreen.h"
 #include "Halvane/Editor/Widgets/QtImage.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
+#include "Halvane/Panels/Widgets/AdjustPanelView.h"
+#include "Halvane/Panels/Widgets/AdjustSliderBar.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
 #include "Halvane/Panels/Widgets/TopBarView.h"
 #include "Halvane/Panels/Widgets/UndoRedoBar.h"
@@ -80,10 +82,11 @@ void MediaViewController::buildViews() {
   topBar_ = new panels::TopBarView(this);
   undoRedoBar_ = new panels::UndoRedoBar(this);
   toolStrip_ = new panels::ToolStripView(this);
+  adjustPanel_ = new panels::AdjustPanelView(this);
   for (MediaTool tool : kAllMediaTools) {
-    auto* frame = new ToolFrameView(tool, this);
-    frame->hide();
-    toolFrames_[static_cast<size_t>(tool)] = frame;
+    QWidget* panel = tool == MediaTool::adjust ? static_cast<QWidget*>(adjustPanel_) : new ToolFrameView(tool, this);
+    panel->hide();
+    toolPanels_[static_cast<size_t>(tool)] = panel;
   }
   const auto bar = [&] {
     auto* view = new QWidget(this);
@@ -91,8 +94,12 @@ void MediaViewController::buildViews() {
     return view;
   };
   filterSliderBar_ = bar();
-  adjustSliderBar_ = bar();
-  adjustPresetRow_ = bar();
+  const auto haptics =
+      options_.haptics ? options_.haptics : std::make_shared<platform::system::DesktopHaptics>();
+  adjustSliderBar_ = new panels::AdjustSliderBar(haptics, this);
+  adjustSliderBar_->hide();
+  adjustPresetRow_ = new panels::KelvinPresetRow(panels::kKelvinPresets, this);
+  adjustPresetRow_->hide();
   focusControls_ = bar();
   // Tab walks the screen from top to bottom.
   setTabOrder(topBar_, undoRedoBar_);
@@ -105,11 +112,19 @@ EditorViews MediaViewController::makeViews() {
   views.topBar = fading(topBar_);
   views.undoRedoBar = std::make_shared<UndoRedoAdapter>(undoRedoBar_, transitions_);
   views.toolStrip = std::make_shared<ToolStripAdapter>(toolStrip_, transitions_);
+  const auto openChanged = [this](bool open) { toolOpenChanged(open); };
   for (MediaTool tool : kAllMediaTools) {
-    auto panel = std::make_shared<ToolFramePanel>(toolFrame(tool), transitions_);
-    panel->onOpenChanged = [this](bool open) { toolOpenChanged(open); };
+    if (tool == MediaTool::adjust) {
+      auto panel = std::make_shared<AdjustPanelAdapter>(adjustPanel_, adjustSliderBar_, transitions_);
+      panel->onOpenChanged = openChanged;
+      views.panels[static_cast<size_t>(tool)] = std::move(panel);
+      continue;
+    }
+    auto panel = std::make_shared<ToolFramePanel>(static_cast<ToolFrameView*>(toolPanel(tool)), transitions_);
+    panel->onOpenChanged = openChanged;
     views.panels[static_cast<size_t>(tool)] = std::move(panel);
   }
+  views.adjustSlider = std::make_shared<AdjustSliderAdapter>(adjustSliderBar_, adjustPresetRow_);
   views.filterSliderBar = fading(filterSliderBar_);
   views.adjustSliderBar = fading(adjustSliderBar_);
   views.adjustPresetRow = fading(adjustPresetRow_);
@@ -203,17 +218,18 @@ void MediaViewController::layoutChrome() {
                             panels::UndoRedoBar::kHeight);
   for (MediaTool tool : kAllMediaTools) {
     const int panelHeight = int(toolPanelHeight(tool));
-    toolFrame(tool)->setGeometry(0, h - panelHeight, w, panelHeight);
+    toolPanel(tool)->setGeometry(0, h - panelHeight, w, panelHeight);
   }
-  // A tool's extra controls stand on top of its panel, as tall as they ask.
-  const auto above = [&](QWidget* bar, MediaTool tool) {
+  // A tool's extra controls stand on top of its panel, as tall as they ask; the
+  // temperature's presets on top of the adjust slider.
+  const auto above = [&](QWidget* bar, int bottom) {
     const int barHeight = std::max(0, bar->sizeHint().height());
-    bar->setGeometry(0, h - int(toolPanelHeight(tool)) - barHeight, w, barHeight);
+    bar->setGeometry(0, bottom - barHeight, w, barHeight);
+    return bottom - barHeight;
   };
-  above(filterSliderBar_, MediaTool::filter);
-  above(adjustSliderBar_, MediaTool::adjust);
-  above(adjustPresetRow_, MediaTool::adjust);
-  above(focusControls_, MediaTool::focus);
+  above(filterSliderBar_, h - int(toolPanelHeight(MediaTool::filter)));
+  above(adjustPresetRow_, above(adjustSliderBar_, h - int(toolPanelHeight(MediaTool::adjust))));
+  above(focusControls_, h - int(toolPanelHeight(MediaTool::focus)));
 
   const int top = topBar_->height();
   previewContainer_->setGeometry(0, top, w, std::max(0, h - top - int(std::lround(previewInset_))));

@@ -1,10 +1,11 @@
 #pragma once
 // The editor screen: one window's worth of widgets around one editing session. It
 // builds the view tree (top bar, the preview that takes what the bars or the open
-// panel leave, the undo and redo bar, the tool strip, a frame per tool), hands the
-// session its views and its screen, forwards taps, keys and the widget's life cycle to
-// the session, and shows what the session asks for: transitions on the spring
-// animator, the preview surface, alerts, the share sheet and the export card.
+// panel leave, the undo and redo bar, the tool strip, the adjust panel with its slider
+// bar and Kelvin presets, a frame for each other tool), hands the session its views
+// and its screen, forwards taps, keys and the widget's life cycle to the session, and
+// shows what the session asks for: transitions on the spring animator, the preview
+// surface, alerts, the share sheet and the export card.
 // The behaviour is the session's (Halvane/Editor/EditorSession.h). Main thread only.
 #include <QWidget>
 
@@ -22,10 +23,14 @@
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/AudioSink.h"
+#include "Platform/System/Haptics.h"
 
 class QShortcut;
 
 namespace halvane::panels {
+class AdjustPanelView;
+class AdjustSliderBar;
+class KelvinPresetRow;
 class TopBarView;
 class ToolStripView;
 class UndoRedoBar;
@@ -43,6 +48,8 @@ struct MediaViewOptions {
   std::shared_ptr<platform::media::AudioSink> audioSink;
   // The source's file name, from which the share sheet suggests a name.
   std::string sourceName;
+  // The rulers' clicks; none: the desktop's, which have no actuator.
+  std::shared_ptr<platform::system::Haptics> haptics = nullptr;
 };
 
 class MediaViewController : public QWidget {
@@ -78,7 +85,11 @@ class MediaViewController : public QWidget {
   panels::TopBarView* topBar() const { return topBar_; }
   panels::UndoRedoBar* undoRedoBar() const { return undoRedoBar_; }
   panels::ToolStripView* toolStrip() const { return toolStrip_; }
-  ToolFrameView* toolFrame(MediaTool tool) const { return toolFrames_[static_cast<size_t>(tool)]; }
+  // The tool's panel: the adjust panel, or the frame of another tool.
+  QWidget* toolPanel(MediaTool tool) const { return toolPanels_[static_cast<size_t>(tool)]; }
+  panels::AdjustPanelView* adjustPanel() const { return adjustPanel_; }
+  panels::AdjustSliderBar* adjustSliderBar() const { return adjustSliderBar_; }
+  panels::KelvinPresetRow* adjustPresetRow() const { return adjustPresetRow_; }
   QWidget* previewContainer() const { return previewContainer_; }
   EditorPreview* preview() const { return preview_.get(); }
 
@@ -110,11 +121,12 @@ class MediaViewController : public QWidget {
   QWidget* previewContainer_;
   panels::UndoRedoBar* undoRedoBar_;
   panels::ToolStripView* toolStrip_;
-  std::array<ToolFrameView*, 6> toolFrames_{};
-  // Containers of the tools' extra controls and overlays, filled by their panels.
+  std::array<QWidget*, 6> toolPanels_{};
+  panels::AdjustPanelView* adjustPanel_;
+  panels::AdjustSliderBar* adjustSliderBar_;
+  panels::KelvinPresetRow* adjustPresetRow_;
+  // Containers of the other tools' extra controls and overlays, filled by their panels.
   QWidget* filterSliderBar_;
-  QWidget* adjustSliderBar_;
-  QWidget* adjustPresetRow_;
   QWidget* focusControls_;
   QWidget* focusOverlay_;
   QWidget* cropOverlay_;

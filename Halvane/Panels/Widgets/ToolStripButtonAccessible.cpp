@@ -1,12 +1,14 @@
 #include "Halvane/Panels/Widgets/ToolStripButtonAccessible.h"
 
-#include "Halvane/Panels/Widgets/ToolStripButton.h"
+#include <QAbstractButton>
 
 namespace halvane::panels {
 
 namespace {
 QAccessibleInterface* create(const QString& className, QObject* object) {
-  if (className == QLatin1String("halvane::panels::ToolStripButton") && object && object->isWidgetType())
+  const bool toolButton = className == QLatin1String("halvane::panels::ToolStripButton") ||
+                          className == QLatin1String("halvane::panels::AdjustToolButton");
+  if (toolButton && object && object->isWidgetType())
     return new ToolStripButtonAccessible(static_cast<QWidget*>(object));
   return nullptr;
 }
@@ -17,9 +19,9 @@ ToolStripButtonAccessible::ToolStripButtonAccessible(QWidget* button)
 
 QAccessible::State ToolStripButtonAccessible::state() const {
   QAccessible::State state = QAccessibleWidget::state();
-  const auto* button = static_cast<const ToolStripButton*>(widget());
+  const auto* button = static_cast<const QAbstractButton*>(widget());
   state.checkable = true;
-  state.checked = button->isSelected();
+  state.checked = button->isChecked();
   state.pressed = button->isDown();
   return state;
 }
@@ -29,7 +31,7 @@ QStringList ToolStripButtonAccessible::actionNames() const {
 }
 
 void ToolStripButtonAccessible::doAction(const QString& actionName) {
-  auto* button = static_cast<ToolStripButton*>(widget());
+  auto* button = static_cast<QAbstractButton*>(widget());
   if (actionName == pressAction() && button->isEnabled()) {
     button->click();
     return;

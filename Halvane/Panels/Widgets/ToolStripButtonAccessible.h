@@ -1,7 +1,7 @@
 #pragma once
-// What assistive technology reads of a tool button: a toggle button named by its tool's
-// title, checked while selected, pressed by its press action. Qt's own interface would
-// call a checkable button a check box.
+// What assistive technology reads of a tool button (of the tool strip or the adjust
+// panel): a toggle button named by its tool's title, checked while selected, pressed by
+// its press action. Qt's own interface would call a checkable button a check box.
 #include <QAccessibleWidget>
 
 namespace halvane::panels {
@@ -14,7 +14,7 @@ public:
   QStringList actionNames() const override;
   void doAction(const QString& actionName) override;
 
-  // Makes Qt use this interface for every ToolStripButton; idempotent.
+  // Makes Qt use this interface for every ToolStripButton and AdjustToolButton; idempotent.
   static void install();
 };
 

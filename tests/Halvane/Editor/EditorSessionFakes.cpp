@@ -76,9 +76,10 @@ void EditorSessionTest::TearDown() {
 
 std::shared_ptr<EditorSession> EditorSessionTest::open(MediaContent content, HalvaneConfig config) {
   container->setConfiguration(std::move(config));
-  EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           filterSliderBar,
+  EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           adjustSlider,  filterSliderBar,
                     adjustSliderBar, adjustPresetRow, focusControls, focusOverlay, cropOverlay};
   for (size_t i = 0; i < panels.size(); ++i) views.panels[i] = panels[i];
+  views.panels[size_t(MediaTool::adjust)] = adjustPanel;
   auto session = EditorSession::create(std::move(content), container, views, screen,
                                        realServices ? EditorServices{} : EditorServices{photoExport, videoLoader});
   session->setDelegate(delegate);

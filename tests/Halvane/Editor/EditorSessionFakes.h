@@ -4,6 +4,7 @@
 // main queue.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <deque>
 #include <map>
 #include <string>
@@ -28,6 +29,29 @@ class Fake : public Base {
 };
 
 using FakePanel = Fake<ToolPanel>;
+
+struct FakeAdjustPanel final : Fake<AdjustPanel> {
+  void selectTool(std::optional<AdjustTool> tool) override { selected = tool; }
+  void updateModifiedDots(const EditState& state) override { dotsFrom = state; }
+  std::optional<AdjustTool> selected;
+  std::optional<EditState> dotsFrom;
+};
+
+// The slider as the widget behaves: ends clamp a programmatic value.
+struct FakeAdjustSlider final : AdjustSliderView {
+  void configure(float min, float max, float defaultValue) override { range = {min, max, defaultValue}; }
+  void setValue(float v) override { value_ = std::clamp(v, range[0], range[1]); }
+  float value() const override { return value_; }
+  void setLabelFormatter(std::function<std::string(float)> formatter) override { label = std::move(formatter); }
+  // The user drags the ruler to `v`.
+  void drag(float v) {
+    setValue(v);
+    onValueChanged();
+  }
+  std::array<float, 3> range{-1, 1, 0};
+  float value_ = 0;
+  std::function<std::string(float)> label;
+};
 
 struct FakeToolStrip final : Fake<ToolStripView> {
   void setInteractive(bool value) override { interactive = value; }
@@ -231,7 +255,16 @@ class EditorSessionTest : public ::testing::Test {
   // A confirmed tool session that commits `state`.
   void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust);
   const EditState& previewState() const { return container->renderingEngine->previewState(); }
-  FakePanel& panel(MediaTool tool) { return *panels[static_cast<size_t>(tool)]; }
+  ToolPanel& panel(MediaTool tool) {
+    if (tool == MediaTool::adjust) return *adjustPanel;
+    return *panels[static_cast<size_t>(tool)];
+  }
+  bool panelHidden(MediaTool tool) {
+    return tool == MediaTool::adjust ? adjustPanel->hidden : panels[size_t(tool)]->hidden;
+  }
+  double panelAlpha(MediaTool tool) {
+    return tool == MediaTool::adjust ? adjustPanel->alpha : panels[size_t(tool)]->alpha;
+  }
   // A file in this test's temporary folder.
   std::filesystem::path makeTempFile(const std::string& name);
 
@@ -250,6 +283,8 @@ class EditorSessionTest : public ::testing::Test {
   std::shared_ptr<FakeUndoRedo> undoRedoBar;
   std::shared_ptr<FakeToolStrip> toolStrip;
   std::array<std::shared_ptr<FakePanel>, 6> panels;
+  std::shared_ptr<FakeAdjustPanel> adjustPanel = std::make_shared<FakeAdjustPanel>();
+  std::shared_ptr<FakeAdjustSlider> adjustSlider = std::make_shared<FakeAdjustSlider>();
 };
 
 }  // namespace halvane::editor_test

@@ -64,11 +64,11 @@ TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
       EXPECT_FALSE(delegate->toolWasActiveAtOpen);  // told before any state is touched
       EXPECT_FALSE(toolStrip->interactive);
       EXPECT_EQ(screen->previewBottom, tool);
-      for (MediaTool other : kAllMediaTools) EXPECT_EQ(panel(other).hidden, other != tool);
+      for (MediaTool other : kAllMediaTools) EXPECT_EQ(panelHidden(other), other != tool);
       EXPECT_TRUE(topBar->hidden);  // no window: at once
       applied ? panel(tool).onConfirm() : panel(tool).onCancel();
       EXPECT_FALSE(session->isToolActive());
-      EXPECT_TRUE(panel(tool).hidden);
+      EXPECT_TRUE(panelHidden(tool));
       EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
       EXPECT_TRUE(toolStrip->interactive);
       EXPECT_FALSE(toolStrip->selected);
@@ -93,7 +93,7 @@ TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
     session->toolSelected(c.tool);
     EXPECT_FALSE(session->isToolActive());
     EXPECT_TRUE(delegate->calls.empty());
-    EXPECT_TRUE(panel(c.tool).hidden);
+    EXPECT_TRUE(panelHidden(c.tool));
     EXPECT_TRUE(toolStrip->interactive);
   }
 }
@@ -107,7 +107,7 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothing) {
   session->toolSelected(MediaTool::adjust);
   EXPECT_TRUE(delegate->calls.empty());
   EXPECT_EQ(session->activeTool(), MediaTool::filter);
-  EXPECT_TRUE(panel(MediaTool::adjust).hidden);
+  EXPECT_TRUE(panelHidden(MediaTool::adjust));
   EXPECT_EQ(screen->transitions.size(), 1u);
 }
 
@@ -120,11 +120,11 @@ TEST_F(ToolSessionTest, InterruptedTransitionsHideNothing) {
   ASSERT_EQ(screen->transitions.size(), 3u);
   EXPECT_FALSE(screen->transitions[0]->running || screen->transitions[1]->running);
   EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-  EXPECT_FALSE(panel(MediaTool::adjust).hidden);
+  EXPECT_FALSE(panelHidden(MediaTool::adjust));
   screen->transitions[2]->end(true);  // the last one decides
   EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden);
-  EXPECT_FALSE(panel(MediaTool::adjust).hidden);
-  EXPECT_EQ(panel(MediaTool::adjust).alpha, 1);
+  EXPECT_FALSE(panelHidden(MediaTool::adjust));
+  EXPECT_EQ(panelAlpha(MediaTool::adjust), 1);
 }
 
 TEST_F(ToolSessionTest, AnExitFadesAndThenHidesTheToolsOwnViews) {
@@ -145,11 +145,11 @@ TEST_F(ToolSessionTest, AnExitFadesAndThenHidesTheToolsOwnViews) {
     screen->transitions.back()->end(true);
     panel(c.tool).onConfirm();
     EXPECT_EQ(topBar->alpha, 1);
-    EXPECT_EQ(panel(c.tool).alpha, 0);
+    EXPECT_EQ(panelAlpha(c.tool), 0);
     for (auto* view : c.side) EXPECT_EQ(view->alpha, 0);
-    EXPECT_FALSE(panel(c.tool).hidden);
+    EXPECT_FALSE(panelHidden(c.tool));
     screen->transitions.back()->end(true);
-    EXPECT_TRUE(panel(c.tool).hidden);
+    EXPECT_TRUE(panelHidden(c.tool));
     for (auto* view : c.side) EXPECT_TRUE(view->hidden);
   }
 }

@@ -20,6 +20,10 @@
 #include "Halvane/Editor/Widgets/MediaViewController.h"
 #include "Halvane/Editor/Widgets/ShareSheet.h"
 #include "Halvane/Editor/Widgets/ToolFrameView.h"
+#include "Halvane/Panels/Widgets/AdjustPanelView.h"
+#include "Halvane/Panels/Widgets/AdjustSlider.h"
+#include "Halvane/Panels/Widgets/AdjustSliderBar.h"
+#include "Halvane/Panels/Widgets/AdjustToolButton.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
 #include "Halvane/Panels/Widgets/RoundButton.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
@@ -109,13 +113,14 @@ class MediaViewControllerTest : public ::testing::Test {
   }
   void tap(MediaTool tool) { editor->toolStrip()->toolButton(tool)->click(); }
   int previewBottom() const { return editor->previewContainer()->geometry().bottom() + 1; }
-  // A confirmed edit, as a panel would make it.
+  // A confirmed edit through the adjust panel: Exposure chosen, its slider moved.
   EditState edit() {
-    auto& session = *editor->session();
     tap(MediaTool::adjust);
-    EditState edited = session.workingState();
-    edited.exposure = 0.5;
-    session.setWorkingState(edited);
+    editor->adjustPanel()->toolButton(AdjustTool::exposure)->click();
+    EXPECT_FALSE(editor->adjustSliderBar()->isHidden());
+    editor->adjustSliderBar()->slider()->ruler().userSet(0.5f);
+    const EditState edited = editor->session()->workingState();
+    EXPECT_EQ(edited.exposure, 0.5f);
     editor->confirmOpenTool();
     return edited;
   }
@@ -144,16 +149,16 @@ TEST_F(MediaViewControllerTest, WithoutAWindowToolsOpenAndCloseAtOnce) {
   for (MediaTool tool : {MediaTool::transform, MediaTool::filter, MediaTool::adjust, MediaTool::focus}) {
     SCOPED_TRACE(mediaToolInfo(tool).rawValue.data());
     tap(tool);
-    EXPECT_FALSE(editor->toolFrame(tool)->isHidden());
+    EXPECT_FALSE(editor->toolPanel(tool)->isHidden());
     EXPECT_FALSE(barsShown());
     EXPECT_EQ(previewBottom(), kHeight - int(toolPanelHeight(tool)));
-    EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolFrame(tool)), 1.0);
+    EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolPanel(tool)), 1.0);
     // A second tool while one is open changes nothing.
     tap(tool == MediaTool::focus ? MediaTool::transform : MediaTool::focus);
     EXPECT_EQ(editor->session()->activeTool(), tool);
 
     editor->cancelOpenTool();
-    EXPECT_TRUE(editor->toolFrame(tool)->isHidden());
+    EXPECT_TRUE(editor->toolPanel(tool)->isHidden());
     EXPECT_TRUE(barsShown());
     EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
     EXPECT_EQ(editor->toolStrip()->selectedTool(), std::nullopt);
@@ -167,7 +172,7 @@ TEST_F(MediaViewControllerTest, WithAWindowTheEnterTransitionRunsOnTheSpring) {
   editor->show();
   ASSERT_TRUE(runEventsUntil([&] { return editor->isVisible(); }));
   tap(MediaTool::adjust);
-  ToolFrameView* frame = editor->toolFrame(MediaTool::adjust);
+  QWidget* frame = editor->toolPanel(MediaTool::adjust);
   // Under way: the panel fades in over the bars, which go only at the end.
   EXPECT_LT(EditorTransitions::alpha(frame), 1.0);
   EXPECT_TRUE(barsShown());
@@ -195,7 +200,7 @@ TEST_F(MediaViewControllerTest, AnInterruptedEnterHidesNothing) {
   runFor(800);
   EXPECT_TRUE(barsShown());
   EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->toolStrip()), 1.0);
-  EXPECT_TRUE(editor->toolFrame(MediaTool::filter)->isHidden());
+  EXPECT_TRUE(editor->toolPanel(MediaTool::filter)->isHidden());
   EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
 }
 
