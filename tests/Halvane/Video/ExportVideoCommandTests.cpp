@@ -107,15 +107,11 @@ class ToolProcess {
 
 Finished run(const std::vector<std::string>& arguments) { return ToolProcess(arguments).wait(); }
 
-std::string toneClip() { return testsupport::makeClip("cli-tone", testsupport::ClipDescription()); }
+std::string toneClip() { return testsupport::makeClip("cli-tone", {}); }
 
 // 80 seconds of tiny frames with sound: long enough to interrupt, and a movie of
 // several hundred kilobytes.
-std::string longClip() {
-  testsupport::ClipDescription clip;
-  clip.frames = 2400;
-  return testsupport::makeClip("cli-long", clip);
-}
+std::string longClip() { return testsupport::makeClip("cli-long", {.frames = 2400}); }
 
 // The names in a folder that contain `part`.
 std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part) {
@@ -254,11 +250,9 @@ TEST(ExportVideoCommandTest, FramesOutOfOrderEndTheExportAsFailed) {
 }
 
 TEST(ExportVideoCommandTest, OpusSoundIsReencodedToAac) {
-  testsupport::ClipDescription clip;
-  clip.audio = testsupport::ClipAudio::opus;
-  clip.sampleRate = 48000;
+  const auto opus = testsupport::makeClip("cli-opus", {.audio = testsupport::ClipAudio::opus, .sampleRate = 48000});
   const auto output = testsupport::freshPath("cli-opus.mov");
-  const auto result = run({"export-video", testsupport::makeClip("cli-opus", clip), output});
+  const auto result = run({"export-video", opus, output});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
   const auto facts = testsupport::probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
