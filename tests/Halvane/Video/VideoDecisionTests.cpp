@@ -19,7 +19,7 @@ namespace {
 using platform::media::AffineTransform;
 using platform::media::AudioFormatDescription;
 
-TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
+TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheToleranceAndNothingElse) {
   EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1, 0, 480, 0}), 1);
   EXPECT_EQ(quarterTurnsFromTransform({-1, 0, 0, -1, 640, 480}), 2);
@@ -28,9 +28,7 @@ TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
   EXPECT_EQ(quarterTurnsFromTransform({0.0099, 0.9901, -1.0099, -0.0099, 0, 0}), 1);
   EXPECT_EQ(quarterTurnsFromTransform({0.01, 1, -1, 0, 0, 0}), 0);
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1.01, 0, 0, 0}), 0);
-}
-
-TEST(QuarterTurnsTest, ScaleShearAndMirrorCountAsNoTurn) {
+  // Scale, shear, a mirror, 45 degrees and not a number count as no turn.
   EXPECT_EQ(quarterTurnsFromTransform({0, 0.5, -0.5, 0, 0, 0}), 0);   // turn with a small scale
   EXPECT_EQ(quarterTurnsFromTransform({1, 0.2, 0, 1, 0, 0}), 0);      // shear
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, 1, 0, 0, 0}), 0);        // a turn and a mirror

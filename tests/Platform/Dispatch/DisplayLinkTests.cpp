@@ -1,5 +1,5 @@
 // Display links: rates, pause, invalidation, weak owners, the run-loop driver and the
-// factory the host replaces.
+// factory the host replaces; mediaTime(), the clock the run-loop driver reads.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -31,16 +31,13 @@ class DisplayLinkTest : public ::testing::Test {
   }
 };
 
-TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinTheRange) {
+TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinAValidRange) {
   const struct {
     FrameRateRange range;
     double rate;
   } cases[] = {{{30, 120, 60}, 60}, {{24, 60, 30}, 30}, {{10, 15, 15}, 15},  // photo, video, trim line
                {{}, FrameRateRange::kDisplayRate}, {{10, 15, 0}, 15}, {{90, 120, 0}, 90}, {{30, 0, 0}, 60}};
   for (const auto& c : cases) EXPECT_DOUBLE_EQ(c.range.resolvedRate(), c.rate);
-}
-
-TEST(FrameRateRange, Validity) {
   for (const FrameRateRange valid : {FrameRateRange{}, FrameRateRange{30, 120, 60}, FrameRateRange{30, 120, 0},
                                      FrameRateRange{30, 0, 240}})  // maximum 0 has no upper bound
     EXPECT_TRUE(valid.isValid());
