@@ -75,6 +75,15 @@ void setDisplayMatrix(AVStream* stream, int quarterTurns, int storedWidth, int s
 #endif
 }
 
+// Opens the configured encoder and adds its stream.
+void addStream(AVFormatContext* format, Encoder& encoder, const AVCodec* codec, AVRational timeBase) {
+  encoder.context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+  avCheck(avcodec_open2(encoder.context, codec, nullptr), "open encoder");
+  encoder.stream = avformat_new_stream(format, nullptr);
+  encoder.stream->time_base = timeBase;
+  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, encoder.context), "stream parameters");
+}
+
 void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip, int storedWidth,
                int storedHeight) {
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
@@ -88,14 +97,10 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   video->framerate = AVRational{clip.fps, 1};
   video->gop_size = video->keyint_min = 10;
   video->max_b_frames = 2;
-  video->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   av_opt_set(video->priv_data, "preset", "ultrafast", 0);
   av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
   av_opt_set(video->priv_data, "crf", "10", 0);
-  avCheck(avcodec_open2(video, codec, nullptr), "open libx264");
-  encoder.stream = avformat_new_stream(format, nullptr);
-  encoder.stream->time_base = AVRational{1, 600 * clip.fps};
-  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, video), "video parameters");
+  addStream(format, encoder, codec, AVRational{1, 600 * clip.fps});
   const int turns = (clip.quarterTurns % 4 + 4) % 4;
   if (turns != 0) setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
 }
@@ -113,11 +118,7 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
   audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 64000 * clip.channels;
-  audio->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  avCheck(avcodec_open2(audio, codec, nullptr), "open audio encoder");
-  encoder.stream = avformat_new_stream(format, nullptr);
-  encoder.stream->time_base = AVRational{1, clip.sampleRate};
-  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, audio), "audio parameters");
+  addStream(format, encoder, codec, AVRational{1, clip.sampleRate});
 }
 
 void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -208,6 +209,19 @@ struct Input {
   int best(AVMediaType type) const { return av_find_best_stream(format, type, -1, -1, nullptr, 0); }
 };
 
+// Hands every packet of `streamIndex` on, in file order, while the handler returns true;
+// true when all were handed on.
+bool forEachPacket(Input& input, int streamIndex, const std::function<bool(const AVPacket*)>& handle) {
+  AVPacket* packet = av_packet_alloc();
+  bool more = true;
+  while (more && av_read_frame(input.format, packet) >= 0) {
+    if (packet->stream_index == streamIndex) more = handle(packet);
+    av_packet_unref(packet);
+  }
+  av_packet_free(&packet);
+  return more;
+}
+
 // Feeds every packet of `streamIndex` to a decoder and hands each decoded frame on; the
 // handler returns false to stop.
 void decodeStream(Input& input, int streamIndex, const std::function<bool(AVFrame*)>& handle) {
@@ -219,28 +233,18 @@ void decodeStream(Input& input, int streamIndex, const std::function<bool(AVFram
   avCheck(avcodec_parameters_to_context(decoder.get(), stream->codecpar), "decoder parameters");
   decoder->pkt_timebase = stream->time_base;
   avCheck(avcodec_open2(decoder.get(), codec, nullptr), "open decoder");
-  AVPacket* packet = av_packet_alloc();
   AVFrame* frame = av_frame_alloc();
   bool more = true;
-  auto receive = [&] {
+  auto decode = [&](const AVPacket* packet) {
+    avcodec_send_packet(decoder.get(), packet);
     while (more && avcodec_receive_frame(decoder.get(), frame) == 0) {
       more = handle(frame);
       av_frame_unref(frame);
     }
+    return more;
   };
-  while (more && av_read_frame(input.format, packet) >= 0) {
-    if (packet->stream_index == streamIndex) {
-      avcodec_send_packet(decoder.get(), packet);
-      receive();
-    }
-    av_packet_unref(packet);
-  }
-  if (more) {
-    avcodec_send_packet(decoder.get(), nullptr);
-    receive();
-  }
+  if (forEachPacket(input, streamIndex, decode)) decode(nullptr);
   av_frame_free(&frame);
-  av_packet_free(&packet);
 }
 
 // swscale's packed-RGB writers work in blocks of pixels and may write past the end of
@@ -402,12 +406,10 @@ std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_AUDIO);
   std::vector<std::vector<std::uint8_t>> packets;
-  AVPacket* packet = av_packet_alloc();
-  while (index >= 0 && av_read_frame(input.format, packet) >= 0) {
-    if (packet->stream_index == index) packets.emplace_back(packet->data, packet->data + packet->size);
-    av_packet_unref(packet);
-  }
-  av_packet_free(&packet);
+  if (index >= 0) forEachPacket(input, index, [&](const AVPacket* packet) {
+    packets.emplace_back(packet->data, packet->data + packet->size);
+    return true;
+  });
   return packets;
 }
 
@@ -417,17 +419,17 @@ std::vector<float> decodedAudio(const std::string& path) {
   std::vector<float> samples;
   if (index < 0) return samples;
   decodeStream(input, index, [&](AVFrame* frame) {
+    const auto format = AVSampleFormat(frame->format);
+    if (format != AV_SAMPLE_FMT_FLTP && format != AV_SAMPLE_FMT_FLT && format != AV_SAMPLE_FMT_S16)
+      throw std::runtime_error("unexpected sample format");
     const int channels = frame->ch_layout.nb_channels;
+    const bool planar = av_sample_fmt_is_planar(format);
     for (int i = 0; i < frame->nb_samples; ++i) {
       for (int c = 0; c < channels; ++c) {
-        switch (frame->format) {
-          case AV_SAMPLE_FMT_FLTP: samples.push_back(reinterpret_cast<float*>(frame->data[c])[i]); break;
-          case AV_SAMPLE_FMT_FLT: samples.push_back(reinterpret_cast<float*>(frame->data[0])[i * channels + c]); break;
-          case AV_SAMPLE_FMT_S16:
-            samples.push_back(reinterpret_cast<std::int16_t*>(frame->data[0])[i * channels + c] / 32768.0f);
-            break;
-          default: throw std::runtime_error("unexpected sample format");
-        }
+        const std::uint8_t* plane = frame->data[planar ? c : 0];
+        const int at = planar ? i : i * channels + c;
+        samples.push_back(format == AV_SAMPLE_FMT_S16 ? reinterpret_cast<const std::int16_t*>(plane)[at] / 32768.0f
+                                                      : reinterpret_cast<const float*>(plane)[at]);
       }
     }
     return true;

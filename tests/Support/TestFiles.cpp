@@ -4,6 +4,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 namespace testsupport {
 namespace {
@@ -31,6 +33,11 @@ std::string temporaryFolder() {
 std::string sample(const std::string& relative) {
   const std::string path = std::string(HALVANE_MEDIA_DIR) + "/" + relative;
   return std::filesystem::exists(path) ? path : std::string();
+}
+
+std::string fileContents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
 }  // namespace testsupport

@@ -11,4 +11,7 @@ std::string temporaryFolder();
 // HALVANE_MEDIA_DIR + "/" + relative; empty when the file is missing.
 std::string sample(const std::string& relative);
 
+// The bytes of a file; empty when it cannot be read.
+std::string fileContents(const std::string& path);
+
 }  // namespace testsupport

@@ -19,7 +19,7 @@ namespace {
 using platform::media::AffineTransform;
 using platform::media::AudioFormatDescription;
 
-TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
+TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheToleranceAndNothingElse) {
   EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1, 0, 480, 0}), 1);
   EXPECT_EQ(quarterTurnsFromTransform({-1, 0, 0, -1, 640, 480}), 2);
@@ -28,9 +28,7 @@ TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheTolerance) {
   EXPECT_EQ(quarterTurnsFromTransform({0.0099, 0.9901, -1.0099, -0.0099, 0, 0}), 1);
   EXPECT_EQ(quarterTurnsFromTransform({0.01, 1, -1, 0, 0, 0}), 0);
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1.01, 0, 0, 0}), 0);
-}
-
-TEST(QuarterTurnsTest, ScaleShearAndMirrorCountAsNoTurn) {
+  // Scale, shear, a mirror, 45 degrees and not a number count as no turn.
   EXPECT_EQ(quarterTurnsFromTransform({0, 0.5, -0.5, 0, 0, 0}), 0);   // turn with a small scale
   EXPECT_EQ(quarterTurnsFromTransform({1, 0.2, 0, 1, 0, 0}), 0);      // shear
   EXPECT_EQ(quarterTurnsFromTransform({0, 1, 1, 0, 0, 0}), 0);        // a turn and a mirror
@@ -150,57 +148,48 @@ TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
   EXPECT_DOUBLE_EQ(quality.expectedFrameRate, 24);
 }
 
+// Sound a movie cannot carry as it is (Opus, FLAC) is encoded again, without gain; no
+// format description: decoded, but no gain so near 1. A 0 in the encoder's columns is
+// not checked.
 TEST(AudioPlanTest, FollowsTheDecisionTable) {
   AudioFormatDescription mono;
   mono.sampleRate = 48000;
   mono.channels = 1;
   mono.codec = "aac";
-  EditState state;
-
-  state.audioMuted = true;
-  EXPECT_EQ(planAudio(state, VideoExportPreset::balanced, true, mono).route, AudioRoute::none);
-  state.audioMuted = false;
-  EXPECT_EQ(planAudio(state, VideoExportPreset::balanced, false, mono).route, AudioRoute::none);
-
-  state.audioVolume = 1.0005f;
-  auto passthrough = planAudio(state, VideoExportPreset::balanced, true, mono);
-  EXPECT_EQ(passthrough.route, AudioRoute::passthrough);
-  EXPECT_FALSE(passthrough.appliesGain);
-  // No format description: decoded, but no gain so near 1.
-  auto unknown = planAudio(state, VideoExportPreset::maxQuality, true, std::nullopt);
-  EXPECT_EQ(unknown.route, AudioRoute::reencode);
-  EXPECT_FALSE(unknown.appliesGain);
-  EXPECT_EQ(unknown.encoder.channels, 2);
-  EXPECT_EQ(unknown.encoder.sampleRate, 44100);
-  EXPECT_EQ(unknown.encoder.bitRate, 256000);
-
-  // Sound a movie cannot carry as it is (Opus, FLAC) is encoded again, without gain.
   AudioFormatDescription opus = mono;
   opus.codec = "opus";
   opus.copiesIntoMovie = false;
-  auto reencoded = planAudio(state, VideoExportPreset::balanced, true, opus);
-  EXPECT_EQ(reencoded.route, AudioRoute::reencode);
-  EXPECT_FALSE(reencoded.appliesGain);
-  EXPECT_EQ(reencoded.encoder.sampleRate, 48000);
-
-  state.audioVolume = 1.002f;
-  auto gained = planAudio(state, VideoExportPreset::balanced, true, mono);
-  EXPECT_EQ(gained.route, AudioRoute::reencode);
-  EXPECT_TRUE(gained.appliesGain);
-  EXPECT_EQ(gained.encoder.bitRate, 256000);
-  EXPECT_EQ(gained.encoder.channels, 1);
-  EXPECT_EQ(gained.encoder.sampleRate, 48000);
-
-  state.audioVolume = 1;
-  auto social = planAudio(state, VideoExportPreset::social, true, mono);
-  EXPECT_EQ(social.route, AudioRoute::reencode);
-  EXPECT_FALSE(social.appliesGain);
-  EXPECT_EQ(social.encoder.bitRate, 128000);
-
-  state.audioVolume = 0;
-  auto silent = planAudio(state, VideoExportPreset::balanced, true, mono);
-  EXPECT_EQ(silent.route, AudioRoute::reencode);
-  EXPECT_TRUE(silent.appliesGain);
+  using P = VideoExportPreset;
+  const struct {
+    bool muted, hasAudio;
+    float volume;
+    P preset;
+    std::optional<AudioFormatDescription> format;
+    AudioRoute route;
+    bool gain;
+    int bitRate, channels, sampleRate;
+  } cases[] = {
+      {true, true, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+      {false, false, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+      {false, true, 1.0005f, P::balanced, mono, AudioRoute::passthrough, false, 0, 0, 0},
+      {false, true, 1.0005f, P::maxQuality, std::nullopt, AudioRoute::reencode, false, 256000, 2, 44100},
+      {false, true, 1.0005f, P::balanced, opus, AudioRoute::reencode, false, 0, 0, 48000},
+      {false, true, 1.002f, P::balanced, mono, AudioRoute::reencode, true, 256000, 1, 48000},
+      {false, true, 1, P::social, mono, AudioRoute::reencode, false, 128000, 0, 0},
+      {false, true, 0, P::balanced, mono, AudioRoute::reencode, true, 0, 0, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(&c - cases);
+    EditState state;
+    state.audioMuted = c.muted;
+    state.audioVolume = c.volume;
+    const auto plan = planAudio(state, c.preset, c.hasAudio, c.format);
+    EXPECT_EQ(plan.route, c.route);
+    EXPECT_EQ(plan.appliesGain, c.gain);
+    if (c.bitRate) { EXPECT_EQ(plan.encoder.bitRate, c.bitRate); }
+    if (c.channels) { EXPECT_EQ(plan.encoder.channels, c.channels); }
+    if (c.sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, c.sampleRate); }
+  }
 }
 
 }  // namespace

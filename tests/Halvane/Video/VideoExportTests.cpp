@@ -34,11 +34,6 @@ float peak(const std::vector<float>& samples) {
   return most;
 }
 
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
 class VideoExportTest : public testing::VideoRendererTest {
  protected:
   void SetUp() override {
@@ -132,9 +127,9 @@ TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
   EXPECT_EQ(progress.size(), 30u);
 }
 
-// Odd sides are evened by the scaler, social fits within full HD; a one-pixel crop
-// writes 2 by 2 (inside the red quadrant); an edit reaches every frame. The 1080-line
-// sources are real ones, a few frames long.
+// Odd sides are evened by the scaler (the sizes of the presets are in the decision
+// tests, the scaler's pixels against a reference in its own); a one-pixel crop writes
+// 2 by 2 (inside the red quadrant); an edit reaches every frame.
 TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEveryFrame) {
   EditState none, crop, dark;
   crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};
@@ -145,8 +140,6 @@ TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEvery
     VideoExportPreset preset;
     int outWidth, outHeight;
   } cases[] = {{63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
-               {1921, 1080, 3, none, VideoExportPreset::social, 1920, 1078},
-               {1081, 721, 3, none, VideoExportPreset::maxQuality, 1080, 720},
                {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
                {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
   for (const auto& c : cases) {
@@ -206,7 +199,7 @@ TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThroughAndPcmStaysPcm) {
   EXPECT_EQ(testsupport::decodedAudio(output), testsupport::decodedAudio(pcm));
 }
 
-TEST_F(VideoExportTest, AVolumeJustOffOneIsReencodedWithGain) {
+TEST_F(VideoExportTest, AVolumeOffOneIsReencodedWithGainClippedAtOne) {
   EditState louder;
   louder.audioVolume = 1.002f;
   const auto output = exported("gain.mov", louder);
@@ -219,9 +212,7 @@ TEST_F(VideoExportTest, AVolumeJustOffOneIsReencodedWithGain) {
   // A second AAC generation keeps the tone's level within a few per cent.
   const double ratio = rms(testsupport::decodedAudio(output)) / rms(testsupport::decodedAudio(toneClip()));
   EXPECT_NEAR(ratio, 1.002, 0.03);
-}
 
-TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
   EditState doubled;
   doubled.audioVolume = 2;
   const auto loud = testsupport::makeClip("loud-tone", {.toneAmplitude = 0.8f});
@@ -233,6 +224,8 @@ TEST_F(VideoExportTest, GainAboveOneIsClippedAtOne) {
   EXPECT_LT(peak(samples), 1.15f);
   EXPECT_GT(double(saturated) / double(samples.size()), 0.4);
 }
+
+
 
 // --- Failures leave no file ---
 
@@ -257,16 +250,8 @@ TEST_F(VideoExportTest, AnExportThatCannotStartSaysWhyAndLeavesNoFileOrTheOneThe
     EXPECT_EQ(std::filesystem::exists(c.output), stood);
     EXPECT_EQ(backgroundTasks->runningCount(), 0u);
   }
-  EXPECT_EQ(contents(cases[3].output), "keep me");
+  EXPECT_EQ(testsupport::fileContents(cases[3].output), "keep me");
   EXPECT_EQ(backgroundTasks->endCount(1), 1u) << "the task of the first is ended once";
-}
-
-TEST_F(VideoExportTest, CancelDirectlyAfterStartEndsCancelledWithoutFile) {
-  const auto output = testsupport::freshPath("cancelled.mov");
-  expectCancelled(cancelledExport(output));
-  EXPECT_FALSE(std::filesystem::exists(output));
-  EXPECT_EQ(backgroundTasks->endCount(1), 1u);
-  EXPECT_EQ(backgroundTasks->runningCount(), 0u);
 }
 
 TEST_F(VideoExportTest, ExpiryOfTheBackgroundTaskCancelsAndEndsTheTaskOnce) {
@@ -296,17 +281,20 @@ TEST_F(VideoExportTest, ARendererGoneBeforeTheExportRunsGivesCancelled) {
   EXPECT_EQ(backgroundTasks->beginCount(), 0u);
 }
 
-// The writer and the clean-up read a file URL the same way: a cancelled export to
-// "a%20b.mov" leaves no "a b.mov" and never touches a file literally named "a%20b.mov";
-// a finished one writes "a b.mov".
-TEST_F(VideoExportTest, AFileURLNamesTheSameFileThroughout) {
+// Cancelled directly after its start, an export ends as cancelled with its task ended
+// and no file. The writer and the clean-up read a file URL the same way: a cancelled
+// export to "a%20b.mov" leaves no "a b.mov" and never touches a file literally named
+// "a%20b.mov"; a finished one writes "a b.mov".
+TEST_F(VideoExportTest, CancelDirectlyAfterStartLeavesNoFileAndAFileURLNamesTheSameFileThroughout) {
   const std::string folder = testsupport::temporaryFolder() + "/url";
   std::filesystem::create_directories(folder);
   const std::string url = "file://" + folder + "/a%20b.mov";
   std::ofstream(folder + "/a%20b.mov") << "keep me";
   expectCancelled(cancelledExport(url));
+  EXPECT_EQ(backgroundTasks->endCount(1), 1u);
+  EXPECT_EQ(backgroundTasks->runningCount(), 0u);
   EXPECT_FALSE(std::filesystem::exists(folder + "/a b.mov"));
-  EXPECT_EQ(contents(folder + "/a%20b.mov"), "keep me");
+  EXPECT_EQ(testsupport::fileContents(folder + "/a%20b.mov"), "keep me");
 
   const auto written = runExport(toneClip(), url, EditState(), VideoExportPreset::balanced);
   ASSERT_TRUE(written && written->hasValue()) << failureText(written);

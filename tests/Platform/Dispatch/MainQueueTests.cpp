@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 using ::testing::ElementsAre;
 
-TEST(ManualMainQueue, RunsWorkInQueueOrderAndWorkQueuedDuringATurnInTheNext) {
+TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChainsUntilIdle) {
   ManualMainQueue queue;
   std::vector<std::string> order;
   queue.async([&] {
@@ -31,6 +31,17 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderAndWorkQueuedDuringATurnInTheNext) {
   EXPECT_EQ(queue.runPending(), 1u);
   EXPECT_THAT(order, ElementsAre("first", "second", "queued by first"));
   EXPECT_EQ(queue.runPending(), 0u);
+  // runUntilIdle runs chained work to its end, or up to its limit.
+  int depth = 0;
+  std::function<void()> chain = [&] {
+    if (++depth < 5) queue.async(chain);
+  };
+  queue.async(chain);
+  EXPECT_EQ(queue.runUntilIdle(), 5u);
+  std::function<void()> forever = [&] { queue.async(forever); };
+  queue.async(forever);
+  EXPECT_EQ(queue.runUntilIdle(10), 10u);
+  EXPECT_EQ(queue.pendingCount(), 1u);
 }
 
 TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadInEachProducersOrder) {
@@ -73,21 +84,6 @@ TEST(ManualMainQueue, DelayedWorkWaitsForTheFakeClockAndRunsInDueOrder) {
   EXPECT_EQ(queue.runPending(), 3u);
   EXPECT_THAT(order, ElementsAre("negative", "now", "10ms", "after advance", "20ms a", "20ms b", "30ms"));
   EXPECT_EQ(queue.now(), 15ms + 1h);
-}
-
-TEST(ManualMainQueue, RunUntilIdleRunsChainedWorkAndStopsAtItsLimit) {
-  ManualMainQueue queue;
-  int depth = 0;
-  std::function<void()> chain = [&] {
-    if (++depth < 5) queue.async(chain);
-  };
-  queue.async(chain);
-  EXPECT_EQ(queue.runUntilIdle(), 5u);
-  EXPECT_EQ(depth, 5);
-  std::function<void()> forever = [&] { queue.async(forever); };
-  queue.async(forever);
-  EXPECT_EQ(queue.runUntilIdle(10), 10u);
-  EXPECT_EQ(queue.pendingCount(), 1u);
 }
 
 TEST(ManualMainQueue, CancelledWorkItemsNeverRun) {

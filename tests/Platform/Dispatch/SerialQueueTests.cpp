@@ -48,7 +48,7 @@ TEST(SerialQueue, RunsWorkInOrderOneAtATimeOnOneThreadOfItsOwn) {
   EXPECT_NE(threads.front(), std::this_thread::get_id());
 }
 
-TEST(SerialQueue, SyncWaitsForTheWorkAndEarlierWork) {
+TEST(SerialQueue, SyncWaitsForTheWorkAndEarlierWorkAndPassesItsExceptionOn) {
   SerialQueue queue("test.sync");
   std::vector<std::string> order;
   testing::Gate release;
@@ -60,14 +60,9 @@ TEST(SerialQueue, SyncWaitsForTheWorkAndEarlierWork) {
   queue.sync([&] { order.push_back("sync"); });
   opener.join();
   EXPECT_THAT(order, ::testing::ElementsAre("async", "sync")) << "sync returned after both ran";
-}
-
-TEST(SerialQueue, SyncPassesTheWorksExceptionOn) {
-  SerialQueue queue("test.sync.throw");
   EXPECT_THROW(queue.sync([] { throw std::runtime_error("from the queue"); }), std::runtime_error);
-  bool ranAfter = false;
-  queue.sync([&] { ranAfter = true; });
-  EXPECT_TRUE(ranAfter) << "the queue goes on after a thrown sync";
+  queue.sync([&] { order.push_back("after the throw"); });
+  EXPECT_EQ(order.back(), "after the throw") << "the queue goes on after a thrown sync";
 }
 
 TEST(SerialQueue, DestructorRunsQueuedWorkThenJoins) {

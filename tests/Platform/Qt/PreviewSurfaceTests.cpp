@@ -120,7 +120,7 @@ TEST_F(PreviewSurfaceTest, TheDrawableIsTheSizeInDevicePixelsAndIsReportedOncePe
   EXPECT_EQ(reports.size(), before) << "a move is no change of size";
 }
 
-TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelAndTheLastStaysCentredOnBlackThroughAResize) {
+TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelTheLastStaysThroughAResizeAndOtherKindsAreDropped) {
   const QImage old = checker(surface->drawableSize(), 5);
   present(old);
   EXPECT_EQ(screenshot(), old);
@@ -136,20 +136,19 @@ TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelAndTheLastStaysCentredOnBlackT
   const QImage fresh = checker(surface->drawableSize(), 9);
   present(fresh);
   EXPECT_EQ(screenshot(), fresh);
-}
 
-TEST_F(PreviewSurfaceTest, DrawablesOfAnotherKindAreDroppedAndTheFrameStays) {
-  const QImage frame = checker(surface->drawableSize(), 1);
-  present(frame);
+  // Drawables of another kind are dropped and the frame stays.
   const FakeDrawable privateOne(checker({8, 8}, 2), gpu::PixelFormat::bgra8Unorm, gpu::StorageMode::privateStorage);
   const FakeDrawable empty{QImage(QSize(0, 0), QImage::Format_RGB32)};
   surface->frames()->present(privateOne);
   surface->frames()->present(empty);
   runPendingEvents();
-  EXPECT_EQ(surface->shownFrame(), frame);
+  EXPECT_EQ(surface->shownFrame(), fresh);
 }
 
-TEST(FrameHandoff, DeliversOnlyTheNewestOfTheFramesThatCameMeanwhile) {
+// The newest of the frames that came meanwhile is delivered alone; a delivery after the
+// surface went finds nothing and does nothing.
+TEST(FrameHandoff, DeliversOnlyTheNewestFrameAndOutlivesItsSurface) {
   auto queue = std::make_shared<dispatch::ManualMainQueue>();
   auto handoff = FrameHandoff::create(queue);
   std::vector<QImage> delivered;
@@ -161,15 +160,11 @@ TEST(FrameHandoff, DeliversOnlyTheNewestOfTheFramesThatCameMeanwhile) {
   ASSERT_EQ(delivered.size(), 1u);
   EXPECT_EQ(delivered[0], checker({4, 2}, 2));
 
-}
-
-TEST(FrameHandoff, OutlivesItsSurface) {
-  auto queue = std::make_shared<dispatch::ManualMainQueue>();
   auto surface = std::make_unique<PreviewSurface>(queue);
-  const auto handoff = surface->frames();
-  handoff->present(FakeDrawable(checker({4, 4}, 1)));
+  const auto surfaceFrames = surface->frames();
+  surfaceFrames->present(FakeDrawable(checker({4, 4}, 1)));
   surface.reset();
-  EXPECT_EQ(queue->runUntilIdle(), 1u);  // the delivery finds no surface and does nothing
+  EXPECT_EQ(queue->runUntilIdle(), 1u);
 }
 
 }  // namespace

@@ -93,16 +93,10 @@ TEST_F(QtDisplayLinkTest, TheTimerRunsExactlyWhileSomeLinkRuns) {
       {"b destroyed", [&] { b.reset(); }, false},
       {"a resumed after invalidation", [&] { a->setPaused(true), a->setPaused(false); }, false},
   };
+  // That a ticking driver delivers frames, and goes on between them, is the next case's.
   for (const auto& step : steps) {
     step.act();
     EXPECT_EQ(driver->isTicking(), step.ticking) << step.what;
-    if (step.ticking) {
-      // The running links get frames, and the timer goes on between them.
-      const size_t seen = first.timestamps.size() + second.timestamps.size();
-      ASSERT_TRUE(runEventsUntil([&] { return first.timestamps.size() + second.timestamps.size() > seen + 1; }))
-          << step.what;
-      EXPECT_TRUE(driver->isTicking()) << step.what;
-    }
   }
   // A target that ends its own link during a refresh: the driver idles at once.
   int calls = 0;

@@ -35,32 +35,22 @@ class PipeSource final : public MemoryPressureSource {
   int reader_;
 };
 
-class Reports {
- public:
-  void add() {
-    std::lock_guard guard(lock_);
-    ++count_;
-    thread_ = std::this_thread::get_id();
-    changed_.notify_all();
-  }
-  bool waitFor(int count) {
-    std::unique_lock guard(lock_);
-    return changed_.wait_for(guard, 10s, [&] { return count_ >= count; });
-  }
-  int count() {
-    std::lock_guard guard(lock_);
-    return count_;
-  }
-  std::thread::id thread() {
-    std::lock_guard guard(lock_);
-    return thread_;
-  }
+// The reports seen, and the thread of the last.
+struct Reports {
+  std::mutex lock;
+  std::condition_variable changed;
+  int count = 0;
+  std::thread::id thread;
 
- private:
-  std::mutex lock_;
-  std::condition_variable changed_;
-  int count_ = 0;
-  std::thread::id thread_;
+  void add() {
+    std::lock_guard guard(lock);
+    ++count, thread = std::this_thread::get_id();
+    changed.notify_all();
+  }
+  bool waitFor(int wanted) {
+    std::unique_lock guard(lock);
+    return changed.wait_for(guard, 10s, [&] { return count >= wanted; });
+  }
 };
 
 struct FakeSource {
@@ -80,31 +70,24 @@ struct FakeSource {
   }
 };
 
-TEST(MemoryPressureMonitor, CallsOncePerReportOnItsOwnThread) {
+// One call per report, on the monitor's thread; stopped while it waits, it returns at
+// once (the guard of 5 s only catches a hang).
+TEST(MemoryPressureMonitor, CallsOncePerReportOnItsOwnThreadAndStopsPromptly) {
   FakeSource fake;
   Reports reports;
-  MemoryPressureMonitor monitor(std::move(fake.source), [&] { reports.add(); });
+  auto monitor = std::make_unique<MemoryPressureMonitor>(std::move(fake.source), [&] { reports.add(); });
   fake.report();
   ASSERT_TRUE(reports.waitFor(1));
-  EXPECT_NE(reports.thread(), std::this_thread::get_id());
+  EXPECT_NE(reports.thread, std::this_thread::get_id());
   fake.report();
   fake.report();
   ASSERT_TRUE(reports.waitFor(3));
   std::this_thread::sleep_for(50ms);
-  EXPECT_EQ(reports.count(), 3);
-  EXPECT_TRUE(monitor.isWatching());
-}
-
-TEST(MemoryPressureMonitor, StopsPromptlyWhileWaiting) {
-  FakeSource fake;
-  Reports reports;
+  EXPECT_TRUE(monitor->isWatching());
   const auto began = std::chrono::steady_clock::now();
-  {
-    MemoryPressureMonitor monitor(std::move(fake.source), [&] { reports.add(); });
-    std::this_thread::sleep_for(20ms);
-  }
+  monitor.reset();
   EXPECT_LT(std::chrono::steady_clock::now() - began, 5s);
-  EXPECT_EQ(reports.count(), 0);
+  EXPECT_EQ(reports.count, 3);
 }
 
 TEST(MemoryPressureMonitor, EndsWhenTheSourceFailsAfterTheReportsItHad) {
@@ -116,7 +99,7 @@ TEST(MemoryPressureMonitor, EndsWhenTheSourceFailsAfterTheReportsItHad) {
   const auto deadline = std::chrono::steady_clock::now() + 10s;
   while (monitor.isWatching() && std::chrono::steady_clock::now() < deadline) std::this_thread::sleep_for(5ms);
   EXPECT_FALSE(monitor.isWatching());
-  EXPECT_EQ(reports.count(), 1);
+  EXPECT_EQ(reports.count, 1);
 }
 
 TEST(MemoryPressureTrigger, SaysWhyWhenTheKernelHasNoneOrRefusesIt) {
