@@ -164,7 +164,7 @@ TEST_F(FocusKernel, GaussianMatchesTheCpuReference) {
     const Image input = testing::makeImage(c.width, c.height, 11);
     EditState state = focusStarted(4);
     state.focusStrength = c.strength;
-    const Image expected = testing::referenceGaussian(input, c.strength);
+    const Image expected = testing::referenceFocus(input, state);
     const int margin = int(std::ceil(3 * 0.012 * c.height * c.strength));
     for (bool finalOutput : {false, true}) {
       const Image output = run(input, state, finalOutput);
