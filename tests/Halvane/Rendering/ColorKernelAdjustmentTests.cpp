@@ -64,18 +64,22 @@ double rampMean(const Image& ramp, int from = 0, int to = 255) {
   return sum / (to - from + 1);
 }
 
-double rampSpread(const Image& ramp) {
-  const double mean = rampMean(ramp);
-  double sum = 0;
-  for (int x = 0; x < 256; ++x) sum += (rampLevel(ramp, x) - mean) * (rampLevel(ramp, x) - mean);
-  return std::sqrt(sum / 256);
+// Standard deviation of values.
+double spread(const std::vector<double>& values) {
+  double mean = 0, sum = 0;
+  for (double v : values) mean += v / values.size();
+  for (double v : values) sum += (v - mean) * (v - mean);
+  return std::sqrt(sum / values.size());
 }
-
+double rampSpread(const Image& ramp) {
+  std::vector<double> levels;
+  for (int x = 0; x < 256; ++x) levels.push_back(rampLevel(ramp, x));
+  return spread(levels);
+}
 double neutralSpread(const Image& chart) {
-  const double mean = overChart(chart, {18, 19, 20, 21, 22, 23}, luma);
-  double sum = 0;
-  for (int p = 18; p < 24; ++p) sum += (luma(chartPatch(chart, p)) - mean) * (luma(chartPatch(chart, p)) - mean);
-  return std::sqrt(sum / 6);
+  std::vector<double> lumas;
+  for (int p = 18; p < 24; ++p) lumas.push_back(luma(chartPatch(chart, p)));
+  return spread(lumas);
 }
 
 // ---- The sixteen adjustments ----------------------------------------------------------
@@ -197,6 +201,8 @@ TEST_F(ColorAdjustments, ValuesComputedByHandWhereTheFormulaIsKnown) {
       {"vignette 1, radius 1", &EditState::vignetteIntensity, 1, 1, 3, flat200,
        {{185, 185, 185}, {200, 200, 200}, {185, 185, 185}, {200, 200, 200}, {200, 200, 200},
         {200, 200, 200}, {185, 185, 185}, {200, 200, 200}, {185, 185, 185}}},
+      // Radius 2: the clear centre reaches past the corners.
+      {"vignette 2, radius 2", &EditState::vignetteIntensity, 2, 2, 3, flat200, flat200},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.what);
@@ -337,34 +343,6 @@ TEST_F(ColorAdjustments, SharpnessAndClarityRaiseLocalContrast) {
   }
 }
 
-TEST_F(ColorAdjustments, VignetteDarkensTheCornersByIntensityAndRadius) {
-  const Image flat = makeFlat(64, 48, 150, 150, 150);
-  auto cornerDrop = [&](float intensity, float radius) {
-    EditState state;
-    state.vignetteIntensity = intensity;
-    state.vignetteRadius = radius;
-    const Image out = renderColor(*engine, flat, state);
-    // The centre stays; the falloff never turns back along the diagonal.
-    for (int i = 1; i < 24; ++i)
-      EXPECT_LE(rgb(out, 32 + i, 24 + i * 24 / 32)[1], rgb(out, 31 + i, 24 + (i - 1) * 24 / 32)[1] + 1);
-    return double(rgb(out, 32, 24)[1] - rgb(out, 0, 0)[1]);
-  };
-  double previous = -1;
-  for (float intensity : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
-    double drop = cornerDrop(intensity, 1);
-    EXPECT_GE(drop, previous);
-    previous = drop;
-  }
-  EXPECT_GT(previous, 60);
-  previous = 1e9;
-  for (float radius : {0.0f, 0.5f, 1.0f, 1.5f, 2.0f}) {
-    double drop = cornerDrop(1, radius);
-    EXPECT_LE(drop, previous);
-    previous = drop;
-  }
-  EXPECT_LE(previous, 1);  // radius 2: the clear centre reaches past the corners
-}
-
 // Sharpness reads the group's tile with its border: across the borders of the 16 by 16
 // groups and at the picture's edges it equals the CPU reference of the same formula.
 TEST_F(ColorAdjustments, SharpnessMatchesTheReferenceAcrossGroupBorders) {
@@ -404,14 +382,6 @@ Vec3 times(const Mat3& m, const Vec3& v) {
           m[2][0] * v[0] + m[2][1] * v[1] + m[2][2] * v[2]};
 }
 
-Mat3 multiply(const Mat3& a, const Mat3& b) {
-  Mat3 m{};
-  for (int i = 0; i < 3; ++i)
-    for (int j = 0; j < 3; ++j)
-      for (int k = 0; k < 3; ++k) m[i][j] += a[i][k] * b[k][j];
-  return m;
-}
-
 // The adjugate over the determinant, by cyclic cofactors.
 Mat3 inverse(const Mat3& m) {
   auto cofactor = [&](int i, int j) {
@@ -441,24 +411,9 @@ Mat3 srgbToXyz() {
   return m;
 }
 
-// The Kim et al. cubic spline of the Planckian locus, in double precision.
-std::array<double, 2> kimXY(double kelvin) {
-  const double t = 1000.0 / kelvin;
-  const double x = kelvin <= 4000 ? -0.2661239 * t * t * t - 0.2343589 * t * t + 0.8776956 * t + 0.179910
-                                  : -3.0258469 * t * t * t + 2.1070379 * t * t + 0.2226347 * t + 0.240390;
-  double y;
-  if (kelvin <= 2222) {
-    y = -1.1063814 * x * x * x - 1.34811020 * x * x + 2.18555832 * x - 0.20219683;
-  } else if (kelvin <= 4000) {
-    y = -0.9549476 * x * x * x - 1.37418593 * x * x + 2.09137015 * x - 0.16748867;
-  } else {
-    y = 3.0817580 * x * x * x - 5.87338670 * x * x + 3.75112997 * x - 0.37001483;
-  }
-  return {x, y};
-}
-
 // Krystek's rational approximation of the Planckian locus (1000 to 15000 K): an
-// independent check of the kernel's spline.
+// independent check of the kernel's spline and of its constants, which were derived
+// from the Kim et al. spline.
 std::array<double, 2> krystekXY(double T) {
   const double u =
       (0.860117757 + 1.54118254e-4 * T + 1.28641212e-7 * T * T) / (1 + 8.42420235e-4 * T + 7.08145163e-7 * T * T);
@@ -468,57 +423,35 @@ std::array<double, 2> krystekXY(double T) {
   return {3 * u / d, 2 * v / d};
 }
 
-TEST(ColorWhiteBalance, KernelConstantsAreTheDoublePrecisionDerivation) {
-  const Mat3 m = srgbToXyz();
-  const Mat3 toCone = multiply(kBradford, m);
-  const Mat3 fromCone = inverse(toCone);
-  auto k = kimXY(6500);
-  const Vec3 white6500 = times(kBradford, xyzOf(k[0], k[1]));
-  const auto constants = colorref::whiteBalanceConstants();
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) {
-      // The shader's constants carry seven decimals.
-      EXPECT_NEAR(constants.bradford[i][j], kBradford[i][j], 1e-6);
-      EXPECT_NEAR(constants.srgbToCone[i][j], toCone[i][j], 1e-6);
-      EXPECT_NEAR(constants.coneToSrgb[i][j], fromCone[i][j], 1e-6);
-    }
-    EXPECT_NEAR(constants.coneWhite6500[i], white6500[i], 1e-6);
-  }
-  // The spline follows the locus: within 0.002 in x and y of Krystek's approximation
-  // over the range of the slider.
-  for (double kelvin : {2000.0, 2500.0, 3200.0, 4000.0, 5500.0, 6500.0, 8000.0, 10000.0}) {
-    auto spline = colorref::planckianXY(float(kelvin));
-    auto check = krystekXY(kelvin);
-    EXPECT_NEAR(spline[0], check[0], 0.002) << kelvin;
-    EXPECT_NEAR(spline[1], check[1], 0.002) << kelvin;
-  }
-}
-
-// A grey card lit by a 3200 K black body, as a camera balanced for 6500 K records it
-// (the light's white, adapted by the camera from 6500 K to the D65 white of sRGB), is
-// orange; the temperature 3200 makes it neutral again within a few code values.
-TEST_F(ColorAdjustments, AGreyLitBy3200KelvinComesOutNeutralAt3200) {
+// A grey card lit by a black body of T kelvin, as a camera balanced for 6500 K records
+// it (the light's white, adapted by the camera from 6500 K to the D65 white of sRGB),
+// is tinted; the temperature T makes it neutral again within a few code values. Over
+// the slider's range this checks the kernel's locus and its cone constants against a
+// derivation of its own.
+TEST_F(ColorAdjustments, AGreyLitByABlackBodyComesOutNeutralAtItsTemperature) {
   const Mat3 m = srgbToXyz();
   auto cone = [&](std::array<double, 2> xy) { return times(kBradford, xyzOf(xy[0], xy[1])); };
-  const Vec3 light = cone(krystekXY(3200));
   const Vec3 balance = cone(krystekXY(6500));
   const Vec3 d65 = cone(std::array<double, 2>{0.3127, 0.3290});
-  Vec3 recorded;
-  for (int i = 0; i < 3; ++i) recorded[i] = 0.2 * light[i] * d65[i] / balance[i];
-  const Vec3 linear = times(inverse(m), times(inverse(kBradford), recorded));
-  std::array<int, 3> code;
-  for (int i = 0; i < 3; ++i) {
-    const double v = std::clamp(linear[i], 0.0, 1.0);
-    const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
-    code[i] = int(std::lround(encoded * 255));
+  for (double kelvin : {2000.0, 2500.0, 3200.0, 4000.0, 5500.0, 8000.0, 10000.0}) {
+    SCOPED_TRACE(kelvin);
+    const Vec3 light = cone(krystekXY(kelvin));
+    Vec3 recorded;
+    for (int i = 0; i < 3; ++i) recorded[i] = 0.2 * light[i] * d65[i] / balance[i];
+    const Vec3 linear = times(inverse(m), times(inverse(kBradford), recorded));
+    std::array<int, 3> code;
+    for (int i = 0; i < 3; ++i) {
+      const double v = std::clamp(linear[i], 0.0, 1.0);
+      const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
+      code[i] = int(std::lround(encoded * 255));
+    }
+    EXPECT_GE(std::abs(code[0] - code[2]), 10) << "the card is tinted as recorded";
+    EditState state;
+    state.temperature = float(kelvin);
+    auto out = rgb(renderColor(*engine, makeFlat(16, 16, code[0], code[1], code[2]), state), 8, 8);
+    EXPECT_LE(std::max({out[0], out[1], out[2]}) - std::min({out[0], out[1], out[2]}), 3)
+        << out[0] << " " << out[1] << " " << out[2];
   }
-  const Image card = makeFlat(16, 16, code[0], code[1], code[2]);
-  EXPECT_GE(code[0] - code[2], 40) << "the card is orange as recorded";
-  EditState state;
-  state.temperature = 3200;
-  auto out = rgb(renderColor(*engine, card, state), 8, 8);
-  EXPECT_LE(std::max({out[0], out[1], out[2]}) - std::min({out[0], out[1], out[2]}), 3)
-      << out[0] << " " << out[1] << " " << out[2];
 }
 
 }  // namespace
