@@ -141,36 +141,33 @@ TEST_F(ProcessTexture, FocusPassRunsOnlyWithModeAndStrength) {
   }
 }
 
-TEST_F(ProcessTexture, ExhaustedPoolGivesTheSource) {
-  EXPECT_EQ(run(colourEdit(), 99, 0), source);
-  EXPECT_EQ(pooled(), 0u);
-  // The second texture refused: the first goes back at once.
-  EXPECT_EQ(run(colourEdit(), 99, 1), source);
-  EXPECT_EQ(pooled(), 1u);
-}
-
-TEST_F(ProcessTexture, MissingThirdTextureGivesTheColourStage) {
-  auto result = run(focusEdit(), 99, 2);
-  ASSERT_NE(result, source);
-  EXPECT_EQ(pooled(), 1u);  // the geometry stage
-  auto colourOnly = run(colourEdit());
-  EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, colourOnly).pixels);
-}
-
-TEST_F(ProcessTexture, RefusedEncodersFallBackToTheLastFinishedStage) {
-  // No geometry encoder: both intermediates return at once.
-  EXPECT_EQ(run(colourEdit(), 0), source);
-  EXPECT_EQ(pooled(), 2u);
-  engine->purgeCaches();
-  // No colour encoder: the geometry stage returns when the GPU is done, the colour
-  // target at once.
-  EXPECT_EQ(run(colourEdit(), 1), source);
-  EXPECT_EQ(pooled(), 2u);
-  engine->purgeCaches();
-  // No focus encoder: the colour stage is the result.
-  auto result = run(focusEdit(), 2);
-  EXPECT_NE(result, source);
-  EXPECT_EQ(pooled(), 2u);  // the geometry stage and the refused focus target
+// A refused texture or encoder gives the last finished stage, and every intermediate
+// goes back to the pool: at once when nothing was encoded into it, else when the GPU
+// is done.
+TEST_F(ProcessTexture, RefusalsFallBackToTheLastFinishedStage) {
+  struct Case {
+    const char* what;
+    EditState state;
+    int encodersAllowed, texturesAllowed;
+    bool givesSource;
+    size_t pooled;
+  };
+  const Case cases[] = {
+      {"no texture", colourEdit(), 99, 0, true, 0},
+      {"second texture refused", colourEdit(), 99, 1, true, 1},
+      {"third texture refused: the colour stage", focusEdit(), 99, 2, false, 1},
+      {"no geometry encoder", colourEdit(), 0, -1, true, 2},
+      {"no colour encoder", colourEdit(), 1, -1, true, 2},
+      {"no focus encoder: the colour stage", focusEdit(), 2, -1, false, 2},
+  };
+  const Image colourStage = testing::readBack(*engine, run(colourEdit()));
+  for (const Case& c : cases) {
+    engine->purgeCaches();
+    auto result = run(c.state, c.encodersAllowed, c.texturesAllowed);
+    EXPECT_EQ(result == source, c.givesSource) << c.what;
+    EXPECT_EQ(pooled(), c.pooled) << c.what;
+    if (!c.givesSource) EXPECT_EQ(testing::readBack(*engine, result).pixels, colourStage.pixels) << c.what;
+  }
 }
 
 TEST_F(ProcessTexture, TwoChainsOnOneCommandBufferKeepTheirOwnIntermediates) {
