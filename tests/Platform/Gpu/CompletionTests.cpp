@@ -136,7 +136,9 @@ TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
   EXPECT_TRUE(ran.load());
   // A buffer made after the device went completes at once with an error.
   auto late = queue->commandBuffer();
-  if (late) EXPECT_FALSE(run(late));
+  if (late) {
+    EXPECT_FALSE(run(late));
+  }
 }
 
 TEST_F(CompletionTest, WaitingOnABufferNeverCommittedReturnsAndALateHandlerRunsAtOnce) {
