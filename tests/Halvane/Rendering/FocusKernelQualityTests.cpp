@@ -16,7 +16,6 @@
 namespace halvane {
 namespace {
 
-using testing::focusRunner;
 using testing::Image;
 
 double percentileDifference(const Image& a, const Image& b, double fraction) {
@@ -64,8 +63,9 @@ const Bound kBounds[] = {
     {10, "edge", 3.0, 18, "edges stop the climb through levels"},
 };
 
-TEST(FocusKernelQuality, EachModeLooksLikeItsDefinition) {
-  if (!focusRunner().ready()) GTEST_SKIP() << focusRunner().whyNotReady();
+using FocusKernelQuality = testing::EngineTest;
+
+TEST_F(FocusKernelQuality, EachModeLooksLikeItsDefinition) {
   const Image photo = testing::loadPhoto("photo/classic-car.heic", 720);
   if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   constexpr int kStep = 4;
@@ -73,7 +73,7 @@ TEST(FocusKernelQuality, EachModeLooksLikeItsDefinition) {
     const EditState state = testing::focusStarted(bound.mode);
     const Image reference = testing::referenceFocus(photo, state, kStep);
     for (bool finalOutput : {false, true}) {
-      const Image ours = testing::everyNth(focusRunner().run(photo, state, finalOutput), kStep);
+      const Image ours = testing::everyNth(testing::runFocus(photo, state, finalOutput), kStep);
       ASSERT_FALSE(ours.pixels.empty());
       const double mean = testing::meanAbsoluteDifference(ours, reference);
       const double p99 = percentileDifference(ours, reference, 0.99);

@@ -9,10 +9,8 @@
 #include <optional>
 #include <random>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "Halvane/Rendering/BundleLocator.h"
 
 namespace halvane::testing {
 
@@ -25,75 +23,32 @@ EditState focusStarted(int mode) {
   return state;
 }
 
-FocusKernelRunner::FocusKernelRunner() {
-  gpu::DeviceOptions options;
-  options.preferredDevice = "cpu";
-  options.enableValidation = true;
-  options.onValidationMessage = [messages = validationMessages_](const std::string& message) {
-    std::lock_guard guard(messages->lock);
-    messages->list.push_back(message);
-  };
-  device_ = gpu::Device::createSystemDefault(options);
-  if (!device_) {
-    whyNotReady_ = "no Vulkan device (lavapipe) could be made";
-    return;
-  }
-  const auto bundle = findBundle();
-  if (!bundle) {
-    whyNotReady_ = "the kernel bundle was not found";
-    return;
-  }
+Image runFocus(const Image& input, const EditState& state, bool finalOutput) {
+  const auto engine = sharedEngine();
+  const auto& device = engine->metalDevice();
   std::string error;
-  auto library = device_->newLibrary(*bundle, &error);
-  if (!library) {
-    whyNotReady_ = "the kernel bundle could not be loaded: " + error;
-    return;
-  }
-  queue_ = device_->newCommandQueue();
-  pool_ = std::make_shared<TexturePool>(device_);
-  pass_ = FocusPass::make(device_, library, pool_, &error);
-  if (!queue_ || !pass_) whyNotReady_ = "the focus pass could not be made: " + error;
-}
-
-Image FocusKernelRunner::run(const Image& input, const EditState& state, bool finalOutput) {
-  return run(input, makeUniforms(uint64_t(input.width), uint64_t(input.height), state, finalOutput));
-}
-
-Image FocusKernelRunner::run(const Image& input, const RenderUniforms& block) {
+  static const auto pass = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device), &error);
+  EXPECT_TRUE(pass) << error;
   const auto width = uint32_t(input.width), height = uint32_t(input.height);
   gpu::TextureDescriptor descriptor;
   descriptor.width = width;
   descriptor.height = height;
   descriptor.storageMode = gpu::StorageMode::shared;
   descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
-  auto source = device_->newTexture(descriptor);
-  auto target = device_->newTexture(descriptor);
-  if (!source || !target) return {};
+  auto source = device->newTexture(descriptor);
+  auto target = device->newTexture(descriptor);
+  if (!pass || !source || !target) return {};
   const gpu::Region region{{0, 0}, width, height};
   source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
-
-  auto commandBuffer = queue_->commandBuffer();
-  if (!commandBuffer || !pass_->encode(*commandBuffer, block, source, target)) return {};
+  auto commandBuffer = engine->commandQueue()->commandBuffer();
+  const RenderUniforms block = makeUniforms(width, height, state, finalOutput);
+  if (!commandBuffer || !pass->encode(*commandBuffer, block, source, target)) return {};
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
   if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};
-
-  Image output;
-  output.width = input.width;
-  output.height = input.height;
-  output.pixels.assign(input.pixels.size(), 0);
+  Image output = input;
   target->getBytes(output.pixels.data(), size_t(width) * 4, region);
   return output;
-}
-
-std::vector<std::string> FocusKernelRunner::takeValidationMessages() {
-  std::lock_guard guard(validationMessages_->lock);
-  return std::exchange(validationMessages_->list, {});
-}
-
-FocusKernelRunner& focusRunner() {
-  static FocusKernelRunner runner;
-  return runner;
 }
 
 namespace {

@@ -16,7 +16,6 @@ namespace halvane {
 namespace {
 
 using testing::focusStarted;
-using testing::focusRunner;
 using testing::Image;
 using testing::maxAbsoluteDifference;
 using testing::meanAbsoluteDifference;
@@ -25,17 +24,10 @@ using testing::saveForInspection;
 const char* const kModeNames[] = {"off",    "radial", "linear", "mirrored", "gaussian", "zoom",
                                   "motion", "bokeh",  "iris",   "depth",    "edge"};
 
-class FocusKernel : public ::testing::Test {
+class FocusKernel : public testing::EngineTest {
  protected:
-  void SetUp() override {
-    if (!focusRunner().ready()) GTEST_SKIP() << focusRunner().whyNotReady();
-    focusRunner().takeValidationMessages();
-  }
-  void TearDown() override {
-    for (const auto& message : focusRunner().takeValidationMessages()) ADD_FAILURE() << "validation: " << message;
-  }
   static Image run(const Image& input, const EditState& state, bool finalOutput) {
-    return focusRunner().run(input, state, finalOutput);
+    return testing::runFocus(input, state, finalOutput);
   }
 };
 
