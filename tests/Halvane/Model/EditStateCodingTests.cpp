@@ -206,11 +206,13 @@ TEST(EditStateDecoding, EveryFloatFieldIsRepairedByOneRule) {
       EXPECT_EQ(decodeWith(std::string(field.key), value).**member, expected) << value.dump();
     }
   }
-  // Integers read as Floats; -0 at a lower end of 0 becomes +0.
+  // Integers read as Floats.
   EXPECT_EQ(decodeWith("temperature", 12000).temperature, 10000.0f);
   EXPECT_EQ(decodeWith("temperature", 7000u).temperature, 7000.0f);
   EXPECT_EQ(decodeWith("temperature", std::numeric_limits<std::uint64_t>::max()).temperature, 10000.0f);
+  // -0 at a lower end of 0 becomes +0; inside a range across zero it stays as it is.
   EXPECT_FALSE(std::signbit(decodeWith("focusStrength", -0.0).focusStrength));
+  EXPECT_TRUE(std::signbit(decodeWith("exposure", -0.0).exposure));
   EXPECT_EQ(decodeWith("focusStrength", 1e-30).focusStrength, 1e-30f);
 }
 

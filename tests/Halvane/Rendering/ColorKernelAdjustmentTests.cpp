@@ -64,22 +64,11 @@ double rampMean(const Image& ramp, int from = 0, int to = 255) {
   return sum / (to - from + 1);
 }
 
-// Standard deviation of values.
-double spread(const std::vector<double>& values) {
-  double mean = 0, sum = 0;
-  for (double v : values) mean += v / values.size();
-  for (double v : values) sum += (v - mean) * (v - mean);
-  return std::sqrt(sum / values.size());
-}
 double rampSpread(const Image& ramp) {
-  std::vector<double> levels;
-  for (int x = 0; x < 256; ++x) levels.push_back(rampLevel(ramp, x));
-  return spread(levels);
-}
-double neutralSpread(const Image& chart) {
-  std::vector<double> lumas;
-  for (int p = 18; p < 24; ++p) lumas.push_back(luma(chartPatch(chart, p)));
-  return spread(lumas);
+  const double mean = rampMean(ramp);
+  double sum = 0;
+  for (int x = 0; x < 256; ++x) sum += (rampLevel(ramp, x) - mean) * (rampLevel(ramp, x) - mean);
+  return std::sqrt(sum / 256);
 }
 
 // ---- The sixteen adjustments ----------------------------------------------------------
@@ -91,6 +80,8 @@ struct Adjustment {
   float EditState::*field;
   float min, neutral, max;
   // Grow with the value; none where the picture does not answer to the adjustment.
+  // Exposure, brightness, contrast and gamma act on each channel alike, so the grey
+  // ramp measures them; the chart measures what acts on colour or on luma.
   Measure onRamp;
   Measure onChart;
   // The least move, in code values of the measure, from neutral to each extreme.
@@ -114,14 +105,14 @@ std::vector<Adjustment> adjustments() {
   auto rampMagenta = [](const Image& r) { return overRamp(r, 32, 224, magenta); };
   auto chartMagenta = [=](const Image& c) { return overChart(c, all, magenta); };
   return {
-      {"exposure", &EditState::exposure, -3, 0, 3, [](const Image& r) { return rampMean(r); }, patches(all), 20},
-      {"brightness", &EditState::brightness, -1, 0, 1, [](const Image& r) { return rampMean(r); }, patches(all), 20},
-      {"contrast", &EditState::contrast, 0.5f, 1, 2, rampSpread, neutralSpread, 5},
+      {"exposure", &EditState::exposure, -3, 0, 3, [](const Image& r) { return rampMean(r); }, nullptr, 20},
+      {"brightness", &EditState::brightness, -1, 0, 1, [](const Image& r) { return rampMean(r); }, nullptr, 20},
+      {"contrast", &EditState::contrast, 0.5f, 1, 2, rampSpread, nullptr, 5},
       {"highlights", &EditState::highlights, -1, 0, 1, rampRange(170, 240), patches(kBrightPatches), 5},
       {"shadows", &EditState::shadows, -1, 0, 1, rampRange(15, 100), patches(kDarkPatches), 5},
       {"whites", &EditState::whites, -1, 0, 1, rampRange(225, 255), patches({18}), 5},
       {"blacks", &EditState::blacks, -1, 0, 1, rampRange(0, 40), patches({23}), 3},
-      {"gamma", &EditState::gamma, 0.2f, 1, 5, [](const Image& r) { return rampMean(r); }, patches(all), 20},
+      {"gamma", &EditState::gamma, 0.2f, 1, 5, [](const Image& r) { return rampMean(r); }, nullptr, 20},
       {"saturation", &EditState::saturation, 0, 1, 2, nullptr, chartChroma, 15},
       {"vibrance", &EditState::vibrance, -1, 0, 1, nullptr, chartChroma, 10},
       {"temperature", &EditState::temperature, 2000, 6500, 10000, rampWarmth, chartWarmth, 10},
