@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "EngineTestSupport.h"
-#include "Halvane/Rendering/SourceOrientation.h"
 
 namespace halvane {
 namespace {
@@ -166,7 +165,9 @@ TEST_F(ProcessTexture, RefusalsFallBackToTheLastFinishedStage) {
     auto result = run(c.state, c.encodersAllowed, c.texturesAllowed);
     EXPECT_EQ(result == source, c.givesSource) << c.what;
     EXPECT_EQ(pooled(), c.pooled) << c.what;
-    if (!c.givesSource) EXPECT_EQ(testing::readBack(*engine, result).pixels, colourStage.pixels) << c.what;
+    if (!c.givesSource) {
+      EXPECT_EQ(testing::readBack(*engine, result).pixels, colourStage.pixels) << c.what;
+    }
   }
 }
 
@@ -196,23 +197,6 @@ TEST_F(ProcessTexture, RenderToImageCarriesTheColourSpaceLabel) {
   ASSERT_TRUE(image);
   EXPECT_EQ(image->iccProfile, profile);
   EXPECT_EQ(pooled(), 2u);  // the result went back to the pool after the read-back
-}
-
-TEST(SourceOrientation, BakeTableTurnsAndMirrors) {
-  EXPECT_FALSE(orientationBakeState(0));
-  EXPECT_FALSE(orientationBakeState(9));
-  const std::pair<int64_t, bool> expected[8] = {{0, false}, {2, false}, {3, false}, {1, false},
-                                                {0, true},  {2, true},  {1, true},  {3, true}};
-  for (int raw = 1; raw < 8; ++raw) {
-    auto state = orientationBakeState(raw);
-    ASSERT_TRUE(state);
-    EXPECT_EQ(state->rotationQuarterTurns, expected[raw].first);
-    EXPECT_EQ(bool(state->flipHorizontal), expected[raw].second);
-    EditState rest = *state;
-    rest.rotationQuarterTurns = 0;
-    rest.flipHorizontal = false;
-    EXPECT_TRUE(rest.isDefault());
-  }
 }
 
 }  // namespace
