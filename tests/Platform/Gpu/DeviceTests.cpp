@@ -9,12 +9,6 @@ namespace {
 
 using DeviceTest = GpuTest;
 
-TEST_F(DeviceTest, TheCpuDeviceIsLavapipe) {
-  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
-  EXPECT_FALSE(device->name().empty());
-  EXPECT_GE(device->capabilities().maxTextureDimension, 4096u);
-}
-
 // Restores an environment variable when it goes.
 class ScopedEnvironment {
  public:
