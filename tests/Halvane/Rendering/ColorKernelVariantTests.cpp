@@ -119,8 +119,12 @@ TEST_F(ColorVariants, FeaturesFollowTheCleanedBlock) {
   outOfRange.sharpness = -1;                                          // cleaned to 0
   outOfRange.filterType = 12;
   outOfRange.filterIntensity = 0;  // a look at no intensity does nothing
+  outOfRange.vignetteRadius = 0.3f;  // nor a vignette's size without intensity
   outOfRange.cropRect = {0.1, 0.1, 0.5, 0.5};
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, outOfRange, false)), 0u);
+  EditState noLook;
+  noLook.filterIntensity = 0.5f;  // an intensity without a look
+  EXPECT_EQ(colorFeatures(makeUniforms(8, 8, noLook, false)), 0u);
   EditState edit;
   edit.exposure = 0.1f;
   edit.highlights = -0.2f;
