@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <limits>
 #include <memory>
 #include <thread>
 
@@ -31,44 +30,12 @@ class EditHistoryTest : public ::testing::Test {
   void TearDown() override { MainQueue::setShared(nullptr); }
 };
 
-TEST_F(EditHistoryTest, StartsEmptyAndUndoOrRedoOfNothingIsNone) {
-  EditHistory history(step(3));
-  EXPECT_FALSE(history.canUndo());
-  EXPECT_FALSE(history.canRedo());
-  EXPECT_FALSE(history.undo().has_value());
-  EXPECT_FALSE(history.redo().has_value());
-  EXPECT_EQ(history.currentState(), step(3));
-}
-
-TEST_F(EditHistoryTest, EqualityDecidesWhatCountsAsAStep) {
-  EditHistory history(EditState{});
-  EditState negativeZero;
-  negativeZero.exposure = -0.0f;
-  history.push(negativeZero);  // -0 equals 0: no step
-  EXPECT_FALSE(history.canUndo());
-
-  EditState tiny;
-  tiny.exposure = std::numeric_limits<float>::denorm_min();
-  history.push(tiny);  // any change is a step
-  EditState otherVersion = tiny;
-  otherVersion.version = 2;
-  history.push(otherVersion);  // the version takes part in equality
-  EXPECT_EQ(history.undoStack().size(), 2u);
-  EditState flipByte = otherVersion;
-  flipByte.flipHorizontal = Bool::fromByte(2);  // lowest bit clear: still false
-  history.push(flipByte);
-  EXPECT_EQ(history.undoStack().size(), 2u);
-
-  // A NaN is unequal to itself, so the same state pushed again is another step.
-  EditState withNaN;
-  withNaN.gamma = std::numeric_limits<float>::quiet_NaN();
-  history.push(withNaN);
-  history.push(withNaN);
-  EXPECT_EQ(history.undoStack().size(), 4u);
-}
-
+// What counts as a step is EditState's equality (NaN, -0, the lowest bit of Bool, the
+// version), tested with EditState.
 TEST_F(EditHistoryTest, UndoAndRedoWalkThePushOrderBothWays) {
   EditHistory history(step(0));
+  EXPECT_FALSE(history.canUndo() || history.canRedo() || history.redo());
+  EXPECT_EQ(history.currentState(), step(0));
   for (int i = 1; i <= 5; ++i) history.push(step(i));
   for (int i = 4; i >= 0; --i) {
     ASSERT_EQ(history.undo(), step(i));

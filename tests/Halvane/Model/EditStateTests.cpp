@@ -1,5 +1,6 @@
-// EditState: defaults, equality (NaN, -0, the lowest bit of Bool), the is-default test,
-// and the range rule shared by the decoder and the parameter block.
+// EditState: defaults, equality (NaN, -0, the lowest bit of Bool) and the is-default
+// test. The range rule shared by the decoder and the parameter block is walked over
+// every field by EditStateCodingTests and RenderUniformsTests.
 #include "Halvane/Model/EditState.h"
 
 #include <gtest/gtest.h>
@@ -15,7 +16,6 @@ namespace halvane {
 namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 // A state must stay a flat value: the history copies it whole.
 static_assert(std::is_trivially_copyable_v<EditState>);
@@ -99,22 +99,6 @@ TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
   EditState u;
   u.flipHorizontal = true;
   EXPECT_EQ(t, u);
-}
-
-TEST(FloatRange, NaNAndInfinitiesTakeTheFallbackAndTheEndsHold) {
-  const FloatRange& t = edit_ranges::temperature;
-  for (float bad : {kNaN, kInf, -kInf}) EXPECT_EQ(t.clean(bad), 6500.0f);
-  EXPECT_EQ(t.clean(std::numeric_limits<float>::max()), 10000.0f);
-  EXPECT_EQ(t.clean(std::numeric_limits<float>::lowest()), 2000.0f);
-  EXPECT_EQ(t.clean(7000.5f), 7000.5f);
-  // -0 is "at" a lower end of 0, so it comes out as +0; inside a range that spans zero,
-  // -0 stays as it is.
-  EXPECT_FALSE(std::signbit(edit_ranges::focusStrength.clean(-0.0f)));
-  EXPECT_TRUE(std::signbit(edit_ranges::exposure.clean(-0.0f)));
-  EXPECT_EQ(edit_ranges::gamma.clean(std::numeric_limits<float>::denorm_min()), 0.2f);
-  EXPECT_EQ(edit_ranges::gamma.clean(std::nextafter(5.0f, 6.0f)), 5.0f);
-  EXPECT_EQ(edit_ranges::irisBlades.clamp(std::numeric_limits<std::int64_t>::min()), 3);
-  EXPECT_EQ(edit_ranges::focusMode.clamp(std::numeric_limits<std::int64_t>::max()), 10);
 }
 
 }  // namespace

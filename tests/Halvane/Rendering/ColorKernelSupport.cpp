@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "Halvane/Rendering/ColorReference.h"
 
 namespace halvane::colortest {
 
@@ -15,6 +16,18 @@ Image renderColor(RenderingEngine& engine, const Image& image, EditState state) 
   auto rendered = engine.renderToImage(texture, state);
   EXPECT_TRUE(rendered.has_value());
   return rendered ? *rendered : Image{};
+}
+
+Rendered renderAgainstReference(RenderingEngine& engine, const Image& image, const EditState& state, int tolerance) {
+  size_t nonFinite = 0;
+  Rendered r{renderColor(engine, image, state), colorref::renderColorPass(image, state, &nonFinite)};
+  EXPECT_EQ(nonFinite, 0u);
+  EXPECT_LE(maxAbsoluteDifference(r.gpu, r.cpu), tolerance);
+  if (maxAbsoluteDifference(r.gpu, r.cpu) > tolerance) {
+    saveForInspection(r.gpu, "gpu");
+    saveForInspection(r.cpu, "cpu");
+  }
+  return r;
 }
 
 namespace {

@@ -19,6 +19,13 @@ using platform::media::Image;
 // moves), so the pass runs even at neutral colour values.
 Image renderColor(RenderingEngine& engine, const Image& image, EditState state);
 
+// The same, expected within `tolerance` code values of the CPU reference, which must
+// give no NaN or infinity; both are saved for inspection when they differ by more.
+struct Rendered {
+  Image gpu, cpu;
+};
+Rendered renderAgainstReference(RenderingEngine& engine, const Image& image, const EditState& state, int tolerance);
+
 // A ramp of every code value from 0 to 255 along x, `height` rows.
 Image makeGreyRamp(int height = 4);
 // The 24 patches of the ColorChecker in sRGB, 6 by 4, each `patch` pixels square.

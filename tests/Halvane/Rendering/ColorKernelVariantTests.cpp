@@ -119,8 +119,12 @@ TEST_F(ColorVariants, FeaturesFollowTheCleanedBlock) {
   outOfRange.sharpness = -1;                                          // cleaned to 0
   outOfRange.filterType = 12;
   outOfRange.filterIntensity = 0;  // a look at no intensity does nothing
+  outOfRange.vignetteRadius = 0.3f;  // nor a vignette's size without intensity
   outOfRange.cropRect = {0.1, 0.1, 0.5, 0.5};
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, outOfRange, false)), 0u);
+  EditState noLook;
+  noLook.filterIntensity = 0.5f;  // an intensity without a look
+  EXPECT_EQ(colorFeatures(makeUniforms(8, 8, noLook, false)), 0u);
   EditState edit;
   edit.exposure = 0.1f;
   edit.highlights = -0.2f;
@@ -129,21 +133,12 @@ TEST_F(ColorVariants, FeaturesFollowTheCleanedBlock) {
             COLOR_FEATURE_EXPOSURE | COLOR_FEATURE_TONE_REGIONS | COLOR_FEATURE_LOOK);
 }
 
-TEST_F(ColorVariants, PreviewTakesTheGeneralKernelUntilTheVariantIsReady) {
+// The preview never waits: it takes the general kernel until the worker is done.
+// Threads that wait for the same variant get the one compile.
+TEST_F(ColorVariants, PreviewDoesNotWaitAndConcurrentRequestsCompileOneVariant) {
   ColorKernelVariants variants(engine->metalDevice(), engine->library(), engine->colorKernelVariants().general());
   const uint32_t features = COLOR_FEATURE_GAMMA | COLOR_FEATURE_VIGNETTE;
-  EXPECT_EQ(variants.pipelineWithoutWaiting(features), variants.general());
-  variants.waitUntilIdle();
-  auto variant = variants.pipelineWithoutWaiting(features);
-  EXPECT_NE(variant, variants.general());
-  EXPECT_EQ(variants.pipelineWaiting(features), variant);
-  EXPECT_EQ(variants.variantCount(), 1u);
-}
-
-TEST_F(ColorVariants, ConcurrentRequestsCompileOneVariant) {
-  ColorKernelVariants variants(engine->metalDevice(), engine->library(), engine->colorKernelVariants().general());
-  const uint32_t features = COLOR_FEATURE_CONTRAST;
-  variants.pipelineWithoutWaiting(features);  // queued for the worker
+  EXPECT_EQ(variants.pipelineWithoutWaiting(features), variants.general());  // queued for the worker
   std::shared_ptr<ComputePipelineState> got[3];
   std::vector<std::thread> threads;
   for (auto& slot : got) threads.emplace_back([&variants, &slot, features] { slot = variants.pipelineWaiting(features); });

@@ -139,18 +139,4 @@ bool lookIsPositional(uint32_t number) {
   return k.fx.vignette > 0.0f || k.light.amount != 0.0f || k.fx.special == LOOK_SPECIAL_HALFTONE;
 }
 
-WhiteBalanceConstants whiteBalanceConstants() {
-  auto row = [](halvane::glsl::vec3 v) { return std::array<double, 3>{v.x, v.y, v.z}; };
-  using namespace shader;
-  return {{row(BRADFORD_0), row(BRADFORD_1), row(BRADFORD_2)},
-          {row(SRGB_TO_CONE_0), row(SRGB_TO_CONE_1), row(SRGB_TO_CONE_2)},
-          {row(CONE_TO_SRGB_0), row(CONE_TO_SRGB_1), row(CONE_TO_SRGB_2)},
-          row(CONE_WHITE_6500)};
-}
-
-std::array<double, 2> planckianXY(float kelvin) {
-  shader::vec2 xy = shader::planckianXY(kelvin);
-  return {xy.x, xy.y};
-}
-
 }  // namespace halvane::colorref

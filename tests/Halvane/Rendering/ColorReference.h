@@ -41,15 +41,4 @@ std::array<uint32_t, 2> lookDuoTone(uint32_t number);
 // Whether a look changes pixels by their position (vignette, light, halftone).
 bool lookIsPositional(uint32_t number);
 
-// The white-balance constants of the kernel, rows first, and the chromaticity of the
-// Planckian locus it uses.
-struct WhiteBalanceConstants {
-  std::array<std::array<double, 3>, 3> bradford;
-  std::array<std::array<double, 3>, 3> srgbToCone;
-  std::array<std::array<double, 3>, 3> coneToSrgb;
-  std::array<double, 3> coneWhite6500;
-};
-WhiteBalanceConstants whiteBalanceConstants();
-std::array<double, 2> planckianXY(float kelvin);
-
 }  // namespace halvane::colorref

@@ -135,6 +135,8 @@ TEST_F(GeometryKernel, OrientationBakesTurnEveryLandscapeUpright) {
   // Landscape_1 to _8 hold one picture stored in the eight EXIF orientations;
   // Landscape_0 is the upright reference. Each was compressed on its own.
   const std::string folder = std::string(HALVANE_MEDIA_DIR) + "/exif-orientation/";
+  EXPECT_FALSE(orientationBakeState(0));  // outside the EXIF values: nothing to bake
+  EXPECT_FALSE(orientationBakeState(9));
   auto reference = platform::media::decodeImageFile(folder + "Landscape_0.jpg");
   ASSERT_TRUE(reference);
   for (int number = 1; number <= 8; ++number) {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "EngineTestSupport.h"
-#include "Halvane/Rendering/SourceOrientation.h"
 
 namespace halvane {
 namespace {
@@ -78,99 +78,70 @@ class ProcessTexture : public EngineTest {
   std::shared_ptr<Texture> source;
 };
 
-TEST_F(ProcessTexture, DefaultOrTrimOnlyStateIsTheSourceWithoutIntermediates) {
-  // The version alone is no edit; with a trim, geometry and colour would both be exact
-  // identities, so neither runs.
-  EditState versioned, trimmed;
+// Each pass runs only when it changes the picture, into a texture of its own; the earlier
+// stages go back to the pool once the GPU is done. The version alone is no edit; with
+// a trim, geometry and colour would both be exact identities; the focus pass needs a
+// mode and a strength.
+TEST_F(ProcessTexture, OnlyPassesThatChangeThePictureRun) {
+  EditState versioned, trimmed, mirrored, exposed;
   versioned.version = 7;
   trimmed.trimEnd = 3;
-  for (const EditState& state : {versioned, trimmed}) EXPECT_EQ(run(state), source);
-  EXPECT_EQ(allocatorControl().allocations, 0);
-  EXPECT_EQ(pooled(), 0u);
-}
-
-TEST_F(ProcessTexture, IdentityPassesAreLeftOut) {
-  // Mirror only: the geometry pass alone, its stage is the result.
-  EditState mirrored;
   mirrored.flipHorizontal = true;
-  auto result = run(mirrored);
-  ASSERT_NE(result, source);
-  EXPECT_EQ(allocatorControl().allocations, 1);
-  engine->texturePool()->release(result);
-  EXPECT_EQ(pooled(), 1u);
-  // Colour only: the colour pass reads the source itself, and gives what it gives
-  // after a mirror, mirrored back (the exposure acts on each pixel alone).
-  engine->purgeCaches();
-  allocatorControl().allocations = 0;
-  EditState exposed;
   exposed.exposure = 0.5f;
-  auto colourOnly = run(exposed);
-  ASSERT_NE(colourOnly, source);
-  EXPECT_EQ(allocatorControl().allocations, 1);
-  EXPECT_EQ(pooled(), 0u);  // the source did not go to the pool
-  const Image direct = testing::readBack(*engine, colourOnly);
-  auto viaMirror = run(colourEdit());
-  source.swap(viaMirror);  // mirror that result back
-  auto back = run(mirrored);
-  source.swap(viaMirror);
-  EXPECT_EQ(testing::readBack(*engine, back).pixels, direct.pixels);
-  // Focus after a neutral colour pass reads the geometry stage.
-  engine->purgeCaches();
-  allocatorControl().allocations = 0;
-  EditState focused = mirrored;
-  focused.focusMode = 4;
-  focused.focusStrength = 1;
-  auto focusResult = run(focused);
-  EXPECT_EQ(allocatorControl().allocations, 2);  // geometry, then focus
-  EXPECT_EQ(pooled(), 1u);                        // the geometry stage, once the GPU was done
-  engine->texturePool()->release(focusResult);
-}
-
-TEST_F(ProcessTexture, FocusPassRunsOnlyWithModeAndStrength) {
-  EditState modeOnly = colourEdit(), strengthOnly = colourEdit();
+  EditState focusedMirror = mirrored, modeOnly = colourEdit(), strengthOnly = colourEdit();
+  focusedMirror.focusMode = 4, focusedMirror.focusStrength = 1;
   modeOnly.focusMode = 3;
   strengthOnly.focusStrength = 1;
-  for (auto [state, passes] : {std::pair{modeOnly, 2}, std::pair{strengthOnly, 2}, std::pair{focusEdit(), 3}}) {
+  const std::pair<EditState, int> cases[] = {{versioned, 0},     {trimmed, 0},      {mirrored, 1},
+                                             {exposed, 1},       {focusedMirror, 2}, {modeOnly, 2},
+                                             {strengthOnly, 2},  {focusEdit(), 3}};
+  for (const auto& [state, passes] : cases) {
     engine->purgeCaches();
     allocatorControl().allocations = 0;
     auto result = run(state);
+    EXPECT_EQ(result == source, passes == 0);
     EXPECT_EQ(allocatorControl().allocations, passes);
-    // The earlier stages went back to the pool once the GPU was done.
-    EXPECT_EQ(pooled(), size_t(passes - 1));
-    engine->texturePool()->release(result);
+    EXPECT_EQ(pooled(), size_t(std::max(passes - 1, 0)));
   }
+  // Colour alone reads the source itself, and gives what it gives after a mirror,
+  // mirrored back (the exposure acts on each pixel alone).
+  const Image direct = testing::readBack(*engine, run(exposed));
+  auto viaMirror = run(colourEdit());
+  source.swap(viaMirror);
+  auto back = run(mirrored);
+  source.swap(viaMirror);
+  EXPECT_EQ(testing::readBack(*engine, back).pixels, direct.pixels);
 }
 
-TEST_F(ProcessTexture, ExhaustedPoolGivesTheSource) {
-  EXPECT_EQ(run(colourEdit(), 99, 0), source);
-  EXPECT_EQ(pooled(), 0u);
-  // The second texture refused: the first goes back at once.
-  EXPECT_EQ(run(colourEdit(), 99, 1), source);
-  EXPECT_EQ(pooled(), 1u);
-}
-
-TEST_F(ProcessTexture, MissingThirdTextureGivesTheColourStage) {
-  auto result = run(focusEdit(), 99, 2);
-  ASSERT_NE(result, source);
-  EXPECT_EQ(pooled(), 1u);  // the geometry stage
-  auto colourOnly = run(colourEdit());
-  EXPECT_EQ(testing::readBack(*engine, result).pixels, testing::readBack(*engine, colourOnly).pixels);
-}
-
-TEST_F(ProcessTexture, RefusedEncodersFallBackToTheLastFinishedStage) {
-  // No geometry encoder: both intermediates return at once.
-  EXPECT_EQ(run(colourEdit(), 0), source);
-  EXPECT_EQ(pooled(), 2u);
-  engine->purgeCaches();
-  // No colour encoder: the geometry stage returns when the GPU is done, the colour
-  // target at once.
-  EXPECT_EQ(run(colourEdit(), 1), source);
-  EXPECT_EQ(pooled(), 2u);
-  engine->purgeCaches();
-  // No focus encoder: the colour stage is the result.
-  auto result = run(focusEdit(), 2);
-  EXPECT_NE(result, source);
-  EXPECT_EQ(pooled(), 2u);  // the geometry stage and the refused focus target
+// A refused texture or encoder gives the last finished stage, and every intermediate
+// goes back to the pool: at once when nothing was encoded into it, else when the GPU
+// is done.
+TEST_F(ProcessTexture, RefusalsFallBackToTheLastFinishedStage) {
+  struct Case {
+    const char* what;
+    EditState state;
+    int encodersAllowed, texturesAllowed;
+    bool givesSource;
+    size_t pooled;
+  };
+  const Case cases[] = {
+      {"no texture", colourEdit(), 99, 0, true, 0},
+      {"second texture refused", colourEdit(), 99, 1, true, 1},
+      {"third texture refused: the colour stage", focusEdit(), 99, 2, false, 1},
+      {"no geometry encoder", colourEdit(), 0, -1, true, 2},
+      {"no colour encoder", colourEdit(), 1, -1, true, 2},
+      {"no focus encoder: the colour stage", focusEdit(), 2, -1, false, 2},
+  };
+  const Image colourStage = testing::readBack(*engine, run(colourEdit()));
+  for (const Case& c : cases) {
+    engine->purgeCaches();
+    auto result = run(c.state, c.encodersAllowed, c.texturesAllowed);
+    EXPECT_EQ(result == source, c.givesSource) << c.what;
+    EXPECT_EQ(pooled(), c.pooled) << c.what;
+    if (!c.givesSource) {
+      EXPECT_EQ(testing::readBack(*engine, result).pixels, colourStage.pixels) << c.what;
+    }
+  }
 }
 
 TEST_F(ProcessTexture, TwoChainsOnOneCommandBufferKeepTheirOwnIntermediates) {
@@ -199,23 +170,6 @@ TEST_F(ProcessTexture, RenderToImageCarriesTheColourSpaceLabel) {
   ASSERT_TRUE(image);
   EXPECT_EQ(image->iccProfile, profile);
   EXPECT_EQ(pooled(), 2u);  // the result went back to the pool after the read-back
-}
-
-TEST(SourceOrientation, BakeTableTurnsAndMirrors) {
-  EXPECT_FALSE(orientationBakeState(0));
-  EXPECT_FALSE(orientationBakeState(9));
-  const std::pair<int64_t, bool> expected[8] = {{0, false}, {2, false}, {3, false}, {1, false},
-                                                {0, true},  {2, true},  {1, true},  {3, true}};
-  for (int raw = 1; raw < 8; ++raw) {
-    auto state = orientationBakeState(raw);
-    ASSERT_TRUE(state);
-    EXPECT_EQ(state->rotationQuarterTurns, expected[raw].first);
-    EXPECT_EQ(bool(state->flipHorizontal), expected[raw].second);
-    EditState rest = *state;
-    rest.rotationQuarterTurns = 0;
-    rest.flipHorizontal = false;
-    EXPECT_TRUE(rest.isDefault());
-  }
 }
 
 }  // namespace

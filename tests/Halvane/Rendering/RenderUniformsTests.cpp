@@ -10,7 +10,6 @@
 #include <cstring>
 #include <fstream>
 #include <limits>
-#include <numbers>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -67,14 +66,6 @@ TEST(RenderUniformsLayout, TheGlslMirrorMatchesFieldForField) {
 }
 
 // ---- The default state and what does not reach the block --------------------------
-
-TEST(MakeUniforms, DefaultStateGivesNeutralGeometry) {
-  const RenderUniforms u = uniformsFor(EditState{});
-  EXPECT_EQ(std::tie(u.cropX, u.cropY, u.cropWidth, u.cropHeight), std::tuple(0.0f, 0.0f, 1.0f, 1.0f));
-  EXPECT_EQ(bitsOf(u.rotationRadians) | bitsOf(u.focusAngleRadians) | bitsOf(u.irisRotationRadians), 0u);
-  EXPECT_EQ(u.quarterTurns | u.flipHorizontal | u.finalOutput, 0u);
-  EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), std::tuple(4000u, 3000u));
-}
 
 TEST(MakeUniforms, FinalOutputIsTheOnlyDifferenceAndOtherFieldsChangeNothing) {
   EditState s;
@@ -151,21 +142,11 @@ TEST(MakeUniforms, EveryOneToOneMemberTakesItsFieldByTheFieldsRule) {
   EXPECT_GT(checked, 0);
 }
 
-TEST(MakeUniforms, NegativeZeroAtALowerEndOfZeroBecomesZero) {
-  EditState s;
-  s.focusStrength = -0.0f;
-  EXPECT_EQ(bitsOf(uniformsFor(s).focusStrength), 0u);
-}
-
 // ---- Angles ---------------------------------------------------------------------
 
-TEST(MakeUniforms, TheConstantIsThePartsPi) {
-  EXPECT_EQ(bitsOf(kUniformPi), 0x40490FDAu);
-  EXPECT_NE(kUniformPi, std::numbers::pi_v<float>);  // float pi is 0x40490FDB
-}
-
 // Expected bits come from IEEE single arithmetic done outside this code:
-// (degrees × 0x40490FDA) rounded, then ÷ 180 rounded.
+// (degrees × 0x40490FDA, the constant kUniformPi, not float pi 0x40490FDB) rounded,
+// then ÷ 180 rounded.
 TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRanges) {
   struct Case {
     float EditState::*field;
@@ -235,14 +216,12 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
       {{0.3, 0, 0.2, 1}, 4000, 3000, 0.3f, 0.2f, 800, 3000},             // values taken as Float
       // No floor of the decoder on the sides, but at least one pixel.
       {{0, 0, 0.0001, 1}, 100, 100, 0, 0.0001f, 1, 100},
-      {{0, 0, 0.005, 1}, 100, 100, 0, 0.005f, 1, 100},
       {{0, 0, 0, 0}, 100, 100, 0, 0, 1, 1},
       {{0, 0, -0.5, -0.0}, 100, 100, 0, 0, 1, 1},
       // Bad origins give 0; above 1 is lowered to 1, leaving no room, and unlike the
       // decoder the origin does not move back. A Double beyond Float is an infinity.
       {{nan, nan, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
       {{inf, 0, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
-      {{-inf, 0, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
       {{-0.25, 0, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
       {{-0.0, 0, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
       {{1e39, 0, 0.5, 1}, 100, 100, 0, 0.5f, 50, 100},
@@ -254,8 +233,6 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
       {{0.9, 0.9, 0.5, 0.5}, 1000, 1000, 0.9f, 1.0f - 0.9f, 100, 100},
       // Halves round away from zero, not to even.
       {{0, 0, 0.5, 1}, 5, 1, 0, 0.5f, 3, 1},
-      {{0, 0, 0.5, 1}, 9, 1, 0, 0.5f, 5, 1},
-      {{0, 0, 0.25, 1}, 10, 1, 0, 0.25f, 3, 1},
       {{0, 0, 0.375, 1}, 4, 1, 0, 0.375f, 2, 1},
       {{0, 0, 0.3125, 1}, 4, 1, 0, 0.3125f, 1, 1},
       // In Float: 0.49999999 is 0.5, so 1.5 rounds to 2; 2^24 + 1 is no Float.

@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
 
-#include "FakeTexture.h"
 #include "Halvane/Rendering/TexturePool.h"
 
 namespace halvane {
@@ -14,7 +14,26 @@ namespace {
 using platform::gpu::PixelFormat;
 using platform::gpu::StorageMode;
 using platform::gpu::TextureDescriptor;
-using testing::FakeTexture;
+
+// A texture with no GPU behind it: the pool only looks at sizes and identity.
+class FakeTexture : public platform::gpu::Texture {
+ public:
+  explicit FakeTexture(const TextureDescriptor& descriptor) : descriptor_(descriptor) {}
+  static std::shared_ptr<platform::gpu::Texture> make(uint32_t width, uint32_t height,
+                                                      StorageMode storage = StorageMode::privateStorage, uint32_t usage = 3) {
+    return std::make_shared<FakeTexture>(TextureDescriptor{width, height, PixelFormat::bgra8Unorm, storage, usage});
+  }
+  uint32_t width() const override { return descriptor_.width; }
+  uint32_t height() const override { return descriptor_.height; }
+  PixelFormat pixelFormat() const override { return descriptor_.pixelFormat; }
+  StorageMode storageMode() const override { return descriptor_.storageMode; }
+  uint32_t usage() const override { return descriptor_.usage; }
+  void getBytes(void*, size_t, platform::gpu::Region) const override {}
+  void replaceRegion(platform::gpu::Region, const void*, size_t) override {}
+
+ private:
+  TextureDescriptor descriptor_;
+};
 
 struct CountingAllocator {
   std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);

@@ -15,16 +15,6 @@ void copyRect(const std::vector<uint8_t>& from, uint32_t fromWidth, uint32_t sx,
     std::memmove(&to[((dy + y) * toWidth + dx) * 4], &from[((sy + y) * fromWidth + sx) * 4], width * 4);
 }
 
-TEST_F(TextureTest, ReportsWhatItWasMadeWith) {
-  auto texture = newTexture(7, 3, StorageMode::shared, TextureUsage::shaderRead | TextureUsage::renderTarget);
-  ASSERT_TRUE(texture);
-  EXPECT_EQ(texture->width(), 7u);
-  EXPECT_EQ(texture->height(), 3u);
-  EXPECT_EQ(texture->pixelFormat(), PixelFormat::bgra8Unorm);
-  EXPECT_EQ(texture->storageMode(), StorageMode::shared);
-  EXPECT_EQ(texture->usage(), TextureUsage::shaderRead | TextureUsage::renderTarget);
-}
-
 TEST_F(TextureTest, ReplaceRegionOfASubRectangleReachesSharedAndPrivateImages) {
   for (StorageMode storage : {StorageMode::shared, StorageMode::privateStorage}) {
     auto texture = newTexture(19, 13, storage);

@@ -10,21 +10,15 @@
 namespace platform::gpu::testing {
 namespace {
 
-using CompletionTest = GpuTest;
-
-// A command buffer that writes the pattern over a texture of the given size.
-std::shared_ptr<CommandBuffer> patternWork(CommandQueue& queue, const std::shared_ptr<ComputePipelineState>& pipeline,
-                                           const std::shared_ptr<Texture>& texture) {
-  auto commandBuffer = queue.commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  PatternParams params{texture->width(), texture->height(), 1};
-  encoder->setComputePipelineState(pipeline);
-  encoder->setTexture(texture, 0);
-  encoder->setBytes(&params, sizeof params, 0);
-  encoder->dispatchThreadgroups({(texture->width() + 15) / 16, (texture->height() + 15) / 16, 1}, {16, 16, 1});
-  encoder->endEncoding();
-  return commandBuffer;
-}
+class CompletionTest : public GpuTest {
+ protected:
+  // A command buffer, not committed, that writes the pattern over `texture`.
+  std::shared_ptr<CommandBuffer> patternWork(const std::shared_ptr<ComputePipelineState>& pipeline,
+                                             const std::shared_ptr<Texture>& texture) {
+    const PatternParams params{texture->width(), texture->height(), 1};
+    return encodeDispatch(pipeline, {texture}, &params, sizeof params, groupsFor(texture->width(), texture->height()));
+  }
+};
 
 TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOrderOffTheCommittingThreads) {
   auto pipeline = computePipeline("gpuPatternKernel");
@@ -39,7 +33,7 @@ TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOr
     auto commitOne = [&](int id) {
       // The first buffer is heavy and the others light, so that completion out of
       // order would show.
-      auto commandBuffer = patternWork(*queue, pipeline, id == 0 ? big : small);
+      auto commandBuffer = patternWork(pipeline, id == 0 ? big : small);
       commandBuffer->addCompletedHandler([&, id](CommandBuffer& completed) {
         EXPECT_EQ(completed.status(), CommandBufferStatus::completed);
         std::lock_guard lock(mutex);
@@ -74,7 +68,7 @@ TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOr
 TEST_F(CompletionTest, WaitUntilCompletedReturnsAfterTheHandlersRan) {
   auto pipeline = computePipeline("gpuPatternKernel");
   auto texture = newTexture(64, 64);
-  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  auto commandBuffer = patternWork(pipeline, texture);
   std::atomic<int> ran{0};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -94,7 +88,7 @@ TEST_F(CompletionTest, WhatAnEncodedCommandUsesStaysAliveUntilCompletion) {
   auto texture = newTexture(256, 256);
   const uint64_t bytes = device->allocatedTextureBytes();
   ASSERT_GT(bytes, 0u);
-  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  auto commandBuffer = patternWork(pipeline, texture);
   std::atomic<uint64_t> bytesInHandler{0};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) { bytesInHandler = device->allocatedTextureBytes(); });
   texture.reset();
@@ -111,7 +105,7 @@ TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&] {
       for (int i = 0; i < 25; ++i) {
-        auto commandBuffer = patternWork(*queue, pipeline, newTexture(40, 20));
+        auto commandBuffer = patternWork(pipeline, newTexture(40, 20));
         commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++handled; });
         commandBuffer->commit();
       }
@@ -125,7 +119,7 @@ TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
 TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
   auto pipeline = computePipeline("gpuPatternKernel");
   auto texture = newTexture(512, 512);
-  auto commandBuffer = patternWork(*queue, pipeline, texture);
+  auto commandBuffer = patternWork(pipeline, texture);
   std::atomic<bool> ran{false};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
   commandBuffer->commit();

@@ -91,10 +91,10 @@ class GpuTest : public ::testing::Test {
   }
 
   // One dispatch of `pipeline` over `textures` (indices 0, 1, ...) with `bytes` at index 0,
-  // encoded and committed; the buffer comes back completed or failed.
-  std::shared_ptr<CommandBuffer> dispatch(const std::shared_ptr<ComputePipelineState>& pipeline,
-                                          const std::vector<std::shared_ptr<Texture>>& textures, const void* bytes,
-                                          size_t length, Size groups, Size groupSize = kGroupSize) {
+  // encoded on a new command buffer, not committed.
+  std::shared_ptr<CommandBuffer> encodeDispatch(const std::shared_ptr<ComputePipelineState>& pipeline,
+                                                const std::vector<std::shared_ptr<Texture>>& textures, const void* bytes,
+                                                size_t length, Size groups, Size groupSize = kGroupSize) {
     auto commandBuffer = queue->commandBuffer();
     auto encoder = commandBuffer->computeCommandEncoder();
     encoder->setComputePipelineState(pipeline);
@@ -102,6 +102,13 @@ class GpuTest : public ::testing::Test {
     if (bytes != nullptr) encoder->setBytes(bytes, length, 0);
     encoder->dispatchThreadgroups(groups, groupSize);
     encoder->endEncoding();
+    return commandBuffer;
+  }
+  // The same, committed; the buffer comes back completed or failed.
+  std::shared_ptr<CommandBuffer> dispatch(const std::shared_ptr<ComputePipelineState>& pipeline,
+                                          const std::vector<std::shared_ptr<Texture>>& textures, const void* bytes,
+                                          size_t length, Size groups, Size groupSize = kGroupSize) {
+    auto commandBuffer = encodeDispatch(pipeline, textures, bytes, length, groups, groupSize);
     run(commandBuffer);
     return commandBuffer;
   }

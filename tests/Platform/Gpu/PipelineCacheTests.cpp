@@ -108,12 +108,5 @@ TEST_F(PipelineCacheTest, ACorruptOrForeignFileIsIgnoredAndReplaced) {
   }
 }
 
-TEST_F(PipelineCacheTest, NoPathNoFile) {
-  DeviceOptions options = validatedCpuOptions(log);
-  auto device = Device::createSystemDefault(options);
-  ASSERT_TRUE(device);
-  EXPECT_FALSE(device->pipelineCacheInfo().loadedFromFile);
-}
-
 }  // namespace
 }  // namespace platform::gpu::testing
