@@ -67,7 +67,7 @@ class MovieFile {
     if (auto error = file_.syncAndClose(); error && status >= 0) status = AVERROR(error.value());
     return status;
   }
-  std::error_code moveOnto(const std::string& target) { return file_.moveOnto(target, /*replace=*/false); }
+  std::error_code moveOnto(const std::string& target, ExistingFile existing) { return file_.moveOnto(target, existing); }
   void remove() {
     freeContext();
     file_.remove();
@@ -141,6 +141,7 @@ struct WriterInputState {
 
 struct WriterCore : std::enable_shared_from_this<WriterCore> {
   std::string path;
+  ExistingFile existing = ExistingFile::keep;
   mutable std::mutex stateMutex;
   AssetWriterStatus status = AssetWriterStatus::unknown;
   std::optional<MediaError> error;
@@ -516,13 +517,15 @@ bool AssetWriterInput::append(const AudioSampleBuffer& buffer) {
 
 // --- writer ---
 
-platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL) {
+platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL,
+                                                                             ExistingFile existing) {
   av::initialize();
   const std::string path = pathFromURL(pathOrURL);
-  if (somethingStandsAt(path))
+  if (existing == ExistingFile::keep && somethingStandsAt(path))
     return platform::unexpected(MediaError{MediaError::Code::writeFailed, "A file already exists at " + path});
   auto core = std::make_shared<WriterCore>();
   core->path = path;
+  core->existing = existing;
   AVFormatContext* raw = nullptr;
   const int status = avformat_alloc_output_context2(&raw, nullptr, "mov", path.c_str());
   if (status < 0 || !raw)
@@ -724,7 +727,7 @@ void AssetWriter::finishWriting(std::function<void()> completion) {
         core->closed = true;
         if (status < 0) {
           core->failLocked(av::error(MediaError::Code::writeFailed, "Cannot complete the movie", status));
-        } else if (auto moveError = core->file->moveOnto(core->path)) {
+        } else if (auto moveError = core->file->moveOnto(core->path, core->existing)) {
           const std::string reason = moveError == std::errc::file_exists ? "a file appeared there meanwhile"
                                                                           : moveError.message();
           core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + reason});

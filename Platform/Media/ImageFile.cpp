@@ -105,7 +105,7 @@ platform::Expected<std::size_t, ImageError> writeFileAtomically(
   // On any failure the temporary file goes with `temporary`; nothing else is touched.
   if (auto error = temporary->writeAll(bytes.data(), bytes.size())) return failure(error.message());
   if (auto error = temporary->syncAndClose()) return failure(error.message());
-  if (auto error = temporary->moveOnto(path, existing == ExistingFile::replace)) {
+  if (auto error = temporary->moveOnto(path, existing)) {
     if (error == std::errc::file_exists) return failure("the file already exists");
     return failure(error.message());
   }

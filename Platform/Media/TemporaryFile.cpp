@@ -83,9 +83,9 @@ std::error_code TemporaryFile::syncAndClose() {
   return error;
 }
 
-std::error_code TemporaryFile::moveOnto(const std::filesystem::path& target, bool replace) {
+std::error_code TemporaryFile::moveOnto(const std::filesystem::path& target, ExistingFile existing) {
   if (path_.empty()) return std::make_error_code(std::errc::no_such_file_or_directory);
-  if (replace) {
+  if (existing == ExistingFile::replace) {
     if (::rename(path_.c_str(), target.c_str()) != 0) return lastError();
   } else if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
     if (errno != EINVAL && errno != ENOSYS) return lastError();

@@ -34,7 +34,7 @@ std::string copyFileAtomically(const std::filesystem::path& from, const std::fil
   }
   if (in.bad() || partial->syncAndClose()) return "writing " + to.string() + " failed";
   // The user chose the name in the dialog, which asked before replacing.
-  if (partial->moveOnto(to, true)) return "cannot replace " + to.string();
+  if (partial->moveOnto(to, platform::media::ExistingFile::replace)) return "cannot replace " + to.string();
   return {};
 }
 

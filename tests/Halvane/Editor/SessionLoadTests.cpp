@@ -93,7 +93,7 @@ TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
 }
 
 TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
-  const auto ours = temporaryDirectory();
+  const auto ours = makeTemporaryDirectory();
   EXPECT_TRUE(openVideo(ours / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_TRUE(openVideo(ours / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_FALSE(
