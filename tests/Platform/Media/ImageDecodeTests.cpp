@@ -146,22 +146,6 @@ TEST(SamplePhotos, AnimatedWebpIsPremultiplied) {
   }
 }
 
-TEST(SamplePhotos, DecodeTheSameFromMemoryAsFromThePath) {
-  for (const char* file : {"photo/hopper.png", "photo/hopper_orientation_6.webp", "livephoto/IMG_7943.HEIC",
-                           "exif-orientation/Landscape_6.jpg"}) {
-    const auto path = mediaPath(file);
-    if (!std::filesystem::exists(path)) continue;
-    SCOPED_TRACE(file);
-    const Image fromPath = decodeOrFail(path);
-    auto fromMemory = decodeImage(test::readBytes(path));
-    ASSERT_TRUE(fromMemory);
-    EXPECT_EQ(fromMemory->width, fromPath.width);
-    EXPECT_EQ(fromMemory->orientation, fromPath.orientation);
-    EXPECT_EQ(fromMemory->iccProfile, fromPath.iccProfile);
-    EXPECT_EQ(fromMemory->pixels, fromPath.pixels);
-  }
-}
-
 TEST(SamplePhotos, TruncatedPngKeepsItsRowsAndShowsTheRestBlack) {
   const auto path = mediaPath("broken/truncated_image.png");
   SKIP_IF_MISSING(path);

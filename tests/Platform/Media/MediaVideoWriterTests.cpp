@@ -12,6 +12,7 @@ extern "C" {
 #include <map>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -166,46 +167,35 @@ ExportResult exportRange(const std::string& source, const std::string& destinati
   std::mutex mutex;
   std::condition_variable done;
   int pumpsLeft = audioInput ? 2 : 1;
-  auto leave = [&] {
-    std::lock_guard lock(mutex);
-    --pumpsLeft;
-    done.notify_all();
+  // Appends while the input is ready; at the end of its samples, or when an append
+  // fails, marks the input finished and leaves.
+  const auto pump = [&](const std::shared_ptr<AssetWriterInput>& input, const std::shared_ptr<SerialQueue>& queue,
+                        std::function<bool()> appendNext) {
+    auto finished = std::make_shared<bool>(false);
+    input->requestMediaDataWhenReady(queue, [&, input, finished, appendNext] {
+      while (input->isReadyForMoreMediaData() && !*finished) {
+        if (appendNext()) continue;
+        input->markAsFinished();
+        *finished = true;
+        std::lock_guard lock(mutex);
+        --pumpsLeft;
+        done.notify_all();
+      }
+    });
   };
   auto videoQueue = std::make_shared<SerialQueue>("video.export.video");
   auto audioQueue = std::make_shared<SerialQueue>("video.export.audio");
-  bool videoDone = false, audioDone = false;
-  videoInput->requestMediaDataWhenReady(videoQueue, [&] {
-    while (videoInput->isReadyForMoreMediaData()) {
-      if (videoDone) return;
-      PixelBuffer frame = videoOutput->copyNextPixelBuffer();
-      if (!frame) {
-        videoInput->markAsFinished();
-        videoDone = true;
-        leave();
-        return;
-      }
-      PixelBuffer target = videoInput->pixelBufferPool()->makePixelBuffer();
-      for (int y = 0; y < frame.height(); ++y) std::memcpy(target.row(y), frame.row(y), std::size_t(frame.width()) * 4);
-      if (!videoInput->append(target, frame.presentationTime())) {
-        videoInput->markAsFinished();
-        videoDone = true;
-        leave();
-        return;
-      }
-    }
+  pump(videoInput, videoQueue, [&] {
+    PixelBuffer frame = videoOutput->copyNextPixelBuffer();
+    if (!frame) return false;
+    PixelBuffer target = videoInput->pixelBufferPool()->makePixelBuffer();
+    for (int y = 0; y < frame.height(); ++y) std::memcpy(target.row(y), frame.row(y), std::size_t(frame.width()) * 4);
+    return videoInput->append(target, frame.presentationTime());
   });
   if (audioInput) {
-    audioInput->requestMediaDataWhenReady(audioQueue, [&] {
-      while (audioInput->isReadyForMoreMediaData()) {
-        if (audioDone) return;
-        auto buffer = audioOutput->copyNextSampleBuffer();
-        if (!buffer || !audioInput->append(*buffer)) {
-          audioInput->markAsFinished();
-          audioDone = true;
-          leave();
-          return;
-        }
-      }
+    pump(audioInput, audioQueue, [&] {
+      auto buffer = audioOutput->copyNextSampleBuffer();
+      return buffer && audioInput->append(*buffer);
     });
   }
   {
