@@ -4,15 +4,15 @@
 //
 // The error convention of the whole program:
 // - Anything that can fail returns Expected<T, E> (Expected<void, E> when there is no
-//   value), with E a typed error that says why: ImageError, MediaError,
+//   value), with E a typed error that says why: ImageError, MediaError, GpuError,
 //   VideoRenderError, std::error_code for a system call. Not std::optional for a
 //   failure, not a bool with an out-parameter, not an error string, not -1.
-// - Services shaped like their platform counterparts (the GPU layer's pipelines, the
-//   asset reader and writer, the player) keep a status and error() they can be asked
-//   after the fact; their own set-up still returns Expected.
+// - Work that runs on after the call (a GPU command buffer, the asset reader and
+//   writer, the player) keeps a status and its error, read once it has ended; where
+//   making such an object can fail, that returns Expected.
 // - Exceptions only at the edges where outside text comes in, JSON and the command
 //   line, and caught there; std::bad_alloc is caught where a size comes from a file.
-// - The program stops (platform::fatal, assert) only for a start-up fault it cannot run
+// - The program stops (platform::fatalError, assert) only for a start-up fault it cannot run
 //   without and for a broken precondition, a fault of the calling code.
 #include <cassert>
 #include <utility>

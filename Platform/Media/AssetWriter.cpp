@@ -64,10 +64,12 @@ class MovieFile {
     avio_flush(io_);
     int status = io_->error;
     freeContext();
-    if (auto error = file_.syncAndClose(); error && status >= 0) status = AVERROR(error.value());
+    if (auto closed = file_.syncAndClose(); !closed && status >= 0) status = AVERROR(closed.error().value());
     return status;
   }
-  std::error_code moveOnto(const std::string& target, ExistingFile existing) { return file_.moveOnto(target, existing); }
+  platform::Expected<void, std::error_code> moveOnto(const std::string& target, ExistingFile existing) {
+    return file_.moveOnto(target, existing);
+  }
   void remove() {
     freeContext();
     file_.remove();
@@ -86,7 +88,7 @@ class MovieFile {
   static int write(void* opaque, std::uint8_t* data, int size) {
 #endif
     auto* self = static_cast<MovieFile*>(opaque);
-    if (auto error = self->file_.writeAll(data, std::size_t(size))) return AVERROR(error.value());
+    if (auto written = self->file_.writeAll(data, std::size_t(size)); !written) return AVERROR(written.error().value());
     return size;
   }
   static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
@@ -727,9 +729,9 @@ void AssetWriter::finishWriting(std::function<void()> completion) {
         core->closed = true;
         if (status < 0) {
           core->failLocked(av::error(MediaError::Code::writeFailed, "Cannot complete the movie", status));
-        } else if (auto moveError = core->file->moveOnto(core->path, core->existing)) {
-          const std::string reason = moveError == std::errc::file_exists ? "a file appeared there meanwhile"
-                                                                          : moveError.message();
+        } else if (auto moved = core->file->moveOnto(core->path, core->existing); !moved) {
+          const std::string reason = moved.error() == std::errc::file_exists ? "a file appeared there meanwhile"
+                                                                              : moved.error().message();
           core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + reason});
         } else {
           core->status = AssetWriterStatus::completed;

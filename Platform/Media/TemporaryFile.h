@@ -34,13 +34,13 @@ class TemporaryFile {
   const std::filesystem::path& path() const { return path_; }
 
   // Writes everything, retrying short writes. The first error is returned.
-  std::error_code writeAll(const void* data, std::size_t size);
+  platform::Expected<void, std::error_code> writeAll(const void* data, std::size_t size);
   // Flushes to the disk and closes; a failure here is a failed write (some file
   // systems report a full disk only now).
-  std::error_code syncAndClose();
+  platform::Expected<void, std::error_code> syncAndClose();
   // Renames onto the target. With `keep`, an existing target is left alone and the
   // move fails with EEXIST, even when it appears meanwhile.
-  std::error_code moveOnto(const std::filesystem::path& target, ExistingFile existing);
+  platform::Expected<void, std::error_code> moveOnto(const std::filesystem::path& target, ExistingFile existing);
   // Closes and removes the file now.
   void remove();
 

@@ -43,26 +43,27 @@ FocusKernelRunner::FocusKernelRunner() {
     whyNotReady_ = "the kernel bundle was not found";
     return;
   }
-  std::string error;
-  auto library = device_->newLibrary(*bundle, &error);
+  auto library = device_->newLibrary(*bundle);
   if (!library) {
-    whyNotReady_ = "the kernel bundle could not be loaded: " + error;
+    whyNotReady_ = "the kernel bundle could not be loaded: " + library.error().message;
     return;
   }
   queue_ = device_->newCommandQueue();
   pool_ = std::make_shared<TexturePool>(device_);
-  pass_ = FocusPass::make(device_, library, pool_, &error);
-  if (!queue_ || !pass_) {
-    whyNotReady_ = "the focus pass could not be made: " + error;
+  auto pass = FocusPass::make(device_, *library, pool_);
+  if (!queue_ || !pass) {
+    whyNotReady_ = "the focus pass could not be made: " + (pass ? std::string("no queue") : pass.error().message);
     return;
   }
-  auto referenceLibrary = device_->newLibrary(HALVANE_FOCUS_REFERENCE_BUNDLE, &error);
-  if (referenceLibrary)
-    referencePipeline_ = device_->newComputePipelineState(referenceLibrary, "focusReferenceKernel", &error);
-  if (!referencePipeline_) {
-    pass_.reset();
-    whyNotReady_ = "the reference focus kernel could not be made: " + error;
+  auto referenceLibrary = device_->newLibrary(HALVANE_FOCUS_REFERENCE_BUNDLE);
+  auto reference = referenceLibrary ? device_->newComputePipelineState(*referenceLibrary, "focusReferenceKernel")
+                                    : platform::unexpected(referenceLibrary.error());
+  if (!reference) {
+    whyNotReady_ = "the reference focus kernel could not be made: " + reference.error().message;
+    return;
   }
+  pass_ = *pass;
+  referencePipeline_ = *reference;
 }
 
 Image FocusKernelRunner::run(const Image& input, const EditState& state, bool finalOutput) {

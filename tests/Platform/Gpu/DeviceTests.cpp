@@ -86,30 +86,31 @@ TEST_F(DeviceTest, TheLibraryListsItsModules) {
   EXPECT_NE(std::find(names.begin(), names.end(), "gpuTileKernel"), names.end());
 }
 
-TEST_F(DeviceTest, AMissingBundleGivesNoneWithAMessage) {
-  std::string error;
-  EXPECT_FALSE(device->newLibrary("/no/such/folder", &error));
-  EXPECT_NE(error.find("/no/such/folder"), std::string::npos);
-  EXPECT_FALSE(device->newLibrary("/no/such/folder"));  // no message wanted
+TEST_F(DeviceTest, AMissingBundleGivesAnErrorNamingIt) {
+  auto missing = device->newLibrary("/no/such/folder");
+  ASSERT_FALSE(missing);
+  EXPECT_EQ(missing.error().kind, GpuError::Kind::unreadableLibrary);
+  EXPECT_NE(missing.error().message.find("/no/such/folder"), std::string::npos);
 }
 
-TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
-  std::string error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "noSuchKernel", &error));
-  EXPECT_NE(error.find("noSuchKernel"), std::string::npos);
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuMisplacedKernel", &error));
-  EXPECT_NE(error.find("binding 2"), std::string::npos) << error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuFormattedKernel", &error));
-  EXPECT_NE(error.find("format"), std::string::npos) << error;
-  EXPECT_FALSE(device->newComputePipelineState(library, "gpuQuadVertex", &error));
-  EXPECT_NE(error.find("not a compute shader"), std::string::npos) << error;
-
+TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveTheirError) {
+  const auto expectError = [](const auto& made, GpuError::Kind kind, const char* text) {
+    ASSERT_FALSE(made) << text;
+    EXPECT_EQ(made.error().kind, kind) << made.error().message;
+    EXPECT_NE(made.error().message.find(text), std::string::npos) << made.error().message;
+  };
+  expectError(device->newComputePipelineState(library, "noSuchKernel"), GpuError::Kind::missingFunction, "noSuchKernel");
+  expectError(device->newComputePipelineState(library, "gpuMisplacedKernel"), GpuError::Kind::unsupportedShader,
+              "binding 2");
+  expectError(device->newComputePipelineState(library, "gpuFormattedKernel"), GpuError::Kind::unsupportedShader,
+              "format");
+  expectError(device->newComputePipelineState(library, "gpuQuadVertex"), GpuError::Kind::missingFunction,
+              "not a compute shader");
   RenderPipelineDescriptor descriptor;
   descriptor.library = library;
   descriptor.vertexFunction = "gpuPatternKernel";
   descriptor.fragmentFunction = "gpuQuadFragment";
-  EXPECT_FALSE(device->newRenderPipelineState(descriptor, &error));
-  EXPECT_NE(error.find("not a vertex shader"), std::string::npos) << error;
+  expectError(device->newRenderPipelineState(descriptor), GpuError::Kind::missingFunction, "not a vertex shader");
 }
 
 TEST_F(DeviceTest, PipelineStatesKnowTheirFunction) {

@@ -50,9 +50,9 @@ class GpuTest : public ::testing::Test {
     ASSERT_TRUE(device) << "no CPU Vulkan device (lavapipe)";
     queue = device->newCommandQueue();
     ASSERT_TRUE(queue);
-    std::string error;
-    library = device->newLibrary(testBundlePath(), &error);
-    ASSERT_TRUE(library) << error;
+    auto loaded = device->newLibrary(testBundlePath());
+    ASSERT_TRUE(loaded) << loaded.error().message;
+    library = *loaded;
   }
 
   void TearDown() override {
@@ -65,10 +65,9 @@ class GpuTest : public ::testing::Test {
   virtual DeviceOptions options() { return validatedCpuOptions(log); }
 
   std::shared_ptr<ComputePipelineState> computePipeline(const std::string& name) {
-    std::string error;
-    auto pipeline = device->newComputePipelineState(library, name, &error);
-    EXPECT_TRUE(pipeline) << name << ": " << error;
-    return pipeline;
+    auto pipeline = device->newComputePipelineState(library, name);
+    EXPECT_TRUE(pipeline) << name << ": " << pipeline.error().message;
+    return pipeline ? *pipeline : nullptr;
   }
 
   std::shared_ptr<Texture> newTexture(uint32_t width, uint32_t height, StorageMode storage = StorageMode::privateStorage,

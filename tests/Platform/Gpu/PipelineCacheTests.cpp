@@ -34,9 +34,11 @@ class PipelineCacheTest : public ::testing::Test {
     EXPECT_TRUE(device);
     if (!device) return {};
     auto library = device->newLibrary(testBundlePath());
-    EXPECT_TRUE(device->newComputePipelineState(library, "gpuPatternKernel"));
+    EXPECT_TRUE(library);
+    if (!library) return {};
+    EXPECT_TRUE(device->newComputePipelineState(*library, "gpuPatternKernel"));
     RenderPipelineDescriptor descriptor;
-    descriptor.library = library;
+    descriptor.library = *library;
     descriptor.vertexFunction = "gpuQuadVertex";
     descriptor.fragmentFunction = "gpuQuadFragment";
     EXPECT_TRUE(device->newRenderPipelineState(descriptor));

@@ -326,27 +326,6 @@ TEST(ImageDecodeErrors, EachRefusalHasItsKindAndSaysWhy) {
   }
 }
 
-// Each file of broken/ as it stands: a picture, or a corrupt or unsupported error that
-// names the file. (Cut and flipped copies of every sample are CorruptMediaTests' part.)
-TEST(ImageDecodeErrors, EachBrokenSampleDecodesWithDamageOrNamesItself) {
-  const auto folder = mediaPath("broken");
-  SKIP_IF_MISSING(folder);
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    const auto name = entry.path().filename().string();
-    if (name.starts_with("LICENSE") || entry.path().extension() == ".md") continue;
-    SCOPED_TRACE(name);
-    auto result = decodeImageFile(entry.path());
-    if (result) {
-      EXPECT_FALSE(result->isEmpty());
-      EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * result->height);
-    } else {
-      EXPECT_TRUE(result.error().kind == Kind::corrupt || result.error().kind == Kind::unsupportedFormat)
-          << toString(result.error().kind);
-      EXPECT_NE(result.error().message.find(name), std::string::npos) << result.error().message;
-    }
-  }
-}
-
 // The process's peak of address space so far (VmPeak), which even an allocation that
 // is freed at once raises.
 std::uint64_t peakAddressSpace() {
