@@ -138,5 +138,16 @@ TEST_F(SessionLoadTest, TeardownRunsTwiceAndLeavesTheNextSessionsPreviewRunning)
   EXPECT_EQ(container->renderingEngine->previewView(), second->previewView());
 }
 
+// Asking whether a file is the session's makes nothing; the folder appears, owner only,
+// when a file is about to be written there.
+TEST_F(SessionLoadTest, TheOwnershipTestMakesNoFolder) {
+  const auto folder = temporaryDirectory();  // in this test's own TMPDIR
+  EXPECT_EQ(folder.parent_path(), tempFolder);
+  EXPECT_TRUE(isInTemporaryDirectory(folder / "clip.mov"));
+  EXPECT_FALSE(std::filesystem::exists(folder));
+  EXPECT_EQ(makeTemporaryDirectory(), folder);
+  EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
+}
+
 }  // namespace
 }  // namespace halvane::editor_test
