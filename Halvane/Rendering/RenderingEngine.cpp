@@ -69,8 +69,9 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   auto deviceOptions = options.device;
   deviceOptions.pipelineCachePath =
       options.pipelineCachePath.empty() ? defaultPipelineCachePath() : options.pipelineCachePath;
-  metalDevice_ = Device::createSystemDefault(deviceOptions);
-  if (!metalDevice_) fatalError("no GPU device could be created");
+  auto device = Device::createSystemDefault(deviceOptions);
+  if (!device) fatalError("no GPU device could be created: " + device.error().message);
+  metalDevice_ = *device;
   commandQueue_ = metalDevice_->newCommandQueue();
   if (!commandQueue_) fatalError("no GPU command queue could be created");
   texturePool_ = options.textureAllocator ? std::make_shared<TexturePool>(options.textureAllocator)

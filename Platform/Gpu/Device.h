@@ -50,8 +50,11 @@ class Device {
   // cache. Textures, pipelines and queues still held elsewhere stay valid until they go.
   virtual ~Device() = default;
 
-  // None when no Vulkan device can be found.
-  static std::shared_ptr<Device> createSystemDefault(const DeviceOptions& options = {});
+  template <typename T>
+  using Made = platform::Expected<std::shared_ptr<T>, GpuError>;
+
+  // Fails, saying why, when no Vulkan 1.2 device can be had or none is of the kind chosen.
+  static Made<Device> createSystemDefault(const DeviceOptions& options = {});
 
   virtual std::string name() const = 0;
   virtual const DeviceCapabilities& capabilities() const = 0;
@@ -59,9 +62,6 @@ class Device {
   virtual std::shared_ptr<CommandQueue> newCommandQueue() = 0;
   // None when the size is beyond the device's limits or memory runs out.
   virtual std::shared_ptr<Texture> newTexture(const TextureDescriptor& descriptor) = 0;
-  template <typename T>
-  using Made = platform::Expected<std::shared_ptr<T>, GpuError>;
-
   // Loads every <name>.spv in the folder.
   virtual Made<Library> newLibrary(const std::string& bundlePath) = 0;
   // With no constants the kernel keeps the defaults it declares. Safe to call on any

@@ -48,9 +48,11 @@ struct ClearColor {
   double red = 0, green = 0, blue = 0, alpha = 1;
 };
 
-// Why a library or a pipeline could not be made; the message names the file or function.
+// Why a device, a library or a pipeline could not be made; the message names the file
+// or function.
 struct GpuError {
   enum class Kind {
+    noDevice,           // no Vulkan 1.2 device, none of the kind chosen, or it could not be set up
     unreadableLibrary,  // no bundle folder, or a file in it that cannot be read or is no SPIR-V module
     missingFunction,    // no function of that name, or not of the stage asked for
     unsupportedShader,  // its bindings break this layer's rules, or it needs what the device lacks

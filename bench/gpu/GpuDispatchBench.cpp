@@ -37,8 +37,9 @@ struct Layer {
   static Layer& shared() {
     static Layer layer = [] {
       Layer l;
-      l.device = Device::createSystemDefault();
-      if (!l.device) throw std::runtime_error("no Vulkan device");
+      auto device = Device::createSystemDefault();
+      if (!device) throw std::runtime_error(device.error().message);
+      l.device = *device;
       l.queue = l.device->newCommandQueue();
       auto library = l.device->newLibrary(kBundle);
       if (!library) throw std::runtime_error(library.error().message);

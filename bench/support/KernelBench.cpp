@@ -14,7 +14,7 @@ namespace gpu = platform::gpu;
 
 KernelBench makeKernelBench(const std::string& kernel) {
   KernelBench b;
-  b.device = gpu::Device::createSystemDefault();
+  if (auto device = gpu::Device::createSystemDefault()) b.device = *device;
   const auto bundle = findBundle();
   if (!b.device || !bundle) return b;
   auto library = b.device->newLibrary(*bundle);

@@ -53,10 +53,10 @@ class DeviceImpl final : public Device {
 
 }  // namespace
 
-std::shared_ptr<Device> Device::createSystemDefault(const DeviceOptions& options) {
-  auto context = Context::create(options, nullptr);
-  if (!context) return nullptr;
-  return std::make_shared<DeviceImpl>(std::move(context));
+Device::Made<Device> Device::createSystemDefault(const DeviceOptions& options) {
+  auto context = Context::create(options);
+  if (!context) return platform::unexpected(context.error());
+  return std::shared_ptr<Device>(std::make_shared<DeviceImpl>(std::move(context).value()));
 }
 
 }  // namespace platform::gpu

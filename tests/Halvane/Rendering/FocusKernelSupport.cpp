@@ -33,11 +33,12 @@ FocusKernelRunner::FocusKernelRunner() {
     std::lock_guard guard(messages->lock);
     messages->list.push_back(message);
   };
-  device_ = gpu::Device::createSystemDefault(options);
-  if (!device_) {
-    whyNotReady_ = "no Vulkan device (lavapipe) could be made";
+  auto device = gpu::Device::createSystemDefault(options);
+  if (!device) {
+    whyNotReady_ = "no Vulkan device (lavapipe) could be made: " + device.error().message;
     return;
   }
+  device_ = *device;
   const auto bundle = findBundle();
   if (!bundle) {
     whyNotReady_ = "the kernel bundle was not found";

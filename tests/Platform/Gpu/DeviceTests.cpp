@@ -37,8 +37,9 @@ TEST(DeviceChoice, TheEnvironmentVariableChoosesWhenTheOptionsDoNot) {
   ScopedEnvironment environment("HALVANE_GPU_DEVICE", "cpu");
   DeviceOptions options = validatedCpuOptions(log);
   options.preferredDevice.clear();
-  auto device = Device::createSystemDefault(options);
-  ASSERT_TRUE(device);
+  auto made = Device::createSystemDefault(options);
+  ASSERT_TRUE(made) << made.error().message;
+  auto device = std::move(made).value();
   EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
   device.reset();
   EXPECT_TRUE(log.messages().empty());
@@ -48,17 +49,20 @@ TEST(DeviceChoice, TheOptionsWinOverTheEnvironment) {
   ValidationLog log;
   ScopedEnvironment environment("HALVANE_GPU_DEVICE", "no-such-kind");
   auto device = Device::createSystemDefault(validatedCpuOptions(log));
-  ASSERT_TRUE(device);
-  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+  ASSERT_TRUE(device) << device.error().message;
+  EXPECT_EQ((*device)->capabilities().kind, DeviceKind::cpu);
 }
 
-TEST(DeviceChoice, AnUnknownChoiceOrIndexGivesNone) {
+TEST(DeviceChoice, AnUnknownChoiceOrIndexFailsNamingIt) {
   ValidationLog log;
   DeviceOptions options = validatedCpuOptions(log);
-  options.preferredDevice = "no-such-kind";
-  EXPECT_FALSE(Device::createSystemDefault(options));
-  options.preferredDevice = "99";
-  EXPECT_FALSE(Device::createSystemDefault(options));
+  for (const char* choice : {"no-such-kind", "99"}) {
+    options.preferredDevice = choice;
+    auto device = Device::createSystemDefault(options);
+    ASSERT_FALSE(device) << choice;
+    EXPECT_EQ(device.error().kind, GpuError::Kind::noDevice);
+    EXPECT_NE(device.error().message.find(choice), std::string::npos) << device.error().message;
+  }
   EXPECT_TRUE(log.messages().empty());
 }
 
@@ -69,7 +73,7 @@ TEST(DeviceChoice, AnIndexChoosesThatDevice) {
     DeviceOptions options;
     options.preferredDevice = std::to_string(index);
     auto device = Device::createSystemDefault(options);
-    if (device && device->capabilities().kind == DeviceKind::cpu) {
+    if (device && (*device)->capabilities().kind == DeviceKind::cpu) {
       sawCpu = true;
       break;
     }

@@ -46,8 +46,9 @@ inline DeviceOptions validatedCpuOptions(ValidationLog& log) {
 class GpuTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    device = Device::createSystemDefault(options());
-    ASSERT_TRUE(device) << "no CPU Vulkan device (lavapipe)";
+    auto made = Device::createSystemDefault(options());
+    ASSERT_TRUE(made) << "no CPU Vulkan device (lavapipe): " << made.error().message;
+    device = *made;
     queue = device->newCommandQueue();
     ASSERT_TRUE(queue);
     auto loaded = device->newLibrary(testBundlePath());

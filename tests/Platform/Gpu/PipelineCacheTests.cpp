@@ -30,9 +30,10 @@ class PipelineCacheTest : public ::testing::Test {
   PipelineCacheInfo start() {
     DeviceOptions options = validatedCpuOptions(log);
     options.pipelineCachePath = path.string();
-    auto device = Device::createSystemDefault(options);
-    EXPECT_TRUE(device);
-    if (!device) return {};
+    auto made = Device::createSystemDefault(options);
+    EXPECT_TRUE(made);
+    if (!made) return {};
+    auto device = std::move(made).value();
     auto library = device->newLibrary(testBundlePath());
     EXPECT_TRUE(library);
     if (!library) return {};
@@ -121,7 +122,7 @@ TEST_F(PipelineCacheTest, NoPathNoFile) {
   DeviceOptions options = validatedCpuOptions(log);
   auto device = Device::createSystemDefault(options);
   ASSERT_TRUE(device);
-  EXPECT_FALSE(device->pipelineCacheInfo().loadedFromFile);
+  EXPECT_FALSE((*device)->pipelineCacheInfo().loadedFromFile);
 }
 
 }  // namespace
