@@ -3,9 +3,11 @@
 // descriptor bindings with their kinds, enough to build a pipeline layout that follows
 // the binding convention of Encoders.h. Pure functions; no Vulkan calls.
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "Platform/Base/Expected.h"
+#include "Platform/Gpu/Types.h"
 
 namespace platform::gpu::vulkan {
 
@@ -36,7 +38,7 @@ struct ShaderInterface {
 };
 
 // Reads the interface of the module's single entry point (or the one named "main").
-// None with a message when the words are not a SPIR-V module this layer can use.
-std::optional<ShaderInterface> reflectSpirv(const std::vector<uint32_t>& words, std::string* error);
+// An unreadableLibrary error when the words are not a SPIR-V module this layer can use.
+platform::Expected<ShaderInterface, GpuError> reflectSpirv(const std::vector<uint32_t>& words);
 
 }  // namespace platform::gpu::vulkan

@@ -58,10 +58,9 @@ platform::Expected<std::shared_ptr<LibraryImpl>, GpuError> LibraryImpl::load(con
     ShaderFunction function;
     function.code.resize(bytes.size() / 4);
     std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char*>(function.code.data()));
-    std::string why;
-    auto interface = reflectSpirv(function.code, &why);
+    auto interface = reflectSpirv(function.code);
     if (!interface) {
-      return failure(Kind::unreadableLibrary, entry.path().string() + ": " + why);
+      return failure(Kind::unreadableLibrary, entry.path().string() + ": " + interface.error().message);
     }
     function.interface = std::move(*interface);
     library->functions_.emplace(name, std::move(function));

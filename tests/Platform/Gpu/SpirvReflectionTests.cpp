@@ -19,10 +19,9 @@ std::vector<uint32_t> module(const std::string& name) {
 }
 
 ShaderInterface reflect(const std::string& name) {
-  std::string error;
-  auto interface = reflectSpirv(module(name), &error);
-  EXPECT_TRUE(interface) << name << ": " << error;
-  return interface.value_or(ShaderInterface{});
+  auto interface = reflectSpirv(module(name));
+  EXPECT_TRUE(interface) << name << ": " << interface.error().message;
+  return interface ? *interface : ShaderInterface{};
 }
 
 TEST(SpirvReflection, AKernelsBlockTexturesAndGroupSize) {
@@ -68,14 +67,15 @@ TEST(SpirvReflection, AFormatQualifiedStorageImageIsUnsupported) {
 }
 
 TEST(SpirvReflection, WordsThatAreNotAModuleAreRefused) {
-  std::string error;
-  EXPECT_FALSE(reflectSpirv({1, 2, 3, 4, 5, 6}, &error));
-  EXPECT_NE(error.find("magic"), std::string::npos);
+  auto notAModule = reflectSpirv({1, 2, 3, 4, 5, 6});
+  ASSERT_FALSE(notAModule);
+  EXPECT_EQ(notAModule.error().kind, GpuError::Kind::unreadableLibrary);
+  EXPECT_NE(notAModule.error().message.find("magic"), std::string::npos);
   std::vector<uint32_t> truncated = module("gpuPatternKernel");
   ASSERT_GT(truncated.size(), 20u);
   truncated.resize(truncated.size() - 1);
   truncated.back() = 0xffff0000u | 71u;  // an instruction claiming 65535 words
-  EXPECT_FALSE(reflectSpirv(truncated, &error));
+  EXPECT_FALSE(reflectSpirv(truncated));
 }
 
 }  // namespace
