@@ -78,7 +78,8 @@ std::optional<PhotoFileType> photoFileTypeForPath(const std::string& path) {
 
 platform::media::WriteResult writePhotoFile(const Image& image, PhotoExportPreset preset, const std::string& path,
                                             PhotoFileType type, platform::media::ExistingFile existing) {
-  if (image.isEmpty()) return platform::unexpected(ImageError{ImageError::Kind::invalidArgument, "there is no picture to write"});
+  if (image.isEmpty())
+    return platform::unexpected(ImageError{ImageError::Kind::invalidArgument, "there is no picture to write"});
   return type == PhotoFileType::png
              ? platform::media::writePNG(image, path, existing)
              : platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality, existing);
@@ -87,7 +88,8 @@ platform::media::WriteResult writePhotoFile(const Image& image, PhotoExportPrese
 platform::Expected<std::string, ImageError> writeJPEG(const Image& image, PhotoExportPreset preset) {
   std::error_code error;
   const auto folder = std::filesystem::temp_directory_path(error);
-  if (error) return platform::unexpected(ImageError{ImageError::Kind::writeFailed, "no temporary folder: " + error.message()});
+  if (error)
+    return platform::unexpected(ImageError{ImageError::Kind::writeFailed, "no temporary folder: " + error.message()});
   const auto path = (folder / (freshFileName() + ".jpg")).string();
   if (auto written = writeJPEGFile(image, preset, path); !written) return platform::unexpected(written.error());
   return path;

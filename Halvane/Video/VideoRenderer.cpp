@@ -262,8 +262,7 @@ void VideoRenderer::stopPlayback() {
 // --- Export entry points ---
 
 void VideoRenderer::exportVideo(std::string outputURL, const EditState& state, VideoExportPreset preset,
-                                std::function<void(float)> progress,
-                                std::function<void(VideoExportResult)> completion,
+                                std::function<void(float)> progress, std::function<void(VideoExportResult)> completion,
                                 platform::media::ExistingFile existing) {
   platform::dispatch::assertMainQueue();
   cancelState_->set(false);

@@ -520,7 +520,7 @@ bool AssetWriterInput::append(const AudioSampleBuffer& buffer) {
 // --- writer ---
 
 platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL,
-                                                                             ExistingFile existing) {
+                                                                               ExistingFile existing) {
   av::initialize();
   const std::string path = pathFromURL(pathOrURL);
   if (existing == ExistingFile::keep && somethingStandsAt(path))
@@ -730,8 +730,8 @@ void AssetWriter::finishWriting(std::function<void()> completion) {
         if (status < 0) {
           core->failLocked(av::error(MediaError::Code::writeFailed, "Cannot complete the movie", status));
         } else if (auto moved = core->file->moveOnto(core->path, core->existing); !moved) {
-          const std::string reason = moved.error() == std::errc::file_exists ? "a file appeared there meanwhile"
-                                                                              : moved.error().message();
+          const std::string reason =
+              moved.error() == std::errc::file_exists ? "a file appeared there meanwhile" : moved.error().message();
           core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + reason});
         } else {
           core->status = AssetWriterStatus::completed;

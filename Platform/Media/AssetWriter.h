@@ -86,7 +86,7 @@ class AssetWriter {
   // there already or appears before the move; with `replace` the finished movie takes
   // the place of what stands there.
   static platform::Expected<std::shared_ptr<AssetWriter>, MediaError> make(const std::string& pathOrURL,
-                                                                          ExistingFile existing = ExistingFile::keep);
+                                                                           ExistingFile existing = ExistingFile::keep);
   ~AssetWriter();
 
   // Before startWriting. An encoder that can't be set up (libx265 missing, an odd

@@ -58,9 +58,9 @@ DecodeResult decodeHeif(std::span<const std::uint8_t> bytes) {
 
   // A quarter turn swaps the sides but keeps the pixel count, which is what the limit
   // is about; the final size is checked again below.
-  if (auto sized = checkImageSize(static_cast<std::uint64_t>(std::max(heif_image_handle_get_width(rawHandle), 0)),
-                                  static_cast<std::uint64_t>(std::max(heif_image_handle_get_height(rawHandle), 0)),
-                                  "HEIF");
+  if (auto sized =
+          checkImageSize(static_cast<std::uint64_t>(std::max(heif_image_handle_get_width(rawHandle), 0)),
+                         static_cast<std::uint64_t>(std::max(heif_image_handle_get_height(rawHandle), 0)), "HEIF");
       !sized) {
     return platform::unexpected(sized.error());
   }

@@ -10,14 +10,15 @@ namespace detail {
 
 platform::Expected<void, ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format) {
   if (width == 0 || height == 0) {
-    return platform::unexpected(ImageError{ImageError::Kind::corrupt, std::string(format) + " header gives an empty size"});
+    return platform::unexpected(
+        ImageError{ImageError::Kind::corrupt, std::string(format) + " header gives an empty size"});
   }
   if (width > kMaxImageSide || height > kMaxImageSide || width * height > kMaxImagePixels) {
-    return platform::unexpected(ImageError{
-        ImageError::Kind::tooLarge, std::string(format) + " image of " + std::to_string(width) + " x " +
-                                        std::to_string(height) + " pixels is larger than the limit (" +
-                                        std::to_string(kMaxImageSide) + " pixels a side, " +
-                                        std::to_string(kMaxImagePixels) + " pixels in all)"});
+    return platform::unexpected(
+        ImageError{ImageError::Kind::tooLarge, std::string(format) + " image of " + std::to_string(width) + " x " +
+                                                   std::to_string(height) + " pixels is larger than the limit (" +
+                                                   std::to_string(kMaxImageSide) + " pixels a side, " +
+                                                   std::to_string(kMaxImagePixels) + " pixels in all)"});
   }
   return {};
 }
@@ -30,9 +31,9 @@ platform::Expected<void, ImageError> allocatePixels(Image& image, int width, int
   try {
     image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
   } catch (const std::bad_alloc&) {
-    return platform::unexpected(ImageError{ImageError::Kind::outOfMemory, "out of memory for a " +
-                                                                            std::to_string(width) + " x " +
-                                                                            std::to_string(height) + " " + format + " image"});
+    return platform::unexpected(ImageError{
+        ImageError::Kind::outOfMemory,
+        "out of memory for a " + std::to_string(width) + " x " + std::to_string(height) + " " + format + " image"});
   }
   image.width = width;
   image.height = height;
@@ -53,7 +54,8 @@ void premultiplyRow(std::uint8_t* bgra, int width) {
 
 platform::Expected<void, ImageError> checkView(const BgraView& view, const char* format) {
   if (!view.pixels || view.width <= 0 || view.height <= 0) {
-    return platform::unexpected(ImageError{ImageError::Kind::invalidArgument, std::string("cannot encode an empty image as ") + format});
+    return platform::unexpected(
+        ImageError{ImageError::Kind::invalidArgument, std::string("cannot encode an empty image as ") + format});
   }
   if (view.bytesPerRow < static_cast<std::size_t>(view.width) * 4) {
     return platform::unexpected(ImageError{ImageError::Kind::invalidArgument,

@@ -127,7 +127,8 @@ Command makeExportVideoCommand() {
         const TerminationGuard guard;  // from before the line that says the export runs
         std::printf("exporting %s to %s\n", input.c_str(), output.c_str());
         std::fflush(stdout);
-        const auto existing = io.overwrite ? platform::media::ExistingFile::replace : platform::media::ExistingFile::keep;
+        const auto existing =
+            io.overwrite ? platform::media::ExistingFile::replace : platform::media::ExistingFile::keep;
         const VideoExportResult result = runExport(input, output, parsed.state, preset, existing);
         if (!result) {
           std::fprintf(stderr, "halvane export-video: %s\n", describe(result.error()).c_str());

@@ -133,10 +133,9 @@ platform::Expected<VkShaderModule, GpuError> PipelineBase::createModule(const Sh
   return module;
 }
 
-platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipelineImpl::create(const std::shared_ptr<Context>& context,
-                                                                 const std::shared_ptr<Library>& library,
-                                                                 const std::string& functionName,
-                                                                 const std::vector<FunctionConstant>& constants) {
+platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipelineImpl::create(
+    const std::shared_ptr<Context>& context, const std::shared_ptr<Library>& library, const std::string& functionName,
+    const std::vector<FunctionConstant>& constants) {
   auto* impl = dynamic_cast<LibraryImpl*>(library.get());
   if (!impl) {
     return failure(Kind::invalidArgument, "no library");
@@ -150,8 +149,9 @@ platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipeli
     return failure(Kind::missingFunction, functionName + " is not a compute shader");
   }
   if (shader.readsFormatlessStorageImage && !context->supportsFormatlessStorageRead()) {
-    return failure(Kind::unsupportedShader, functionName + " reads a storage image without format, which this device "
-                                                           "cannot; read inputs through a sampler2D");
+    return failure(Kind::unsupportedShader, functionName +
+                                                " reads a storage image without format, which this device "
+                                                "cannot; read inputs through a sampler2D");
   }
 
   std::shared_ptr<ComputePipelineImpl> pipeline(new ComputePipelineImpl(context));
@@ -215,8 +215,8 @@ platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipeli
   return pipeline;
 }
 
-platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipelineImpl::create(const std::shared_ptr<Context>& context,
-                                                               const RenderPipelineDescriptor& descriptor) {
+platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipelineImpl::create(
+    const std::shared_ptr<Context>& context, const RenderPipelineDescriptor& descriptor) {
   auto* impl = dynamic_cast<LibraryImpl*>(descriptor.library.get());
   if (!impl) {
     return failure(Kind::invalidArgument, "no library");
@@ -227,8 +227,9 @@ platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipeline
   const ShaderFunction* vertex = impl->function(descriptor.vertexFunction);
   const ShaderFunction* fragment = impl->function(descriptor.fragmentFunction);
   if (!vertex || !fragment) {
-    return failure(Kind::missingFunction, "no function named " + (vertex ? descriptor.fragmentFunction : descriptor.vertexFunction) + " in " +
-                        impl->path());
+    return failure(Kind::missingFunction, "no function named " +
+                                              (vertex ? descriptor.fragmentFunction : descriptor.vertexFunction) +
+                                              " in " + impl->path());
   }
   if (vertex->interface.stage != ShaderStage::vertex) {
     return failure(Kind::missingFunction, descriptor.vertexFunction + " is not a vertex shader");
@@ -259,8 +260,9 @@ platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipeline
       if (r.kind == ResourceKind::uniformBlock) {
         uint32_t first = isVertex ? 0 : kFirstFragmentBytesBinding;
         if (r.binding < first || r.binding >= first + kMaxStageBytes) {
-          return failure(Kind::unsupportedShader, where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
-                                            : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
+          return failure(Kind::unsupportedShader,
+                         where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
+                                           : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
         }
       } else if (isVertex || r.kind != ResourceKind::sampledTexture) {
         return failure(Kind::unsupportedShader, where + ": render pipelines take only sampler2D fragment textures");
