@@ -39,7 +39,7 @@ class EnginePhotoExportService final : public PhotoExportService {
     offMainThread<std::optional<std::filesystem::path>>(
         [image = std::move(image), preset]() -> std::optional<std::filesystem::path> {
           auto path = halvane::writeJPEG(image, preset);
-          if (!path) return std::nullopt;
+          if (!path) return std::nullopt;  // the flow offers the picture itself then
           return std::filesystem::path(*path);
         },
         std::move(completion));

@@ -34,7 +34,12 @@ std::filesystem::path temporaryDirectory() {
   if (error) base = "/tmp";
   // The application's own folder, not the shared one: a user's file that happens to
   // lie in /tmp is never taken for ours, and so never deleted.
-  const auto folder = base / ("halvane-" + std::to_string(::getuid()));
+  return base / ("halvane-" + std::to_string(::getuid()));
+}
+
+std::filesystem::path makeTemporaryDirectory() {
+  const auto folder = temporaryDirectory();
+  std::error_code error;
   if (std::filesystem::create_directory(folder, error)) {
     std::filesystem::permissions(folder, std::filesystem::perms::owner_all, error);
   }
@@ -56,7 +61,7 @@ bool isInTemporaryDirectory(const std::filesystem::path& url) {
 
 std::filesystem::path SessionTempFiles::beginVideoExport() {
   if (videoTempURL && !isDelivered(*videoTempURL)) removeIgnoringErrors(*videoTempURL);
-  videoTempURL = temporaryDirectory() / (freshName() + ".mov");
+  videoTempURL = makeTemporaryDirectory() / (freshName() + ".mov");
   return *videoTempURL;
 }
 

@@ -11,9 +11,12 @@
 namespace halvane {
 
 // The application's folder of temporary files for this user, halvane-UID in $TMPDIR or
-// /tmp, made on first use and readable by its owner only.
+// /tmp. Only the path: nothing is made.
 std::filesystem::path temporaryDirectory();
-// True when `url` really lies inside that folder (links resolved).
+// The same folder, made first when missing (readable by its owner only), for a writer
+// about to put a file there. A folder that cannot be made shows as that writer's error.
+std::filesystem::path makeTemporaryDirectory();
+// True when `url` really lies inside that folder (links resolved). Makes nothing.
 bool isInTemporaryDirectory(const std::filesystem::path& url);
 
 class SessionTempFiles {

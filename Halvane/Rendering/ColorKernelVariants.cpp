@@ -63,8 +63,8 @@ ColorKernelVariants::~ColorKernelVariants() {
 std::shared_ptr<ComputePipelineState> ColorKernelVariants::compile(uint32_t features) {
   auto pipeline = device_->newComputePipelineState(library_, kColorKernel, {{kFeaturesConstantId, features}});
   if (!pipeline) return general_;
-  warmUp(pipeline);
-  return pipeline;
+  warmUp(*pipeline);
+  return *pipeline;
 }
 
 // A CPU device (lavapipe) turns a kernel into machine code at its first dispatch, not

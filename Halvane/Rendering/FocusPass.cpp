@@ -83,9 +83,8 @@ struct FocusPass::Step {
   std::shared_ptr<Texture> picture;              // the blur's, for the depth mode's detail
 };
 
-std::shared_ptr<FocusPass> FocusPass::make(const std::shared_ptr<Device>& device,
-                                           const std::shared_ptr<Library>& library, std::shared_ptr<TexturePool> pool,
-                                           std::string* error) {
+platform::Expected<std::shared_ptr<FocusPass>, platform::gpu::GpuError> FocusPass::make(
+    const std::shared_ptr<Device>& device, const std::shared_ptr<Library>& library, std::shared_ptr<TexturePool> pool) {
   std::shared_ptr<FocusPass> pass(new FocusPass());
   pass->pool_ = std::move(pool);
   struct Kernel {
@@ -97,12 +96,9 @@ std::shared_ptr<FocusPass> FocusPass::make(const std::shared_ptr<Device>& device
                                Kernel{"focusLensKernel", &pass->lensPipeline_},
                                Kernel{"focusStreakKernel", &pass->streakPipeline_},
                                Kernel{"focusKernel", &pass->compositePipeline_}}) {
-    std::string reason;
-    *kernel.pipeline = device->newComputePipelineState(library, kernel.name, &reason);
-    if (!*kernel.pipeline) {
-      if (error) *error = std::string("unable to make the pipeline of ") + kernel.name + ": " + reason;
-      return nullptr;
-    }
+    auto pipeline = device->newComputePipelineState(library, kernel.name);
+    if (!pipeline) return platform::unexpected(pipeline.error());
+    *kernel.pipeline = *pipeline;
   }
   return pass;
 }

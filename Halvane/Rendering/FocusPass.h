@@ -52,10 +52,10 @@ class FocusPass {
  public:
   static constexpr std::uint32_t maxPyramidLevels = 8;
 
-  // None, with the reason, when a kernel of the focus pass is missing from the library.
-  static std::shared_ptr<FocusPass> make(const std::shared_ptr<platform::gpu::Device>& device,
-                                         const std::shared_ptr<platform::gpu::Library>& library,
-                                         std::shared_ptr<TexturePool> pool, std::string* error = nullptr);
+  // Fails when a kernel of the focus pass cannot be made from the library.
+  static platform::Expected<std::shared_ptr<FocusPass>, platform::gpu::GpuError> make(
+      const std::shared_ptr<platform::gpu::Device>& device, const std::shared_ptr<platform::gpu::Library>& library,
+      std::shared_ptr<TexturePool> pool);
 
   // Encodes the effect of `uniforms` from `source` into `target`, both of the block's
   // output size. False when an intermediate or an encoder could not be had: then

@@ -6,12 +6,12 @@
 #include <filesystem>
 #include <random>
 
-#include "Platform/Media/ImageEncoder.h"
 #include "Platform/Media/ImageScale.h"
 
 namespace halvane {
 
 using platform::media::Image;
+using platform::media::ImageError;
 
 namespace {
 
@@ -63,7 +63,7 @@ Image limitedImage(const Image& image, platform::media::ImageOrientation orienta
   return scaled;
 }
 
-std::optional<std::string> writeJPEGFile(const Image& image, PhotoExportPreset preset, const std::string& path) {
+platform::media::WriteResult writeJPEGFile(const Image& image, PhotoExportPreset preset, const std::string& path) {
   return writePhotoFile(image, preset, path, PhotoFileType::jpeg, platform::media::ExistingFile::replace);
 }
 
@@ -76,22 +76,22 @@ std::optional<PhotoFileType> photoFileTypeForPath(const std::string& path) {
   return std::nullopt;
 }
 
-std::optional<std::string> writePhotoFile(const Image& image, PhotoExportPreset preset, const std::string& path,
-                                          PhotoFileType type, platform::media::ExistingFile existing) {
-  if (image.isEmpty()) return std::string("there is no picture to write");
-  auto written = type == PhotoFileType::png
-                     ? platform::media::writePNG(image, path, existing)
-                     : platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality, existing);
-  if (!written) return written.error().message;
-  return std::nullopt;
+platform::media::WriteResult writePhotoFile(const Image& image, PhotoExportPreset preset, const std::string& path,
+                                            PhotoFileType type, platform::media::ExistingFile existing) {
+  if (image.isEmpty())
+    return platform::unexpected(ImageError{ImageError::Kind::invalidArgument, "there is no picture to write"});
+  return type == PhotoFileType::png
+             ? platform::media::writePNG(image, path, existing)
+             : platform::media::writeJPEG(image, path, photoPresetSettings(preset).jpegQuality, existing);
 }
 
-std::optional<std::string> writeJPEG(const Image& image, PhotoExportPreset preset) {
+platform::Expected<std::string, ImageError> writeJPEG(const Image& image, PhotoExportPreset preset) {
   std::error_code error;
   const auto folder = std::filesystem::temp_directory_path(error);
-  if (error) return std::nullopt;
+  if (error)
+    return platform::unexpected(ImageError{ImageError::Kind::writeFailed, "no temporary folder: " + error.message()});
   const auto path = (folder / (freshFileName() + ".jpg")).string();
-  if (writeJPEGFile(image, preset, path)) return std::nullopt;
+  if (auto written = writeJPEGFile(image, preset, path); !written) return platform::unexpected(written.error());
   return path;
 }
 

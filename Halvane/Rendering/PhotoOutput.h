@@ -5,8 +5,9 @@
 #include <string>
 
 #include "Halvane/Model/ExportPresets.h"
+#include "Platform/Base/Expected.h"
 #include "Platform/Media/Image.h"
-#include "Platform/Media/ImageFile.h"
+#include "Platform/Media/ImageEncoder.h"
 
 namespace halvane {
 
@@ -23,14 +24,15 @@ platform::media::Image limitedImage(const platform::media::Image& image, platfor
                                     PhotoExportPreset preset);
 
 // Writes the image as a JPEG with the preset's quality and the image's orientation as
-// its EXIF tag, to a fresh file in the temporary folder. None when writing failed;
-// nothing is left behind then.
-std::optional<std::string> writeJPEG(const platform::media::Image& image, PhotoExportPreset preset);
+// its EXIF tag, to a fresh file in the temporary folder, and returns its path. Nothing
+// is left behind when writing fails.
+platform::Expected<std::string, platform::media::ImageError> writeJPEG(const platform::media::Image& image,
+                                                                       PhotoExportPreset preset);
 
-// The same to a chosen path (the file appears only once complete). Returns an error
-// message, or none on success.
-std::optional<std::string> writeJPEGFile(const platform::media::Image& image, PhotoExportPreset preset,
-                                         const std::string& path);
+// The same to a chosen path (the file appears only once complete, replacing one that
+// stood there).
+platform::media::WriteResult writeJPEGFile(const platform::media::Image& image, PhotoExportPreset preset,
+                                           const std::string& path);
 
 // The file types a photo can be written as, by the path's extension (".jpg", ".jpeg",
 // ".png", in any case); none for another extension.
@@ -39,9 +41,9 @@ std::optional<PhotoFileType> photoFileTypeForPath(const std::string& path);
 
 // Writes the image as `type` (JPEG at the preset's quality, or lossless PNG), with its
 // orientation. An existing file is replaced or kept as `existing` says; a kept file
-// makes the write fail. Returns an error message, or none on success.
-std::optional<std::string> writePhotoFile(const platform::media::Image& image, PhotoExportPreset preset,
-                                          const std::string& path, PhotoFileType type,
-                                          platform::media::ExistingFile existing);
+// makes the write fail. An empty image is an invalidArgument error.
+platform::media::WriteResult writePhotoFile(const platform::media::Image& image, PhotoExportPreset preset,
+                                            const std::string& path, PhotoFileType type,
+                                            platform::media::ExistingFile existing);
 
 }  // namespace halvane

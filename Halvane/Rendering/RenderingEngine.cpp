@@ -69,8 +69,9 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   auto deviceOptions = options.device;
   deviceOptions.pipelineCachePath =
       options.pipelineCachePath.empty() ? defaultPipelineCachePath() : options.pipelineCachePath;
-  metalDevice_ = Device::createSystemDefault(deviceOptions);
-  if (!metalDevice_) fatalError("no GPU device could be created");
+  auto device = Device::createSystemDefault(deviceOptions);
+  if (!device) fatalError("no GPU device could be created: " + device.error().message);
+  metalDevice_ = *device;
   commandQueue_ = metalDevice_->newCommandQueue();
   if (!commandQueue_) fatalError("no GPU command queue could be created");
   texturePool_ = options.textureAllocator ? std::make_shared<TexturePool>(options.textureAllocator)
@@ -79,29 +80,31 @@ void RenderingEngine::start(RenderingEngineOptions options) {
 
   const auto bundle = findBundle();
   if (!bundle) fatalError("unable to find bundle named Halvane_Halvane");
-  std::string error;
-  library_ = metalDevice_->newLibrary(*bundle, &error);
-  if (!library_) fatalError("unable to load the kernel library: " + error);
+  auto library = metalDevice_->newLibrary(*bundle);
+  if (!library) fatalError("unable to load the kernel library: " + library.error().message);
+  library_ = *library;
   for (const char* name : {"geometryKernel", "colorKernel", "focusKernel"}) {
     if (!library_->hasFunction(name)) fatalError(std::string("missing kernel ") + name);
   }
   auto makePipeline = [&](const char* name) {
-    auto pipeline = metalDevice_->newComputePipelineState(library_, name, &error);
-    if (!pipeline) fatalError(std::string("unable to make the pipeline of ") + name + ": " + error);
-    return pipeline;
+    auto pipeline = metalDevice_->newComputePipelineState(library_, name);
+    if (!pipeline) fatalError(std::string("unable to make the pipeline of ") + name + ": " + pipeline.error().message);
+    return *pipeline;
   };
   geometryPipeline_ = makePipeline("geometryKernel");
   colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
-  focusPass_ = FocusPass::make(metalDevice_, library_, texturePool_, &error);
-  if (!focusPass_) fatalError(error);
+  auto focusPass = FocusPass::make(metalDevice_, library_, texturePool_);
+  if (!focusPass) fatalError("unable to make the focus pass: " + focusPass.error().message);
+  focusPass_ = *focusPass;
 
   RenderPipelineDescriptor display;
   display.library = library_;
   display.vertexFunction = "displayVertex";
   display.fragmentFunction = "displayFragment";
   display.colorPixelFormat = PixelFormat::bgra8Unorm;
-  displayPipeline_ = metalDevice_->newRenderPipelineState(display, &error);
-  if (!displayPipeline_) fatalError("unable to make the display pipeline: " + error);
+  auto displayPipeline = metalDevice_->newRenderPipelineState(display);
+  if (!displayPipeline) fatalError("unable to make the display pipeline: " + displayPipeline.error().message);
+  displayPipeline_ = *displayPipeline;
 }
 
 std::shared_ptr<Texture> RenderingEngine::makeTexture(const platform::media::Image& image) {

@@ -27,7 +27,7 @@ std::shared_ptr<BilinearScaler> BilinearScaler::create(const RenderingEngine& en
   if (!library || !library->hasFunction(kKernelName)) return nullptr;
   auto pipeline = engine.metalDevice()->newComputePipelineState(library, kKernelName);
   if (!pipeline) return nullptr;
-  return std::shared_ptr<BilinearScaler>(new BilinearScaler(std::move(pipeline)));
+  return std::shared_ptr<BilinearScaler>(new BilinearScaler(*pipeline));
 }
 
 bool BilinearScaler::encode(CommandBuffer& commandBuffer, const std::shared_ptr<Texture>& source,

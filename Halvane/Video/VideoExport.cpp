@@ -129,7 +129,7 @@ void VideoExportRun::runExport() {
   reader_->setTimeRange(timeRange);
   videoOutput_ = reader_->addVideoOutput(inputs_.videoTrack);
 
-  auto writer = platform::media::AssetWriter::make(request_.outputURL);
+  auto writer = platform::media::AssetWriter::make(request_.outputURL, request_.existing);
   if (!writer) {
     fail(VideoRenderError::writerSetupFailed(writer.error()));
     return;

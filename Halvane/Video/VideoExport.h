@@ -38,6 +38,7 @@ struct VideoExportRequest {
   std::shared_ptr<RenderingEngine> engine;
   std::shared_ptr<platform::media::BackgroundTaskService> backgroundTasks;
   std::string outputURL;
+  platform::media::ExistingFile existing = platform::media::ExistingFile::keep;
   EditState state;
   VideoExportPreset preset = VideoExportPreset::balanced;
   std::function<void(float)> progress;

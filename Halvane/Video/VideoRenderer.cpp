@@ -246,12 +246,12 @@ void VideoRenderer::stopPlayback() {
 // --- Export entry points ---
 
 void VideoRenderer::exportVideo(std::string outputURL, const EditState& state, VideoExportPreset preset,
-                                std::function<void(float)> progress,
-                                std::function<void(VideoExportResult)> completion) {
+                                std::function<void(float)> progress, std::function<void(VideoExportResult)> completion,
+                                platform::media::ExistingFile existing) {
   platform::dispatch::assertMainQueue();
   cancelState_->set(false);
   startVideoExport(VideoExportRequest{weak_from_this(), cancelState_, engine_, backgroundTasks_, std::move(outputURL),
-                                      state, preset, std::move(progress), std::move(completion)});
+                                      existing, state, preset, std::move(progress), std::move(completion)});
 }
 
 void VideoRenderer::cancelExport() { cancelState_->set(true); }

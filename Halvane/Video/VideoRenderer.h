@@ -30,6 +30,7 @@
 #include "Platform/Media/BackgroundTask.h"
 #include "Platform/Media/PixelBuffer.h"
 #include "Platform/Media/Player.h"
+#include "Platform/Media/TemporaryFile.h"
 
 namespace halvane {
 
@@ -139,11 +140,13 @@ class VideoRenderer : public PreviewTarget, public std::enable_shared_from_this<
   const std::shared_ptr<platform::dispatch::DisplayLink>& displayLink() const { return previewLoop_.displayLink(); }
 
   // --- Export. Renders the asset with `state` into a QuickTime movie at `outputURL`
-  // (a path or file:// URL where nothing stands yet). `progress` (0 to 1, once per
-  // written frame) and `completion` (exactly once) run on the main thread. A failed or
-  // cancelled export leaves no file.
+  // (a path or file:// URL; a file standing there is refused, or with `replace` taken
+  // over by the finished movie). `progress` (0 to 1, once per written frame) and
+  // `completion` (exactly once) run on the main thread. A failed or cancelled export
+  // leaves no file and a replaced one as it was.
   void exportVideo(std::string outputURL, const EditState& state, VideoExportPreset preset,
-                   std::function<void(float)> progress, std::function<void(VideoExportResult)> completion);
+                   std::function<void(float)> progress, std::function<void(VideoExportResult)> completion,
+                   platform::media::ExistingFile existing = platform::media::ExistingFile::keep);
   // Asks the running export to stop; it ends as cancelled. Safe from any thread.
   void cancelExport();
   bool exportCancelled() const;

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Base/Expected.h"
 #include "Platform/Gpu/CommandBuffer.h"
 #include "Platform/Gpu/Library.h"
 #include "Platform/Gpu/Pipelines.h"
@@ -49,8 +50,11 @@ class Device {
   // cache. Textures, pipelines and queues still held elsewhere stay valid until they go.
   virtual ~Device() = default;
 
-  // None when no Vulkan device can be found.
-  static std::shared_ptr<Device> createSystemDefault(const DeviceOptions& options = {});
+  template <typename T>
+  using Made = platform::Expected<std::shared_ptr<T>, GpuError>;
+
+  // Fails, saying why, when no Vulkan 1.2 device can be had or none is of the kind chosen.
+  static Made<Device> createSystemDefault(const DeviceOptions& options = {});
 
   virtual std::string name() const = 0;
   virtual const DeviceCapabilities& capabilities() const = 0;
@@ -58,21 +62,18 @@ class Device {
   virtual std::shared_ptr<CommandQueue> newCommandQueue() = 0;
   // None when the size is beyond the device's limits or memory runs out.
   virtual std::shared_ptr<Texture> newTexture(const TextureDescriptor& descriptor) = 0;
-  // Loads every <name>.spv in the folder. None with a message when it cannot.
-  virtual std::shared_ptr<Library> newLibrary(const std::string& bundlePath, std::string* error = nullptr) = 0;
+  // Loads every <name>.spv in the folder.
+  virtual Made<Library> newLibrary(const std::string& bundlePath) = 0;
   // With no constants the kernel keeps the defaults it declares. Safe to call on any
   // thread while others use the device (a variant compiles beside the running work).
-  virtual std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
-                                                                        const std::string& functionName,
-                                                                        const std::vector<FunctionConstant>& constants,
-                                                                        std::string* error = nullptr) = 0;
-  std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
-                                                                const std::string& functionName,
-                                                                std::string* error = nullptr) {
-    return newComputePipelineState(library, functionName, {}, error);
+  virtual Made<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
+                                                             const std::string& functionName,
+                                                             const std::vector<FunctionConstant>& constants) = 0;
+  Made<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
+                                                     const std::string& functionName) {
+    return newComputePipelineState(library, functionName, {});
   }
-  virtual std::shared_ptr<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor,
-                                                                      std::string* error = nullptr) = 0;
+  virtual Made<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor) = 0;
   // Bytes currently held by textures of this device.
   virtual uint64_t allocatedTextureBytes() const = 0;
   virtual PipelineCacheInfo pipelineCacheInfo() const = 0;

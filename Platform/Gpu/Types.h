@@ -4,6 +4,7 @@
 // private (device-local); they appear in texture-pool keys.
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace platform::gpu {
 
@@ -45,6 +46,21 @@ struct TextureDescriptor {
 
 struct ClearColor {
   double red = 0, green = 0, blue = 0, alpha = 1;
+};
+
+// Why a device, a library or a pipeline could not be made; the message names the file
+// or function.
+struct GpuError {
+  enum class Kind {
+    noDevice,           // no Vulkan 1.2 device, none of the kind chosen, or it could not be set up
+    unreadableLibrary,  // no bundle folder, or a file in it that cannot be read or is no SPIR-V module
+    missingFunction,    // no function of that name, or not of the stage asked for
+    unsupportedShader,  // its bindings break this layer's rules, or it needs what the device lacks
+    invalidArgument,    // no library, or a colour format this layer cannot render to
+    driverFailed,       // Vulkan refused to create the object
+  };
+  Kind kind;
+  std::string message;
 };
 
 enum class DeviceKind { discrete, integrated, virtualGpu, cpu, other };

@@ -64,10 +64,12 @@ class MovieFile {
     avio_flush(io_);
     int status = io_->error;
     freeContext();
-    if (auto error = file_.syncAndClose(); error && status >= 0) status = AVERROR(error.value());
+    if (auto closed = file_.syncAndClose(); !closed && status >= 0) status = AVERROR(closed.error().value());
     return status;
   }
-  std::error_code moveOnto(const std::string& target) { return file_.moveOnto(target, /*replace=*/false); }
+  platform::Expected<void, std::error_code> moveOnto(const std::string& target, ExistingFile existing) {
+    return file_.moveOnto(target, existing);
+  }
   void remove() {
     freeContext();
     file_.remove();
@@ -86,7 +88,7 @@ class MovieFile {
   static int write(void* opaque, std::uint8_t* data, int size) {
 #endif
     auto* self = static_cast<MovieFile*>(opaque);
-    if (auto error = self->file_.writeAll(data, std::size_t(size))) return AVERROR(error.value());
+    if (auto written = self->file_.writeAll(data, std::size_t(size)); !written) return AVERROR(written.error().value());
     return size;
   }
   static std::int64_t seek(void* opaque, std::int64_t offset, int whence) {
@@ -141,6 +143,7 @@ struct WriterInputState {
 
 struct WriterCore : std::enable_shared_from_this<WriterCore> {
   std::string path;
+  ExistingFile existing = ExistingFile::keep;
   mutable std::mutex stateMutex;
   AssetWriterStatus status = AssetWriterStatus::unknown;
   std::optional<MediaError> error;
@@ -516,13 +519,15 @@ bool AssetWriterInput::append(const AudioSampleBuffer& buffer) {
 
 // --- writer ---
 
-platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL) {
+platform::Expected<std::shared_ptr<AssetWriter>, MediaError> AssetWriter::make(const std::string& pathOrURL,
+                                                                               ExistingFile existing) {
   av::initialize();
   const std::string path = pathFromURL(pathOrURL);
-  if (somethingStandsAt(path))
+  if (existing == ExistingFile::keep && somethingStandsAt(path))
     return platform::unexpected(MediaError{MediaError::Code::writeFailed, "A file already exists at " + path});
   auto core = std::make_shared<WriterCore>();
   core->path = path;
+  core->existing = existing;
   AVFormatContext* raw = nullptr;
   const int status = avformat_alloc_output_context2(&raw, nullptr, "mov", path.c_str());
   if (status < 0 || !raw)
@@ -724,9 +729,9 @@ void AssetWriter::finishWriting(std::function<void()> completion) {
         core->closed = true;
         if (status < 0) {
           core->failLocked(av::error(MediaError::Code::writeFailed, "Cannot complete the movie", status));
-        } else if (auto moveError = core->file->moveOnto(core->path)) {
-          const std::string reason = moveError == std::errc::file_exists ? "a file appeared there meanwhile"
-                                                                          : moveError.message();
+        } else if (auto moved = core->file->moveOnto(core->path, core->existing); !moved) {
+          const std::string reason =
+              moved.error() == std::errc::file_exists ? "a file appeared there meanwhile" : moved.error().message();
           core->failLocked({MediaError::Code::writeFailed, "Cannot move the movie into place: " + reason});
         } else {
           core->status = AssetWriterStatus::completed;

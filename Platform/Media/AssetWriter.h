@@ -3,7 +3,8 @@
 // phones and desktop players open it, and AAC audio or the source's audio packets
 // copied unchanged. The file is written under a temporary name beside the destination
 // and renamed only when finishWriting succeeds: a failed or cancelled write, or a
-// writer dropped before finishing, leaves no file.
+// writer dropped before finishing, leaves no file, and a file it replaces stays as it
+// was until then.
 //
 // Threads: the writer's calls are safe from any thread. Each input is fed from its own
 // serial queue: requestMediaDataWhenReady runs the block there whenever the input can
@@ -26,6 +27,7 @@
 #include "Platform/Media/AssetReader.h"
 #include "Platform/Media/AssetTypes.h"
 #include "Platform/Media/PixelBuffer.h"
+#include "Platform/Media/TemporaryFile.h"
 
 namespace platform::media {
 
@@ -80,8 +82,11 @@ class AssetWriterInput {
 
 class AssetWriter {
  public:
-  // A path or file:// URL of a .mov to create; fails if something already stands there.
-  static platform::Expected<std::shared_ptr<AssetWriter>, MediaError> make(const std::string& pathOrURL);
+  // A path or file:// URL of a .mov to write. With `keep` it fails if something stands
+  // there already or appears before the move; with `replace` the finished movie takes
+  // the place of what stands there.
+  static platform::Expected<std::shared_ptr<AssetWriter>, MediaError> make(const std::string& pathOrURL,
+                                                                           ExistingFile existing = ExistingFile::keep);
   ~AssetWriter();
 
   // Before startWriting. An encoder that can't be set up (libx265 missing, an odd

@@ -58,10 +58,11 @@ DecodeResult decodeHeif(std::span<const std::uint8_t> bytes) {
 
   // A quarter turn swaps the sides but keeps the pixel count, which is what the limit
   // is about; the final size is checked again below.
-  if (auto tooLarge = checkImageSize(static_cast<std::uint64_t>(std::max(heif_image_handle_get_width(rawHandle), 0)),
-                                     static_cast<std::uint64_t>(std::max(heif_image_handle_get_height(rawHandle), 0)),
-                                     "HEIF")) {
-    return platform::unexpected(std::move(*tooLarge));
+  if (auto sized =
+          checkImageSize(static_cast<std::uint64_t>(std::max(heif_image_handle_get_width(rawHandle), 0)),
+                         static_cast<std::uint64_t>(std::max(heif_image_handle_get_height(rawHandle), 0)), "HEIF");
+      !sized) {
+    return platform::unexpected(sized.error());
   }
 
   const bool hasAlpha = heif_image_handle_has_alpha_channel(rawHandle) != 0;
@@ -82,8 +83,8 @@ DecodeResult decodeHeif(std::span<const std::uint8_t> bytes) {
     return failure(ImageError::Kind::corrupt, "HEIF decoder gave no 8-bit RGB image");
   }
   Image image;
-  if (auto allocationError = allocatePixels(image, width, height, "HEIF")) {
-    return platform::unexpected(std::move(*allocationError));
+  if (auto allocated = allocatePixels(image, width, height, "HEIF"); !allocated) {
+    return platform::unexpected(allocated.error());
   }
   const int channels = hasAlpha ? 4 : 3;
   const bool needsPremultiply = hasAlpha && !heif_image_handle_is_premultiplied_alpha(rawHandle);

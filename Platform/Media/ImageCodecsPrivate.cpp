@@ -8,32 +8,36 @@ namespace platform::media {
 
 namespace detail {
 
-std::optional<ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format) {
+platform::Expected<void, ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format) {
   if (width == 0 || height == 0) {
-    return ImageError{ImageError::Kind::corrupt, std::string(format) + " header gives an empty size"};
+    return platform::unexpected(
+        ImageError{ImageError::Kind::corrupt, std::string(format) + " header gives an empty size"});
   }
   if (width > kMaxImageSide || height > kMaxImageSide || width * height > kMaxImagePixels) {
-    return ImageError{ImageError::Kind::tooLarge,
-                      std::string(format) + " image of " + std::to_string(width) + " x " + std::to_string(height) +
-                          " pixels is larger than the limit (" + std::to_string(kMaxImageSide) +
-                          " pixels a side, " + std::to_string(kMaxImagePixels) + " pixels in all)"};
+    return platform::unexpected(
+        ImageError{ImageError::Kind::tooLarge, std::string(format) + " image of " + std::to_string(width) + " x " +
+                                                   std::to_string(height) + " pixels is larger than the limit (" +
+                                                   std::to_string(kMaxImageSide) + " pixels a side, " +
+                                                   std::to_string(kMaxImagePixels) + " pixels in all)"});
   }
-  return std::nullopt;
+  return {};
 }
 
-std::optional<ImageError> allocatePixels(Image& image, int width, int height, const char* format) {
-  if (auto error = checkImageSize(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), format)) {
-    return error;
+platform::Expected<void, ImageError> allocatePixels(Image& image, int width, int height, const char* format) {
+  if (auto checked = checkImageSize(static_cast<std::uint64_t>(width), static_cast<std::uint64_t>(height), format);
+      !checked) {
+    return checked;
   }
   try {
     image.pixels.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
   } catch (const std::bad_alloc&) {
-    return ImageError{ImageError::Kind::outOfMemory, "out of memory for a " + std::to_string(width) + " x " +
-                                                         std::to_string(height) + " " + format + " image"};
+    return platform::unexpected(ImageError{
+        ImageError::Kind::outOfMemory,
+        "out of memory for a " + std::to_string(width) + " x " + std::to_string(height) + " " + format + " image"});
   }
   image.width = width;
   image.height = height;
-  return std::nullopt;
+  return {};
 }
 
 void premultiplyRow(std::uint8_t* bgra, int width) {
@@ -48,14 +52,15 @@ void premultiplyRow(std::uint8_t* bgra, int width) {
   }
 }
 
-std::optional<ImageError> checkView(const BgraView& view, const char* format) {
+platform::Expected<void, ImageError> checkView(const BgraView& view, const char* format) {
   if (!view.pixels || view.width <= 0 || view.height <= 0) {
-    return ImageError{ImageError::Kind::invalidArgument, std::string("cannot encode an empty image as ") + format};
+    return platform::unexpected(
+        ImageError{ImageError::Kind::invalidArgument, std::string("cannot encode an empty image as ") + format});
   }
   if (view.bytesPerRow < static_cast<std::size_t>(view.width) * 4) {
-    return ImageError{ImageError::Kind::invalidArgument,
-                      "rows of " + std::to_string(view.bytesPerRow) + " bytes are too short for " +
-                          std::to_string(view.width) + " BGRA pixels"};
+    return platform::unexpected(ImageError{ImageError::Kind::invalidArgument,
+                                           "rows of " + std::to_string(view.bytesPerRow) + " bytes are too short for " +
+                                               std::to_string(view.width) + " BGRA pixels"});
   }
   return checkImageSize(static_cast<std::uint64_t>(view.width), static_cast<std::uint64_t>(view.height), format);
 }

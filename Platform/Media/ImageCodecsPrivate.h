@@ -6,7 +6,6 @@
 #error "a private header of Platform/Media: include its public headers"
 #endif
 #include <cstdint>
-#include <optional>
 #include <span>
 #include <string>
 
@@ -32,20 +31,20 @@ inline platform::Unexpected<ImageError> failure(ImageError::Kind kind, std::stri
 // as corrupt before anything is allocated.
 inline constexpr std::size_t kMaxMetadataBytes = std::size_t{16} << 20;
 
-// None when width x height is within kMaxImageSide and kMaxImagePixels, else the
+// Fine when width x height is within kMaxImageSide and kMaxImagePixels, else the
 // tooLarge error naming the format and the size claimed.
-std::optional<ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format);
+platform::Expected<void, ImageError> checkImageSize(std::uint64_t width, std::uint64_t height, const char* format);
 
 // Sizes image for width x height BGRA8 pixels. An allocation failure is an
 // outOfMemory error instead of an exception.
-std::optional<ImageError> allocatePixels(Image& image, int width, int height, const char* format);
+platform::Expected<void, ImageError> allocatePixels(Image& image, int width, int height, const char* format);
 
 // Alpha premultiplication of one row of BGRA8 in place, rounding to nearest.
 void premultiplyRow(std::uint8_t* bgra, int width);
 
-// None when the view can be encoded: pixels present, rows long enough, size within
+// Fine when the view can be encoded: pixels present, rows long enough, size within
 // the limits. Else an invalidArgument or tooLarge error.
-std::optional<ImageError> checkView(const BgraView& view, const char* format);
+platform::Expected<void, ImageError> checkView(const BgraView& view, const char* format);
 
 // Fills rows [firstRow, height) with opaque black: what a decode that stopped early
 // shows where data was missing.

@@ -103,11 +103,12 @@ platform::Expected<std::size_t, ImageError> writeFileAtomically(
     return failure(temporary.error().message());
   }
   // On any failure the temporary file goes with `temporary`; nothing else is touched.
-  if (auto error = temporary->writeAll(bytes.data(), bytes.size())) return failure(error.message());
-  if (auto error = temporary->syncAndClose()) return failure(error.message());
-  if (auto error = temporary->moveOnto(path, existing == ExistingFile::replace)) {
-    if (error == std::errc::file_exists) return failure("the file already exists");
-    return failure(error.message());
+  if (auto written = temporary->writeAll(bytes.data(), bytes.size()); !written)
+    return failure(written.error().message());
+  if (auto closed = temporary->syncAndClose(); !closed) return failure(closed.error().message());
+  if (auto moved = temporary->moveOnto(path, existing); !moved) {
+    if (moved.error() == std::errc::file_exists) return failure("the file already exists");
+    return failure(moved.error().message());
   }
   return bytes.size();
 }

@@ -11,6 +11,7 @@
 
 #include "Platform/Base/Expected.h"
 #include "Platform/Media/Image.h"
+#include "Platform/Media/TemporaryFile.h"
 
 namespace platform::media {
 
@@ -18,12 +19,6 @@ namespace platform::media {
 // pipe, an I/O error), tooLarge (over maxBytes).
 platform::Expected<std::vector<std::uint8_t>, ImageError> readFileBytes(
     const std::filesystem::path& path, std::uint64_t maxBytes = kMaxImageFileBytes);
-
-// What a write does with a file already standing at its path.
-enum class ExistingFile {
-  replace,  // replaced whole, once the new file is complete
-  keep,     // left alone: the write fails, also when the file appears meanwhile
-};
 
 // Writes bytes to path as described above. Returns the number of bytes written, or a
 // writeFailed error whose message names the file and the system's reason.

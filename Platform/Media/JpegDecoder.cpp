@@ -150,9 +150,10 @@ DecodeResult decodeJpeg(std::span<const std::uint8_t> bytes) {
   }
   Image image;
   // A JPEG side is at most 65535, so the sizes fit an int.
-  if (auto error = allocatePixels(image, static_cast<int>(decoder.info.image_width),
-                                  static_cast<int>(decoder.info.image_height), "JPEG")) {
-    return platform::unexpected(std::move(*error));
+  if (auto allocated = allocatePixels(image, static_cast<int>(decoder.info.image_width),
+                                      static_cast<int>(decoder.info.image_height), "JPEG");
+      !allocated) {
+    return platform::unexpected(allocated.error());
   }
   readMetadata(&decoder, &image);
 

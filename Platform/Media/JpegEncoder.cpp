@@ -76,7 +76,7 @@ int jpegQuality(double quality) {
 }
 
 EncodeResult encodeJPEG(const BgraView& pixels, double quality) {
-  if (auto error = detail::checkView(pixels, "JPEG")) return platform::unexpected(std::move(*error));
+  if (auto checked = detail::checkView(pixels, "JPEG"); !checked) return platform::unexpected(checked.error());
   // Beyond one APP2 chain of 255 segments libjpeg cannot label the picture.
   if (pixels.iccProfile.size() > 255u * 65519u) {
     return detail::failure(ImageError::Kind::invalidArgument, "ICC profile too long for a JPEG file");

@@ -163,8 +163,9 @@ DecodeResult decodePng(std::span<const std::uint8_t> bytes) {
   }
   Image image;
   // PNG sizes are at most 2^31 - 1, so they fit an int.
-  if (auto error = allocatePixels(image, static_cast<int>(decoder.width), static_cast<int>(decoder.height), "PNG")) {
-    return platform::unexpected(std::move(*error));
+  if (auto allocated = allocatePixels(image, static_cast<int>(decoder.width), static_cast<int>(decoder.height), "PNG");
+      !allocated) {
+    return platform::unexpected(allocated.error());
   }
   readMetadata(&decoder, &image);
 

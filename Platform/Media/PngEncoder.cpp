@@ -114,7 +114,7 @@ bool compress(PngEncoder* encoder, const BgraView* view, bool opaque) {
 }  // namespace
 
 EncodeResult encodePNG(const BgraView& pixels) {
-  if (auto error = detail::checkView(pixels, "PNG")) return platform::unexpected(std::move(*error));
+  if (auto checked = detail::checkView(pixels, "PNG"); !checked) return platform::unexpected(checked.error());
   const bool opaque = isOpaque(pixels);
   PngEncoder encoder;
   try {

@@ -17,6 +17,7 @@ namespace platform::media {
 namespace {
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
+platform::Unexpected<std::error_code> failedCall() { return platform::unexpected(lastError()); }
 
 // Read, not set: umask(2) can only be read by changing it, which would race with every
 // other thread that creates a file meanwhile.
@@ -61,13 +62,13 @@ TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
 
 TemporaryFile::~TemporaryFile() { remove(); }
 
-std::error_code TemporaryFile::writeAll(const void* data, std::size_t size) {
+platform::Expected<void, std::error_code> TemporaryFile::writeAll(const void* data, std::size_t size) {
   const auto* bytes = static_cast<const char*>(data);
   while (size > 0) {
     const ssize_t put = ::write(fd_, bytes, size);
     if (put < 0) {
       if (errno == EINTR) continue;
-      return lastError();
+      return failedCall();
     }
     bytes += put;
     size -= std::size_t(put);
@@ -75,22 +76,24 @@ std::error_code TemporaryFile::writeAll(const void* data, std::size_t size) {
   return {};
 }
 
-std::error_code TemporaryFile::syncAndClose() {
-  if (fd_ < 0) return std::make_error_code(std::errc::bad_file_descriptor);
+platform::Expected<void, std::error_code> TemporaryFile::syncAndClose() {
+  if (fd_ < 0) return platform::unexpected(std::make_error_code(std::errc::bad_file_descriptor));
   std::error_code error;
   if (::fsync(fd_) != 0 && errno != EINVAL) error = lastError();
   if (::close(std::exchange(fd_, -1)) != 0 && !error) error = lastError();
-  return error;
+  if (error) return platform::unexpected(error);
+  return {};
 }
 
-std::error_code TemporaryFile::moveOnto(const std::filesystem::path& target, bool replace) {
-  if (path_.empty()) return std::make_error_code(std::errc::no_such_file_or_directory);
-  if (replace) {
-    if (::rename(path_.c_str(), target.c_str()) != 0) return lastError();
+platform::Expected<void, std::error_code> TemporaryFile::moveOnto(const std::filesystem::path& target,
+                                                                  ExistingFile existing) {
+  if (path_.empty()) return platform::unexpected(std::make_error_code(std::errc::no_such_file_or_directory));
+  if (existing == ExistingFile::replace) {
+    if (::rename(path_.c_str(), target.c_str()) != 0) return failedCall();
   } else if (::renameat2(AT_FDCWD, path_.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) != 0) {
-    if (errno != EINVAL && errno != ENOSYS) return lastError();
+    if (errno != EINVAL && errno != ENOSYS) return failedCall();
     // A file system without RENAME_NOREPLACE: a hard link also refuses an existing name.
-    if (::link(path_.c_str(), target.c_str()) != 0) return lastError();
+    if (::link(path_.c_str(), target.c_str()) != 0) return failedCall();
     ::unlink(path_.c_str());
   }
   path_.clear();

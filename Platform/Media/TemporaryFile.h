@@ -11,6 +11,12 @@
 
 namespace platform::media {
 
+// What a write does with a file already standing at its path.
+enum class ExistingFile {
+  replace,  // replaced whole, once the new file is complete
+  keep,     // left alone: the write fails, also when the file appears meanwhile
+};
+
 class TemporaryFile {
  public:
   // Hidden, in the target's folder (so the move is a rename on one file system), with
@@ -28,13 +34,13 @@ class TemporaryFile {
   const std::filesystem::path& path() const { return path_; }
 
   // Writes everything, retrying short writes. The first error is returned.
-  std::error_code writeAll(const void* data, std::size_t size);
+  platform::Expected<void, std::error_code> writeAll(const void* data, std::size_t size);
   // Flushes to the disk and closes; a failure here is a failed write (some file
   // systems report a full disk only now).
-  std::error_code syncAndClose();
-  // Renames onto the target. Without `replace`, an existing target is left alone and
-  // the move fails with EEXIST, even when it appears meanwhile.
-  std::error_code moveOnto(const std::filesystem::path& target, bool replace);
+  platform::Expected<void, std::error_code> syncAndClose();
+  // Renames onto the target. With `keep`, an existing target is left alone and the
+  // move fails with EEXIST, even when it appears meanwhile.
+  platform::Expected<void, std::error_code> moveOnto(const std::filesystem::path& target, ExistingFile existing);
   // Closes and removes the file now.
   void remove();
 

@@ -64,8 +64,8 @@ DecodeResult decodeWebp(std::span<const std::uint8_t> bytes) {
   }
   Image image;
   // For an animation these are the canvas's sides.
-  if (auto error = allocatePixels(image, features.width, features.height, "WebP")) {
-    return platform::unexpected(std::move(*error));
+  if (auto allocated = allocatePixels(image, features.width, features.height, "WebP"); !allocated) {
+    return platform::unexpected(allocated.error());
   }
   const WebPData data{bytes.data(), bytes.size()};
 

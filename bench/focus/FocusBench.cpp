@@ -33,8 +33,9 @@ FocusBenchSetup& setup() {
     const auto bundle = findBundle();
     if (!made.kernel.device || !bundle) return made;
     auto library = made.kernel.device->newLibrary(*bundle);
-    if (library)
-      made.pass = FocusPass::make(made.kernel.device, library, std::make_shared<TexturePool>(made.kernel.device));
+    if (!library) return made;
+    auto pass = FocusPass::make(made.kernel.device, *library, std::make_shared<TexturePool>(made.kernel.device));
+    if (pass) made.pass = *pass;
     return made;
   }();
   return s;

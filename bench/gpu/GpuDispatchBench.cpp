@@ -37,14 +37,15 @@ struct Layer {
   static Layer& shared() {
     static Layer layer = [] {
       Layer l;
-      l.device = Device::createSystemDefault();
-      if (!l.device) throw std::runtime_error("no Vulkan device");
+      auto device = Device::createSystemDefault();
+      if (!device) throw std::runtime_error(device.error().message);
+      l.device = *device;
       l.queue = l.device->newCommandQueue();
-      std::string error;
-      auto library = l.device->newLibrary(kBundle, &error);
-      if (!library) throw std::runtime_error(error);
-      l.pipeline = l.device->newComputePipelineState(library, "benchKernel", &error);
-      if (!l.pipeline) throw std::runtime_error(error);
+      auto library = l.device->newLibrary(kBundle);
+      if (!library) throw std::runtime_error(library.error().message);
+      auto pipeline = l.device->newComputePipelineState(*library, "benchKernel");
+      if (!pipeline) throw std::runtime_error(pipeline.error().message);
+      l.pipeline = *pipeline;
       TextureDescriptor descriptor;
       descriptor.width = descriptor.height = kSide;
       descriptor.usage = TextureUsage::shaderWrite;

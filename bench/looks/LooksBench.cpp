@@ -39,8 +39,10 @@ void ColorVariant(benchmark::State& state, EditState edit) {
   const RenderUniforms block = makeUniforms(kWidth, kHeight, edit, true);
   const uint32_t features = colorFeatures(block);
   std::shared_ptr<platform::gpu::ComputePipelineState> variant;
-  if (bench().device && bench().library)
-    variant = bench().device->newComputePipelineState(bench().library, "colorKernel", {{0, features}});
+  if (bench().device && bench().library) {
+    auto made = bench().device->newComputePipelineState(bench().library, "colorKernel", {{0, features}});
+    if (made) variant = *made;
+  }
   if (!variant) {
     state.SkipWithError("the variant could not be made");
     return;

@@ -14,14 +14,14 @@ namespace gpu = platform::gpu;
 
 KernelBench makeKernelBench(const std::string& kernel) {
   KernelBench b;
-  b.device = gpu::Device::createSystemDefault();
+  if (auto device = gpu::Device::createSystemDefault()) b.device = *device;
   const auto bundle = findBundle();
   if (!b.device || !bundle) return b;
-  std::string error;
-  b.library = b.device->newLibrary(*bundle, &error);
-  if (!b.library) return b;
+  auto library = b.device->newLibrary(*bundle);
+  if (!library) return b;
+  b.library = *library;
   b.queue = b.device->newCommandQueue();
-  b.pipeline = b.device->newComputePipelineState(b.library, kernel, &error);
+  if (auto pipeline = b.device->newComputePipelineState(b.library, kernel)) b.pipeline = *pipeline;
   std::fprintf(stderr, "device: %s\n", b.device->name().c_str());
 
   std::vector<uint8_t> pixels;

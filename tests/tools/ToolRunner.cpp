@@ -5,25 +5,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 extern char** environ;
 
 namespace halvane::testing {
-
-namespace {
-
-std::string slurp(int fd) {
-  std::string text;
-  std::array<char, 4096> buffer;
-  ssize_t count;
-  while ((count = read(fd, buffer.data(), buffer.size())) > 0) text.append(buffer.data(), size_t(count));
-  return text;
-}
-
-}  // namespace
 
 ToolResult runTool(const std::vector<std::string>& arguments) {
   const auto folder = std::filesystem::temp_directory_path();
@@ -48,11 +36,8 @@ ToolResult runTool(const std::vector<std::string>& arguments) {
   }
   posix_spawn_file_actions_destroy(&actions);
   for (auto [path, text] : {std::pair{outPath, &result.standardOutput}, std::pair{errPath, &result.standardError}}) {
-    int fd = open(path.c_str(), O_RDONLY);
-    if (fd >= 0) {
-      *text = slurp(fd);
-      close(fd);
-    }
+    std::ifstream file(path, std::ios::binary);
+    text->assign(std::istreambuf_iterator<char>(file), {});
     std::filesystem::remove(path);
   }
   return result;

@@ -2,12 +2,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 
@@ -24,8 +21,6 @@
 namespace halvane::cli {
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // A bar on stderr, drawn only when stderr is a terminal.
 class ProgressBar {
@@ -67,7 +62,7 @@ bool hasMovExtension(const std::string& path) {
 // Runs the export on a run-loop main queue until its completion; a terminating signal
 // noted by a TerminationGuard cancels it.
 VideoExportResult runExport(const std::string& input, const std::string& output, const EditState& state,
-                            VideoExportPreset preset) {
+                            VideoExportPreset preset, platform::media::ExistingFile existing) {
   auto queue = std::make_shared<platform::dispatch::RunLoopMainQueue>();
   platform::dispatch::MainQueue::setShared(queue);
   std::optional<VideoExportResult> result;
@@ -88,7 +83,8 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
           [&](VideoExportResult outcome) {
             result = std::move(outcome);
             queue->stop();
-          });
+          },
+          existing);
       watchForSignals();
     });
     queue->run();
@@ -107,51 +103,12 @@ std::string describe(const VideoRenderError& error) {
   return text;
 }
 
-// Where the movie is written: the output itself, or, when it replaces an existing file,
-// a private folder beside it (the writer never replaces a file), from which the
-// finished movie is moved over the old one. The folder goes with this object.
-class ExportDestination {
- public:
-  ExportDestination(const std::string& output, bool replacing) : output_(output) {
-    if (!replacing) {
-      path_ = output;
-      return;
-    }
-    const fs::path target(output);
-    std::string pattern = (target.parent_path() / ("." + target.filename().string() + ".XXXXXX")).string();
-    if (!::mkdtemp(pattern.data())) throw CommandError(output + ": cannot write beside it: " + std::strerror(errno));
-    folder_ = pattern;
-    path_ = (fs::path(folder_) / target.filename()).string();
-  }
-  ~ExportDestination() {
-    if (folder_.empty()) return;
-    std::error_code ignored;
-    fs::remove(path_, ignored);  // only when the move failed; the writer leaves nothing else
-    fs::remove(folder_, ignored);
-  }
-  ExportDestination(const ExportDestination&) = delete;
-  ExportDestination& operator=(const ExportDestination&) = delete;
-
-  const std::string& path() const { return path_; }
-  // After a successful export.
-  void moveIntoPlace() {
-    if (folder_.empty()) return;
-    std::error_code error;
-    fs::rename(path_, output_, error);
-    if (error) throw CommandError(output_ + ": cannot replace it: " + error.message());
-  }
-
- private:
-  std::string output_;
-  std::string folder_;
-  std::string path_;
-};
-
 }  // namespace
 
 // Renders a video with an edit through the editor's export loop (reader, GPU, writer)
-// into an HEVC QuickTime movie. The movie appears only when complete; a failure or a
-// terminating signal leaves none.
+// into an HEVC QuickTime movie. The movie appears only when complete, and with -y
+// replaces an existing output only then; a failure or a terminating signal leaves none
+// and the old output as it was.
 Command makeExportVideoCommand() {
   return Command{
       "export-video",
@@ -167,18 +124,18 @@ Command makeExportVideoCommand() {
         if (!std::filesystem::is_regular_file(input)) throw CommandError(input + ": no such file");
         checkOutputPath(input, output, io.overwrite);
 
-        ExportDestination destination(output, io.overwrite && platform::media::somethingStandsAt(output));
         const TerminationGuard guard;  // from before the line that says the export runs
         std::printf("exporting %s to %s\n", input.c_str(), output.c_str());
         std::fflush(stdout);
-        const VideoExportResult result = runExport(input, destination.path(), parsed.state, preset);
+        const auto existing =
+            io.overwrite ? platform::media::ExistingFile::replace : platform::media::ExistingFile::keep;
+        const VideoExportResult result = runExport(input, output, parsed.state, preset, existing);
         if (!result) {
           std::fprintf(stderr, "halvane export-video: %s\n", describe(result.error()).c_str());
           if (result.error().code() == VideoRenderError::Code::cancelled)
             return TerminationGuard::exitStatus(TerminationGuard::received() ? TerminationGuard::received() : SIGINT);
           return 1;
         }
-        destination.moveIntoPlace();
         std::printf("%s: written\n", output.c_str());
         return 0;
       }};

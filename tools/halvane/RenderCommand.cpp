@@ -49,7 +49,8 @@ Command makeRenderCommand() {
           return TerminationGuard::exitStatus(signal);
         }
         const auto existing = io.overwrite ? platform::media::ExistingFile::replace : platform::media::ExistingFile::keep;
-        if (auto error = writePhotoFile(limited, preset, io.output, *fileType, existing)) throw CommandError(*error);
+        if (auto written = writePhotoFile(limited, preset, io.output, *fileType, existing); !written)
+          throw CommandError(written.error().message);
         std::printf("%s: %d x %d\n", io.output.c_str(), limited.width, limited.height);
         return 0;
       }};

@@ -28,13 +28,13 @@ std::string copyFileAtomically(const std::filesystem::path& from, const std::fil
   std::vector<char> chunk(1 << 16);
   while (in) {
     in.read(chunk.data(), std::streamsize(chunk.size()));
-    if (in.gcount() > 0 && partial->writeAll(chunk.data(), std::size_t(in.gcount()))) {
+    if (in.gcount() > 0 && !partial->writeAll(chunk.data(), std::size_t(in.gcount()))) {
       return "writing " + to.string() + " failed";
     }
   }
-  if (in.bad() || partial->syncAndClose()) return "writing " + to.string() + " failed";
+  if (in.bad() || !partial->syncAndClose()) return "writing " + to.string() + " failed";
   // The user chose the name in the dialog, which asked before replacing.
-  if (partial->moveOnto(to, true)) return "cannot replace " + to.string();
+  if (!partial->moveOnto(to, platform::media::ExistingFile::replace)) return "cannot replace " + to.string();
   return {};
 }
 

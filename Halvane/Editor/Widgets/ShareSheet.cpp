@@ -103,7 +103,8 @@ void ShareSheet::saveAs() {
 bool ShareSheet::saveTo(const QString& path) {
   std::string error;
   if (const auto* image = std::get_if<platform::media::Image>(&offer_.payload)) {
-    if (auto failure = writeJPEGFile(*image, PhotoExportPreset::maxQuality, path.toStdString())) error = *failure;
+    if (auto written = writeJPEGFile(*image, PhotoExportPreset::maxQuality, path.toStdString()); !written)
+      error = written.error().message;
   } else {
     error = copyFileAtomically(std::get<std::filesystem::path>(offer_.payload), path.toStdString());
   }

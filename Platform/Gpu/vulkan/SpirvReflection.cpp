@@ -1,6 +1,7 @@
 #include "Platform/Gpu/vulkan/SpirvReflection.h"
 
 #include <algorithm>
+#include <optional>
 #include <unordered_map>
 
 namespace platform::gpu::vulkan {
@@ -269,10 +270,9 @@ ShaderResource describeVariable(const Module& module, uint32_t variableId, uint3
 
 }  // namespace
 
-std::optional<ShaderInterface> reflectSpirv(const std::vector<uint32_t>& words, std::string* error) {
-  auto fail = [&](const std::string& message) -> std::optional<ShaderInterface> {
-    if (error) *error = message;
-    return std::nullopt;
+platform::Expected<ShaderInterface, GpuError> reflectSpirv(const std::vector<uint32_t>& words) {
+  auto fail = [](const std::string& message) {
+    return platform::unexpected(GpuError{GpuError::Kind::unreadableLibrary, message});
   };
   if (words.size() < 5 || words[0] != kMagic) return fail("not a SPIR-V module (bad magic number)");
 

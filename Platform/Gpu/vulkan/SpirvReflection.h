@@ -6,9 +6,11 @@
 #error "a private header of Platform/Gpu: include its public headers"
 #endif
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
+
+#include "Platform/Base/Expected.h"
+#include "Platform/Gpu/Types.h"
 
 namespace platform::gpu::vulkan {
 
@@ -39,7 +41,7 @@ struct ShaderInterface {
 };
 
 // Reads the interface of the module's single entry point (or the one named "main").
-// None with a message when the words are not a SPIR-V module this layer can use.
-std::optional<ShaderInterface> reflectSpirv(const std::vector<uint32_t>& words, std::string* error);
+// An unreadableLibrary error when the words are not a SPIR-V module this layer can use.
+platform::Expected<ShaderInterface, GpuError> reflectSpirv(const std::vector<uint32_t>& words);
 
 }  // namespace platform::gpu::vulkan

@@ -112,9 +112,11 @@ HostBuffer::~HostBuffer() {
   if (buffer_) vkDestroyBuffer(device_, buffer_, nullptr);
 }
 
-std::shared_ptr<Context> Context::create(const DeviceOptions& options, std::string* error) {
+platform::Expected<std::shared_ptr<Context>, GpuError> Context::create(const DeviceOptions& options) {
   std::shared_ptr<Context> context(new Context());
-  if (!context->initialize(options, error)) return nullptr;
+  // The steps of the set-up each name their failure here.
+  std::string error;
+  if (!context->initialize(options, &error)) return platform::unexpected(GpuError{GpuError::Kind::noDevice, error});
   return context;
 }
 

@@ -57,7 +57,7 @@ struct CommandSlot {
 class Context {
  public:
   // None with a reason when no suitable device exists.
-  static std::shared_ptr<Context> create(const DeviceOptions& options, std::string* error);
+  static platform::Expected<std::shared_ptr<Context>, GpuError> create(const DeviceOptions& options);
   ~Context();
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;

@@ -27,18 +27,22 @@ class DeviceImpl final : public Device {
   std::shared_ptr<Texture> newTexture(const TextureDescriptor& descriptor) override {
     return vulkan::TextureImpl::create(context_, descriptor);
   }
-  std::shared_ptr<Library> newLibrary(const std::string& bundlePath, std::string* error) override {
-    return vulkan::LibraryImpl::load(bundlePath, error);
+  Made<Library> newLibrary(const std::string& bundlePath) override {
+    auto library = vulkan::LibraryImpl::load(bundlePath);
+    if (!library) return platform::unexpected(library.error());
+    return std::shared_ptr<Library>(*library);
   }
-  std::shared_ptr<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
-                                                                const std::string& functionName,
-                                                                const std::vector<FunctionConstant>& constants,
-                                                                std::string* error) override {
-    return vulkan::ComputePipelineImpl::create(context_, library, functionName, constants, error);
+  Made<ComputePipelineState> newComputePipelineState(const std::shared_ptr<Library>& library,
+                                                     const std::string& functionName,
+                                                     const std::vector<FunctionConstant>& constants) override {
+    auto pipeline = vulkan::ComputePipelineImpl::create(context_, library, functionName, constants);
+    if (!pipeline) return platform::unexpected(pipeline.error());
+    return std::shared_ptr<ComputePipelineState>(*pipeline);
   }
-  std::shared_ptr<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor,
-                                                              std::string* error) override {
-    return vulkan::RenderPipelineImpl::create(context_, descriptor, error);
+  Made<RenderPipelineState> newRenderPipelineState(const RenderPipelineDescriptor& descriptor) override {
+    auto pipeline = vulkan::RenderPipelineImpl::create(context_, descriptor);
+    if (!pipeline) return platform::unexpected(pipeline.error());
+    return std::shared_ptr<RenderPipelineState>(*pipeline);
   }
   uint64_t allocatedTextureBytes() const override { return context_->allocatedTextureBytes(); }
   PipelineCacheInfo pipelineCacheInfo() const override { return context_->pipelineCacheInfo(); }
@@ -49,10 +53,10 @@ class DeviceImpl final : public Device {
 
 }  // namespace
 
-std::shared_ptr<Device> Device::createSystemDefault(const DeviceOptions& options) {
-  auto context = Context::create(options, nullptr);
-  if (!context) return nullptr;
-  return std::make_shared<DeviceImpl>(std::move(context));
+Device::Made<Device> Device::createSystemDefault(const DeviceOptions& options) {
+  auto context = Context::create(options);
+  if (!context) return platform::unexpected(context.error());
+  return std::shared_ptr<Device>(std::make_shared<DeviceImpl>(std::move(context).value()));
 }
 
 }  // namespace platform::gpu

@@ -10,8 +10,10 @@
 namespace platform::gpu::vulkan {
 namespace {
 
-void setError(std::string* error, const std::string& message) {
-  if (error) *error = message;
+using Kind = GpuError::Kind;
+
+platform::Unexpected<GpuError> failure(Kind kind, std::string message) {
+  return platform::unexpected(GpuError{kind, std::move(message)});
 }
 
 std::string describeBinding(const ShaderResource& r) {
@@ -33,12 +35,11 @@ struct CreationFeedback {
 
 }  // namespace
 
-std::shared_ptr<LibraryImpl> LibraryImpl::load(const std::string& path, std::string* error) {
+platform::Expected<std::shared_ptr<LibraryImpl>, GpuError> LibraryImpl::load(const std::string& path) {
   namespace fs = std::filesystem;
   std::error_code code;
   if (!fs::is_directory(path, code)) {
-    setError(error, "no shader bundle folder at " + path);
-    return nullptr;
+    return failure(Kind::unreadableLibrary, "no shader bundle folder at " + path);
   }
   auto library = std::make_shared<LibraryImpl>();
   library->path_ = path;
@@ -48,28 +49,24 @@ std::shared_ptr<LibraryImpl> LibraryImpl::load(const std::string& path, std::str
     std::vector<char> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     const std::string name = entry.path().stem().string();
     if (!file.good() && !file.eof()) {
-      setError(error, "cannot read " + entry.path().string());
-      return nullptr;
+      return failure(Kind::unreadableLibrary, "cannot read " + entry.path().string());
     }
     if (bytes.size() % 4 != 0) {
-      setError(error, entry.path().string() + " is not a SPIR-V module (its size is not a multiple of 4)");
-      return nullptr;
+      return failure(Kind::unreadableLibrary,
+                     entry.path().string() + " is not a SPIR-V module (its size is not a multiple of 4)");
     }
     ShaderFunction function;
     function.code.resize(bytes.size() / 4);
     std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char*>(function.code.data()));
-    std::string why;
-    auto interface = reflectSpirv(function.code, &why);
+    auto interface = reflectSpirv(function.code);
     if (!interface) {
-      setError(error, entry.path().string() + ": " + why);
-      return nullptr;
+      return failure(Kind::unreadableLibrary, entry.path().string() + ": " + interface.error().message);
     }
     function.interface = std::move(*interface);
     library->functions_.emplace(name, std::move(function));
   }
   if (code) {
-    setError(error, "cannot list " + path + ": " + code.message());
-    return nullptr;
+    return failure(Kind::unreadableLibrary, "cannot list " + path + ": " + code.message());
   }
   return library;
 }
@@ -92,7 +89,7 @@ PipelineBase::~PipelineBase() {
   if (setLayout_) vkDestroyDescriptorSetLayout(device, setLayout_, nullptr);
 }
 
-bool PipelineBase::createLayout(std::string* error) {
+platform::Expected<void, GpuError> PipelineBase::createLayout() {
   std::vector<VkDescriptorSetLayoutBinding> bindings;
   for (const PipelineBinding& b : bindings_) {
     VkDescriptorSetLayoutBinding binding{};
@@ -103,7 +100,7 @@ bool PipelineBase::createLayout(std::string* error) {
       case ResourceKind::uniformBlock: binding.descriptorType = VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER; break;
       case ResourceKind::sampledTexture: binding.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER; break;
       case ResourceKind::storageTexture: binding.descriptorType = VK_DESCRIPTOR_TYPE_STORAGE_IMAGE; break;
-      case ResourceKind::unsupported: return false;
+      case ResourceKind::unsupported: return failure(Kind::unsupportedShader, b.name + ": an unsupported binding");
     }
     bindings.push_back(binding);
   }
@@ -114,54 +111,47 @@ bool PipelineBase::createLayout(std::string* error) {
   set.pBindings = bindings.data();
   VkResult result = vkCreateDescriptorSetLayout(device, &set, nullptr, &setLayout_);
   if (result != VK_SUCCESS) {
-    setError(error, "vkCreateDescriptorSetLayout failed: " + describe(result));
-    return false;
+    return failure(Kind::driverFailed, "vkCreateDescriptorSetLayout failed: " + describe(result));
   }
   VkPipelineLayoutCreateInfo layout{VK_STRUCTURE_TYPE_PIPELINE_LAYOUT_CREATE_INFO};
   layout.setLayoutCount = 1;
   layout.pSetLayouts = &setLayout_;
   result = vkCreatePipelineLayout(device, &layout, nullptr, &layout_);
   if (result != VK_SUCCESS) {
-    setError(error, "vkCreatePipelineLayout failed: " + describe(result));
-    return false;
+    return failure(Kind::driverFailed, "vkCreatePipelineLayout failed: " + describe(result));
   }
-  return true;
+  return {};
 }
 
-VkShaderModule PipelineBase::createModule(const ShaderFunction& function, std::string* error) {
+platform::Expected<VkShaderModule, GpuError> PipelineBase::createModule(const ShaderFunction& function) {
   VkShaderModuleCreateInfo info{VK_STRUCTURE_TYPE_SHADER_MODULE_CREATE_INFO};
   info.codeSize = function.code.size() * 4;
   info.pCode = function.code.data();
   VkShaderModule module = VK_NULL_HANDLE;
   VkResult result = vkCreateShaderModule(context_->device(), &info, nullptr, &module);
-  if (result != VK_SUCCESS) setError(error, "vkCreateShaderModule failed: " + describe(result));
+  if (result != VK_SUCCESS) return failure(Kind::driverFailed, "vkCreateShaderModule failed: " + describe(result));
   return module;
 }
 
-std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shared_ptr<Context>& context,
-                                                                 const std::shared_ptr<Library>& library,
-                                                                 const std::string& functionName,
-                                                                 const std::vector<FunctionConstant>& constants,
-                                                                 std::string* error) {
+platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipelineImpl::create(
+    const std::shared_ptr<Context>& context, const std::shared_ptr<Library>& library, const std::string& functionName,
+    const std::vector<FunctionConstant>& constants) {
   auto* impl = dynamic_cast<LibraryImpl*>(library.get());
   if (!impl) {
-    setError(error, "no library");
-    return nullptr;
+    return failure(Kind::invalidArgument, "no library");
   }
   const ShaderFunction* function = impl->function(functionName);
   if (!function) {
-    setError(error, "no function named " + functionName + " in " + impl->path());
-    return nullptr;
+    return failure(Kind::missingFunction, "no function named " + functionName + " in " + impl->path());
   }
   const ShaderInterface& shader = function->interface;
   if (shader.stage != ShaderStage::compute) {
-    setError(error, functionName + " is not a compute shader");
-    return nullptr;
+    return failure(Kind::missingFunction, functionName + " is not a compute shader");
   }
   if (shader.readsFormatlessStorageImage && !context->supportsFormatlessStorageRead()) {
-    setError(error, functionName + " reads a storage image without format, which this device cannot; "
-                                   "read inputs through a sampler2D");
-    return nullptr;
+    return failure(Kind::unsupportedShader, functionName +
+                                                " reads a storage image without format, which this device "
+                                                "cannot; read inputs through a sampler2D");
   }
 
   std::shared_ptr<ComputePipelineImpl> pipeline(new ComputePipelineImpl(context));
@@ -170,28 +160,28 @@ std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shar
   for (const ShaderResource& r : shader.resources) {
     std::string where = functionName + ": " + describeBinding(r);
     if (r.kind == ResourceKind::unsupported) {
-      setError(error, where + ": " + r.unsupportedReason);
-      return nullptr;
+      return failure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
     }
     if (r.set != 0) {
-      setError(error, where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
-      return nullptr;
+      return failure(Kind::unsupportedShader,
+                     where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
     }
     bool isTexture = r.kind != ResourceKind::uniformBlock;
     if (!isTexture && r.binding >= kMaxComputeBytes) {
-      setError(error, where + ": uniform blocks go at bindings 0 to 7 (setBytes index = binding)");
-      return nullptr;
+      return failure(Kind::unsupportedShader,
+                     where + ": uniform blocks go at bindings 0 to 7 (setBytes index = binding)");
     }
     if (isTexture && (r.binding < kFirstTextureBinding || r.binding >= kFirstTextureBinding + kMaxTextures)) {
-      setError(error, where + ": textures go at bindings 8 to 23 (setTexture index = binding - 8)");
-      return nullptr;
+      return failure(Kind::unsupportedShader,
+                     where + ": textures go at bindings 8 to 23 (setTexture index = binding - 8)");
     }
     pipeline->bindings_.push_back({r.binding, r.kind, VK_SHADER_STAGE_COMPUTE_BIT, r.blockSize, r.name});
   }
-  if (!pipeline->createLayout(error)) return nullptr;
+  if (auto layout = pipeline->createLayout(); !layout) return platform::unexpected(layout.error());
 
-  VkShaderModule module = pipeline->createModule(*function, error);
-  if (!module) return nullptr;
+  auto created = pipeline->createModule(*function);
+  if (!created) return platform::unexpected(created.error());
+  VkShaderModule module = *created;
   // Each constant is one 32-bit word; an id the kernel does not declare is ignored.
   std::vector<VkSpecializationMapEntry> entries;
   std::vector<uint32_t> values;
@@ -219,39 +209,33 @@ std::shared_ptr<ComputePipelineImpl> ComputePipelineImpl::create(const std::shar
   vkDestroyShaderModule(context->device(), module, nullptr);
   if (result != VK_SUCCESS) {
     pipeline->pipeline_ = VK_NULL_HANDLE;
-    setError(error, functionName + ": vkCreateComputePipelines failed: " + describe(result));
-    return nullptr;
+    return failure(Kind::driverFailed, functionName + ": vkCreateComputePipelines failed: " + describe(result));
   }
   context->notePipelineCreated(feedback.cacheHit());
   return pipeline;
 }
 
-std::shared_ptr<RenderPipelineImpl> RenderPipelineImpl::create(const std::shared_ptr<Context>& context,
-                                                               const RenderPipelineDescriptor& descriptor,
-                                                               std::string* error) {
+platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipelineImpl::create(
+    const std::shared_ptr<Context>& context, const RenderPipelineDescriptor& descriptor) {
   auto* impl = dynamic_cast<LibraryImpl*>(descriptor.library.get());
   if (!impl) {
-    setError(error, "no library");
-    return nullptr;
+    return failure(Kind::invalidArgument, "no library");
   }
   if (descriptor.colorPixelFormat != PixelFormat::bgra8Unorm) {
-    setError(error, "the colour format must be BGRA8 unorm (80)");
-    return nullptr;
+    return failure(Kind::invalidArgument, "the colour format must be BGRA8 unorm (80)");
   }
   const ShaderFunction* vertex = impl->function(descriptor.vertexFunction);
   const ShaderFunction* fragment = impl->function(descriptor.fragmentFunction);
   if (!vertex || !fragment) {
-    setError(error, "no function named " + (vertex ? descriptor.fragmentFunction : descriptor.vertexFunction) + " in " +
-                        impl->path());
-    return nullptr;
+    return failure(Kind::missingFunction, "no function named " +
+                                              (vertex ? descriptor.fragmentFunction : descriptor.vertexFunction) +
+                                              " in " + impl->path());
   }
   if (vertex->interface.stage != ShaderStage::vertex) {
-    setError(error, descriptor.vertexFunction + " is not a vertex shader");
-    return nullptr;
+    return failure(Kind::missingFunction, descriptor.vertexFunction + " is not a vertex shader");
   }
   if (fragment->interface.stage != ShaderStage::fragment) {
-    setError(error, descriptor.fragmentFunction + " is not a fragment shader");
-    return nullptr;
+    return failure(Kind::missingFunction, descriptor.fragmentFunction + " is not a fragment shader");
   }
 
   std::shared_ptr<RenderPipelineImpl> pipeline(new RenderPipelineImpl(context));
@@ -267,40 +251,39 @@ std::shared_ptr<RenderPipelineImpl> RenderPipelineImpl::create(const std::shared
     for (const ShaderResource& r : stage.function->interface.resources) {
       std::string where = stage.name + ": " + describeBinding(r);
       if (r.kind == ResourceKind::unsupported) {
-        setError(error, where + ": " + r.unsupportedReason);
-        return nullptr;
+        return failure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
       }
       if (r.set != 0) {
-        setError(error, where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
-        return nullptr;
+        return failure(Kind::unsupportedShader,
+                       where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
       }
       if (r.kind == ResourceKind::uniformBlock) {
         uint32_t first = isVertex ? 0 : kFirstFragmentBytesBinding;
         if (r.binding < first || r.binding >= first + kMaxStageBytes) {
-          setError(error, where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
-                                            : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
-          return nullptr;
+          return failure(Kind::unsupportedShader,
+                         where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
+                                           : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
         }
       } else if (isVertex || r.kind != ResourceKind::sampledTexture) {
-        setError(error, where + ": render pipelines take only sampler2D fragment textures");
-        return nullptr;
+        return failure(Kind::unsupportedShader, where + ": render pipelines take only sampler2D fragment textures");
       } else if (r.binding < kFirstTextureBinding || r.binding >= kFirstTextureBinding + kMaxTextures) {
-        setError(error, where + ": fragment textures go at bindings 8 to 23 (index + 8)");
-        return nullptr;
+        return failure(Kind::unsupportedShader, where + ": fragment textures go at bindings 8 to 23 (index + 8)");
       }
       pipeline->bindings_.push_back({r.binding, r.kind, static_cast<VkShaderStageFlags>(stage.flag), r.blockSize, r.name});
     }
   }
   std::sort(pipeline->bindings_.begin(), pipeline->bindings_.end(),
             [](const PipelineBinding& a, const PipelineBinding& b) { return a.binding < b.binding; });
-  if (!pipeline->createLayout(error)) return nullptr;
+  if (auto layout = pipeline->createLayout(); !layout) return platform::unexpected(layout.error());
 
-  VkShaderModule modules[2] = {pipeline->createModule(*vertex, error), pipeline->createModule(*fragment, error)};
-  if (!modules[0] || !modules[1]) {
-    for (VkShaderModule m : modules)
-      if (m) vkDestroyShaderModule(context->device(), m, nullptr);
-    return nullptr;
+  auto vertexModule = pipeline->createModule(*vertex);
+  auto fragmentModule = pipeline->createModule(*fragment);
+  if (!vertexModule || !fragmentModule) {
+    if (vertexModule) vkDestroyShaderModule(context->device(), *vertexModule, nullptr);
+    if (fragmentModule) vkDestroyShaderModule(context->device(), *fragmentModule, nullptr);
+    return platform::unexpected(vertexModule ? fragmentModule.error() : vertexModule.error());
   }
+  VkShaderModule modules[2] = {*vertexModule, *fragmentModule};
   VkPipelineShaderStageCreateInfo stages[2] = {};
   stages[0].sType = stages[1].sType = VK_STRUCTURE_TYPE_PIPELINE_SHADER_STAGE_CREATE_INFO;
   stages[0].stage = VK_SHADER_STAGE_VERTEX_BIT;
@@ -356,8 +339,7 @@ std::shared_ptr<RenderPipelineImpl> RenderPipelineImpl::create(const std::shared
   for (VkShaderModule m : modules) vkDestroyShaderModule(context->device(), m, nullptr);
   if (result != VK_SUCCESS) {
     pipeline->pipeline_ = VK_NULL_HANDLE;
-    setError(error, "vkCreateGraphicsPipelines failed: " + describe(result));
-    return nullptr;
+    return failure(Kind::driverFailed, "vkCreateGraphicsPipelines failed: " + describe(result));
   }
   context->notePipelineCreated(feedback.cacheHit());
   return pipeline;

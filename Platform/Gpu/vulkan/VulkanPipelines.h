@@ -33,7 +33,7 @@ struct ShaderFunction {
 
 class LibraryImpl final : public Library {
  public:
-  static std::shared_ptr<LibraryImpl> load(const std::string& path, std::string* error);
+  static platform::Expected<std::shared_ptr<LibraryImpl>, GpuError> load(const std::string& path);
   std::string path() const override { return path_; }
   std::vector<std::string> functionNames() const override;
   bool hasFunction(const std::string& name) const override { return functions_.count(name) != 0; }
@@ -62,8 +62,8 @@ class PipelineBase {
 
  protected:
   explicit PipelineBase(std::shared_ptr<Context> context) : context_(std::move(context)) {}
-  bool createLayout(std::string* error);
-  VkShaderModule createModule(const ShaderFunction& function, std::string* error);
+  platform::Expected<void, GpuError> createLayout();
+  platform::Expected<VkShaderModule, GpuError> createModule(const ShaderFunction& function);
 
   std::shared_ptr<Context> context_;
   std::vector<PipelineBinding> bindings_;
@@ -74,10 +74,9 @@ class PipelineBase {
 
 class ComputePipelineImpl final : public ComputePipelineState, public PipelineBase {
  public:
-  static std::shared_ptr<ComputePipelineImpl> create(const std::shared_ptr<Context>& context,
-                                                     const std::shared_ptr<Library>& library,
-                                                     const std::string& functionName,
-                                                     const std::vector<FunctionConstant>& constants, std::string* error);
+  static platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> create(
+      const std::shared_ptr<Context>& context, const std::shared_ptr<Library>& library, const std::string& functionName,
+      const std::vector<FunctionConstant>& constants);
   std::string functionName() const override { return functionName_; }
   const uint32_t* localSize() const { return localSize_; }
 
@@ -89,8 +88,8 @@ class ComputePipelineImpl final : public ComputePipelineState, public PipelineBa
 
 class RenderPipelineImpl final : public RenderPipelineState, public PipelineBase {
  public:
-  static std::shared_ptr<RenderPipelineImpl> create(const std::shared_ptr<Context>& context,
-                                                    const RenderPipelineDescriptor& descriptor, std::string* error);
+  static platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> create(
+      const std::shared_ptr<Context>& context, const RenderPipelineDescriptor& descriptor);
   PrimitiveType primitiveType() const { return primitiveType_; }
 
  private:

@@ -98,7 +98,7 @@ void EditorSessionTest::commit(EditorSession& session, const EditState& state, M
 }
 
 std::filesystem::path EditorSessionTest::makeTempFile(const std::string& name) {
-  const auto path = temporaryDirectory() / name;  // the application's own folder
+  const auto path = makeTemporaryDirectory() / name;  // the application's own folder
   std::ofstream(path) << "x";
   return path;
 }

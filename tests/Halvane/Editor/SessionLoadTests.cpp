@@ -93,7 +93,7 @@ TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
 }
 
 TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
-  const auto ours = temporaryDirectory();
+  const auto ours = makeTemporaryDirectory();
   EXPECT_TRUE(openVideo(ours / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_TRUE(openVideo(ours / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
   EXPECT_FALSE(
@@ -136,6 +136,17 @@ TEST_F(SessionLoadTest, TeardownRunsTwiceAndLeavesTheNextSessionsPreviewRunning)
   first.reset();  // end of life: the teardown again
   EXPECT_TRUE(container->renderingEngine->isDisplayLinkRunning());
   EXPECT_EQ(container->renderingEngine->previewView(), second->previewView());
+}
+
+// Asking whether a file is the session's makes nothing; the folder appears, owner only,
+// when a file is about to be written there.
+TEST_F(SessionLoadTest, TheOwnershipTestMakesNoFolder) {
+  const auto folder = temporaryDirectory();  // in this test's own TMPDIR
+  EXPECT_EQ(folder.parent_path(), tempFolder);
+  EXPECT_TRUE(isInTemporaryDirectory(folder / "clip.mov"));
+  EXPECT_FALSE(std::filesystem::exists(folder));
+  EXPECT_EQ(makeTemporaryDirectory(), folder);
+  EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
 }
 
 }  // namespace

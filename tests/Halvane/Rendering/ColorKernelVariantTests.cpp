@@ -92,7 +92,7 @@ TEST_F(ColorVariants, EachVariantGivesExactlyTheGeneralKernelsPixels) {
     auto variant = engine->metalDevice()->newComputePipelineState(engine->library(), "colorKernel", {{0, features}});
     ASSERT_TRUE(variant) << name;
     const Image general = run(engine->colorKernelVariants().general(), input, block);
-    const Image specialized = run(variant, input, block);
+    const Image specialized = run(*variant, input, block);
     EXPECT_NE(general.pixels, photo.pixels) << name << ": the edit changes the picture";
     EXPECT_EQ(specialized.pixels, general.pixels) << name << ", features " << features;
   }

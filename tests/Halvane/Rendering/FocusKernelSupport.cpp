@@ -26,9 +26,9 @@ EditState focusStarted(int mode) {
 Image runFocus(const Image& input, const EditState& state, bool finalOutput) {
   const auto engine = sharedEngine();
   const auto& device = engine->metalDevice();
-  std::string error;
-  static const auto pass = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device), &error);
-  EXPECT_TRUE(pass) << error;
+  static const auto made = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device));
+  EXPECT_TRUE(made) << made.error().message;
+  const auto pass = made ? *made : nullptr;
   const auto width = uint32_t(input.width), height = uint32_t(input.height);
   gpu::TextureDescriptor descriptor;
   descriptor.width = width;

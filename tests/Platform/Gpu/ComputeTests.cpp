@@ -66,9 +66,9 @@ TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
   // Defaults without constants; one or both replaced; an id the kernel lacks ignored.
   for (const Case& c : {Case{{}, 7, 9}, Case{{{5, 200}}, 7, 200}, Case{{{3, 40}, {5, 2}}, 40, 2},
                         Case{{{11, 1}}, 7, 9}}) {
-    std::string error;
-    auto pipeline = device->newComputePipelineState(library, "gpuConstantKernel", c.constants, &error);
-    ASSERT_TRUE(pipeline) << error;
+    auto made = device->newComputePipelineState(library, "gpuConstantKernel", c.constants);
+    ASSERT_TRUE(made) << made.error().message;
+    auto pipeline = *made;
     auto output = newTexture(20, 3);
     PatternParams params{20, 3, 0};
     auto done = dispatch(pipeline, {output}, &params, sizeof params, groupsFor(20, 3));

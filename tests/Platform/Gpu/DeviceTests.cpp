@@ -35,19 +35,23 @@ TEST(DeviceChoice, TheOptionsWinOverTheEnvironmentAndAnUnknownChoiceGivesNone) {
   {
     ScopedEnvironment environment("HALVANE_GPU_DEVICE", "no-such-kind");
     auto device = Device::createSystemDefault(options);
-    ASSERT_TRUE(device);
-    EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
+    ASSERT_TRUE(device) << device.error().message;
+    EXPECT_EQ((*device)->capabilities().kind, DeviceKind::cpu);
   }
   ScopedEnvironment environment("HALVANE_GPU_DEVICE", "cpu");
   for (const char* choice : {"no-such-kind", "99"}) {
     options.preferredDevice = choice;
-    EXPECT_FALSE(Device::createSystemDefault(options)) << choice;
+    auto device = Device::createSystemDefault(options);
+    ASSERT_FALSE(device) << choice;
+    EXPECT_EQ(device.error().kind, GpuError::Kind::noDevice);
+    EXPECT_NE(device.error().message.find(choice), std::string::npos) << device.error().message;
   }
   options.preferredDevice.clear();  // the environment chooses
-  auto device = Device::createSystemDefault(options);
-  ASSERT_TRUE(device);
-  EXPECT_EQ(device->capabilities().kind, DeviceKind::cpu);
-  device.reset();
+  {
+    auto device = Device::createSystemDefault(options);
+    ASSERT_TRUE(device) << device.error().message;
+    EXPECT_EQ((*device)->capabilities().kind, DeviceKind::cpu);
+  }
   EXPECT_TRUE(log.messages().empty());
 }
 
@@ -58,7 +62,7 @@ TEST(DeviceChoice, AnIndexChoosesThatDevice) {
     DeviceOptions options;
     options.preferredDevice = std::to_string(index);
     auto device = Device::createSystemDefault(options);
-    if (device && device->capabilities().kind == DeviceKind::cpu) {
+    if (device && (*device)->capabilities().kind == DeviceKind::cpu) {
       sawCpu = true;
       break;
     }
@@ -73,19 +77,26 @@ TEST_F(DeviceTest, TheLibraryListsItsModulesAndAMissingBundleGivesNone) {
   EXPECT_FALSE(library->hasFunction("gpuPatternKernel.spv"));
   auto names = library->functionNames();
   EXPECT_NE(std::find(names.begin(), names.end(), "gpuTileKernel"), names.end());
-  std::string error;
-  EXPECT_FALSE(device->newLibrary("/no/such/folder", &error));
-  EXPECT_NE(error.find("/no/such/folder"), std::string::npos);
-  EXPECT_FALSE(device->newLibrary("/no/such/folder"));  // no message wanted
+  auto missing = device->newLibrary("/no/such/folder");
+  ASSERT_FALSE(missing);
+  EXPECT_EQ(missing.error().kind, GpuError::Kind::unreadableLibrary);
+  EXPECT_NE(missing.error().message.find("/no/such/folder"), std::string::npos);
 }
 
-TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
-  std::string error;
-  for (auto [name, message] : {std::pair{"noSuchKernel", "noSuchKernel"}, std::pair{"gpuMisplacedKernel", "binding 2"},
-                               std::pair{"gpuFormattedKernel", "format"},
-                               std::pair{"gpuQuadVertex", "not a compute shader"}}) {
-    EXPECT_FALSE(device->newComputePipelineState(library, name, &error)) << name;
-    EXPECT_NE(error.find(message), std::string::npos) << error;
+template <typename T>
+void expectError(const platform::Expected<T, GpuError>& made, GpuError::Kind kind, const std::string& text) {
+  ASSERT_FALSE(made) << text;
+  EXPECT_EQ(made.error().kind, kind) << made.error().message;
+  EXPECT_NE(made.error().message.find(text), std::string::npos) << made.error().message;
+}
+
+TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveTheirError) {
+  using Kind = GpuError::Kind;
+  for (auto [name, kind, message] : {std::tuple{"noSuchKernel", Kind::missingFunction, "noSuchKernel"},
+                                     std::tuple{"gpuMisplacedKernel", Kind::unsupportedShader, "binding 2"},
+                                     std::tuple{"gpuFormattedKernel", Kind::unsupportedShader, "format"},
+                                     std::tuple{"gpuQuadVertex", Kind::missingFunction, "not a compute shader"}}) {
+    expectError(device->newComputePipelineState(library, name), kind, message);
   }
   EXPECT_EQ(computePipeline("gpuSwizzleKernel")->functionName(), "gpuSwizzleKernel");
 
@@ -93,8 +104,7 @@ TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveNoneWithAMessage) {
   descriptor.library = library;
   descriptor.vertexFunction = "gpuPatternKernel";
   descriptor.fragmentFunction = "gpuQuadFragment";
-  EXPECT_FALSE(device->newRenderPipelineState(descriptor, &error));
-  EXPECT_NE(error.find("not a vertex shader"), std::string::npos) << error;
+  expectError(device->newRenderPipelineState(descriptor), GpuError::Kind::missingFunction, "not a vertex shader");
 }
 
 // The light SPIR-V reader refuses what is not a module. What it reads from a module
@@ -110,14 +120,15 @@ std::vector<uint32_t> module(const std::string& name) {
 }
 
 TEST(SpirvReflection, WordsThatAreNotAModuleAreRefused) {
-  std::string error;
-  EXPECT_FALSE(vulkan::reflectSpirv({1, 2, 3, 4, 5, 6}, &error));
-  EXPECT_NE(error.find("magic"), std::string::npos);
+  auto notAModule = vulkan::reflectSpirv({1, 2, 3, 4, 5, 6});
+  ASSERT_FALSE(notAModule);
+  EXPECT_EQ(notAModule.error().kind, GpuError::Kind::unreadableLibrary);
+  EXPECT_NE(notAModule.error().message.find("magic"), std::string::npos);
   std::vector<uint32_t> truncated = module("gpuPatternKernel");
   ASSERT_GT(truncated.size(), 20u);
   truncated.resize(truncated.size() - 1);
   truncated.back() = 0xffff0000u | 71u;  // an instruction claiming 65535 words
-  EXPECT_FALSE(vulkan::reflectSpirv(truncated, &error));
+  EXPECT_FALSE(vulkan::reflectSpirv(truncated));
 }
 
 }  // namespace

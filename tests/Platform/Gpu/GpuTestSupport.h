@@ -46,13 +46,14 @@ inline DeviceOptions validatedCpuOptions(ValidationLog& log) {
 class GpuTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    device = Device::createSystemDefault(options());
-    ASSERT_TRUE(device) << "no CPU Vulkan device (lavapipe)";
+    auto made = Device::createSystemDefault(options());
+    ASSERT_TRUE(made) << "no CPU Vulkan device (lavapipe): " << made.error().message;
+    device = *made;
     queue = device->newCommandQueue();
     ASSERT_TRUE(queue);
-    std::string error;
-    library = device->newLibrary(testBundlePath(), &error);
-    ASSERT_TRUE(library) << error;
+    auto loaded = device->newLibrary(testBundlePath());
+    ASSERT_TRUE(loaded) << loaded.error().message;
+    library = *loaded;
   }
 
   void TearDown() override {
@@ -65,10 +66,9 @@ class GpuTest : public ::testing::Test {
   virtual DeviceOptions options() { return validatedCpuOptions(log); }
 
   std::shared_ptr<ComputePipelineState> computePipeline(const std::string& name) {
-    std::string error;
-    auto pipeline = device->newComputePipelineState(library, name, &error);
-    EXPECT_TRUE(pipeline) << name << ": " << error;
-    return pipeline;
+    auto pipeline = device->newComputePipelineState(library, name);
+    EXPECT_TRUE(pipeline) << name << ": " << pipeline.error().message;
+    return pipeline ? *pipeline : nullptr;
   }
 
   std::shared_ptr<Texture> newTexture(uint32_t width, uint32_t height, StorageMode storage = StorageMode::privateStorage,

@@ -30,13 +30,16 @@ class PipelineCacheTest : public ::testing::Test {
   PipelineCacheInfo start() {
     DeviceOptions options = validatedCpuOptions(log);
     options.pipelineCachePath = path.string();
-    auto device = Device::createSystemDefault(options);
-    EXPECT_TRUE(device);
-    if (!device) return {};
+    auto made = Device::createSystemDefault(options);
+    EXPECT_TRUE(made);
+    if (!made) return {};
+    auto device = std::move(made).value();
     auto library = device->newLibrary(testBundlePath());
-    EXPECT_TRUE(device->newComputePipelineState(library, "gpuPatternKernel"));
+    EXPECT_TRUE(library);
+    if (!library) return {};
+    EXPECT_TRUE(device->newComputePipelineState(*library, "gpuPatternKernel"));
     RenderPipelineDescriptor descriptor;
-    descriptor.library = library;
+    descriptor.library = *library;
     descriptor.vertexFunction = "gpuQuadVertex";
     descriptor.fragmentFunction = "gpuQuadFragment";
     EXPECT_TRUE(device->newRenderPipelineState(descriptor));

@@ -20,9 +20,9 @@ class RenderTest : public GpuTest {
     descriptor.library = library;
     descriptor.vertexFunction = "gpuQuadVertex";
     descriptor.fragmentFunction = "gpuQuadFragment";
-    std::string error;
-    pipeline = device->newRenderPipelineState(descriptor, &error);
-    ASSERT_TRUE(pipeline) << error;
+    auto made = device->newRenderPipelineState(descriptor);
+    ASSERT_TRUE(made) << made.error().message;
+    pipeline = *made;
     target = newTexture(64, 64, StorageMode::shared, TextureUsage::renderTarget | TextureUsage::shaderRead);
   }
   void TearDown() override {

@@ -64,14 +64,19 @@ std::vector<Variant> damaged(const std::vector<std::uint8_t>& original, std::mt1
   return variants;
 }
 
-// A picture of the size it claims, or an error that says what went wrong.
-void expectDecodedOrRefused(const std::filesystem::path& file) {
+// A picture of the size it claims, or an error that names the file; a damaged sample
+// as it stands is corrupt or of an unsupported format.
+void expectDecodedOrRefused(const std::filesystem::path& file, bool asItStands) {
   auto result = decodeImageFile(file);
   if (result) {
     EXPECT_FALSE(result->isEmpty());
     EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * static_cast<std::size_t>(result->height));
   } else {
     EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
+    const auto kind = result.error().kind;
+    if (asItStands) {
+      EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
+    }
   }
 }
 
@@ -100,11 +105,11 @@ void expectProbedOrRefused(const std::filesystem::path& file) {
   }
 }
 
-void expectHandled(const std::filesystem::path& file) {
+void expectHandled(const std::filesystem::path& file, bool asItStands) {
   if (isVideo(file)) {
     expectProbedOrRefused(file);
   } else {
-    expectDecodedOrRefused(file);
+    expectDecodedOrRefused(file, asItStands);
   }
 }
 
@@ -137,7 +142,7 @@ TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
       SCOPED_TRACE(variant.name);
       const auto file = folder / sample.filename().string();
       test::writeBytes(file, variant.bytes);
-      expectHandled(file);
+      expectHandled(file, variant.name == "as it is");
       EXPECT_EQ(folder.entries(), std::vector<std::string>{sample.filename().string()}) << "a file was left behind";
       std::filesystem::remove(file);
     }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <array>
+
 #include "ImageCodecTestSupport.h"
 #include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageScale.h"
@@ -7,16 +9,18 @@
 namespace platform::media {
 namespace {
 
+using Pixel = std::array<std::uint8_t, 4>;
+
 // A checkerboard of single pixels alternating between two colours.
-Image checkerboard(int width, int height, const std::uint8_t (&a)[4], const std::uint8_t (&b)[4]) {
+Image checkerboard(int width, int height, const Pixel& a, const Pixel& b) {
   Image image = test::solidImage(width, height, 0, 0, 0, 0);
   for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) std::copy_n((x + y) % 2 ? b : a, 4, image.pixel(x, y));
+    for (int x = 0; x < width; ++x) std::copy_n(((x + y) % 2 ? b : a).data(), 4, image.pixel(x, y));
   }
   return image;
 }
 
-void expectEveryPixel(const Image& image, const std::uint8_t (&expected)[4]) {
+void expectEveryPixel(const Image& image, const Pixel& expected) {
   for (int y = 0; y < image.height; ++y) {
     for (int x = 0; x < image.width; ++x) {
       const std::uint8_t* p = image.pixel(x, y);
@@ -27,51 +31,48 @@ void expectEveryPixel(const Image& image, const std::uint8_t (&expected)[4]) {
   }
 }
 
+// Constants stay exactly constant at every size, also for reductions by thousands,
+// whose many tiny weights must still add up to exactly one.
 TEST(ImageScale, ConstantImageStaysThatConstant) {
-  const Image source = test::solidImage(37, 23, 17, 99, 203, 255);
-  const std::uint8_t expected[4] = {17, 99, 203, 255};
-  for (auto [width, height] : {std::pair{10, 7}, {1, 1}, {36, 22}, {37, 23}, {80, 50}, {100, 3}, {5, 200}}) {
-    SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
-    const Image scaled = scaleImage(source, width, height);
-    ASSERT_EQ(scaled.width, width);
-    ASSERT_EQ(scaled.height, height);
-    expectEveryPixel(scaled, expected);
-  }
-}
-
-// Reductions by hundreds or thousands make many tiny weights; they must still add up
-// to exactly one.
-TEST(ImageScale, LargeReductionsStayExactOnConstants) {
-  const Image source = test::solidImage(5000, 3, 250, 1, 77, 255);
-  const std::uint8_t expected[4] = {250, 1, 77, 255};
-  for (int width : {1, 3, 7, 333}) {
-    SCOPED_TRACE(width);
-    expectEveryPixel(scaleImage(source, width, 1), expected);
+  const std::pair<Image, std::vector<std::pair<int, int>>> cases[] = {
+      {test::solidImage(37, 23, 17, 99, 203, 255), {{10, 7}, {1, 1}, {36, 22}, {37, 23}, {80, 50}, {100, 3}, {5, 200}}},
+      {test::solidImage(5000, 3, 250, 1, 77, 255), {{1, 1}, {3, 1}, {7, 1}, {333, 1}}},
+  };
+  for (const auto& [source, sizes] : cases) {
+    for (auto [width, height] : sizes) {
+      SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+      const Image scaled = scaleImage(source, width, height);
+      ASSERT_EQ(scaled.width, width);
+      ASSERT_EQ(scaled.height, height);
+      expectEveryPixel(scaled, {source.pixels[0], source.pixels[1], source.pixels[2], source.pixels[3]});
+    }
   }
 }
 
 TEST(ImageScale, LargeReductionOfARampGivesItsMean) {
   Image ramp = test::solidImage(5100, 1, 0, 0, 0, 255);
   for (int x = 0; x < ramp.width; ++x) ramp.pixel(x, 0)[1] = static_cast<std::uint8_t>(x / 20);  // 0 to 254
-  const Image scaled = scaleImage(ramp, 1, 1);
-  EXPECT_NEAR(scaled.pixel(0, 0)[1], 127, 1);  // the mean is 127
+  EXPECT_NEAR(scaleImage(ramp, 1, 1).pixel(0, 0)[1], 127, 1);  // the mean is 127
 }
 
+// Halving a checkerboard gives the exact mean of its two colours: rounded half up, and
+// over transparency premultiplied (opaque red beside clear is half-transparent red,
+// never a darkened opaque red).
 TEST(ImageScale, HalvedCheckerboardAveragesExactly) {
-  const std::uint8_t a[4] = {10, 200, 64, 255};
-  const std::uint8_t b[4] = {30, 100, 0, 255};
-  const std::uint8_t mean[4] = {20, 150, 32, 255};
-  const Image scaled = scaleImage(checkerboard(64, 48, a, b), 32, 24);
-  ASSERT_EQ(scaled.width, 32);
-  ASSERT_EQ(scaled.height, 24);
-  expectEveryPixel(scaled, mean);
-}
-
-TEST(ImageScale, BlackAndWhiteCheckerboardRoundsHalfUp) {
-  const std::uint8_t black[4] = {0, 0, 0, 255};
-  const std::uint8_t white[4] = {255, 255, 255, 255};
-  const std::uint8_t grey[4] = {128, 128, 128, 255};  // 127.5 rounded half up
-  expectEveryPixel(scaleImage(checkerboard(10, 10, black, white), 5, 5), grey);
+  struct Case {
+    Pixel a, b, mean;
+  };
+  const Case cases[] = {
+      {{10, 200, 64, 255}, {30, 100, 0, 255}, {20, 150, 32, 255}},
+      {{0, 0, 0, 255}, {255, 255, 255, 255}, {128, 128, 128, 255}},  // 127.5 rounded half up
+      {{0, 0, 255, 255}, {0, 0, 0, 0}, {0, 0, 128, 128}},
+  };
+  for (const auto& c : cases) {
+    const Image scaled = scaleImage(checkerboard(64, 48, c.a, c.b), 32, 24);
+    ASSERT_EQ(scaled.width, 32);
+    ASSERT_EQ(scaled.height, 24);
+    expectEveryPixel(scaled, c.mean);
+  }
 }
 
 TEST(ImageScale, ThirdOfARampAveragesEachTriple) {
@@ -100,25 +101,13 @@ TEST(ImageScale, EnlargingInterpolatesBetweenCentres) {
   EXPECT_EQ(scaled.pixel(3, 0)[0], 200);
 }
 
-TEST(ImageScale, TransparencyDoesNotDarkenColour) {
-  // Opaque red beside fully transparent pixels: the average is half-transparent red,
-  // which premultiplied is (0, 0, 128, 128), never a darkened opaque red.
-  const std::uint8_t red[4] = {0, 0, 255, 255};
-  const std::uint8_t clear[4] = {0, 0, 0, 0};
-  const std::uint8_t halfRed[4] = {0, 0, 128, 128};
-  expectEveryPixel(scaleImage(checkerboard(8, 8, red, clear), 4, 4), halfRed);
-}
-
-TEST(ImageScale, KeepsTheLabels) {
+TEST(ImageScale, KeepsTheLabelsAndNothingToScaleGivesAnEmptyImage) {
   Image source = test::patternImage(20, 10);
   source.orientation = ImageOrientation::rightMirrored;
   source.iccProfile = {1, 2, 3};
   const Image scaled = scaleImage(source, 7, 3);
   EXPECT_EQ(scaled.orientation, ImageOrientation::rightMirrored);
   EXPECT_EQ(scaled.iccProfile, source.iccProfile);
-}
-
-TEST(ImageScale, NothingToScaleGivesAnEmptyImage) {
   EXPECT_TRUE(scaleImage(Image{}, 10, 10).isEmpty());
   EXPECT_TRUE(scaleImage(test::patternImage(4, 4), 0, 10).isEmpty());
   EXPECT_TRUE(scaleImage(test::patternImage(4, 4), 10, -1).isEmpty());

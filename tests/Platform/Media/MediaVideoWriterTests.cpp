@@ -12,6 +12,9 @@ extern "C" {
 #include <map>
 #include <condition_variable>
 #include <filesystem>
+#include <functional>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -40,6 +43,33 @@ std::string outputPath(const std::string& name) {
   const std::string path = testsupport::temporaryFolder() + "/" + name + ".mov";
   std::filesystem::remove(path);
   return path;
+}
+
+// A writer with one video input, writing, its session at 0.
+struct Started {
+  std::shared_ptr<AssetWriter> writer;
+  std::shared_ptr<AssetWriterInput> input;
+};
+Started startWriting(const std::string& path, const VideoEncoderSettings& settings = smallVideo(),
+                     ExistingFile existing = ExistingFile::keep) {
+  auto writer = AssetWriter::make(path, existing).value();
+  auto input = writer->addVideoInput(settings).value();
+  EXPECT_TRUE(writer->startWriting());
+  writer->startSession(MediaTime::zero());
+  return {writer, input};
+}
+
+// The entries of the test folder whose name holds `part` (a partial file among them).
+int entriesNamed(const std::string& part) {
+  int count = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
+    count += entry.path().filename().string().find(part) != std::string::npos;
+  return count;
+}
+
+std::string readText(const std::filesystem::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 bool finish(AssetWriter& writer) {
@@ -137,46 +167,35 @@ ExportResult exportRange(const std::string& source, const std::string& destinati
   std::mutex mutex;
   std::condition_variable done;
   int pumpsLeft = audioInput ? 2 : 1;
-  auto leave = [&] {
-    std::lock_guard lock(mutex);
-    --pumpsLeft;
-    done.notify_all();
+  // Appends while the input is ready; at the end of its samples, or when an append
+  // fails, marks the input finished and leaves.
+  const auto pump = [&](const std::shared_ptr<AssetWriterInput>& input, const std::shared_ptr<SerialQueue>& queue,
+                        std::function<bool()> appendNext) {
+    auto finished = std::make_shared<bool>(false);
+    input->requestMediaDataWhenReady(queue, [&, input, finished, appendNext] {
+      while (input->isReadyForMoreMediaData() && !*finished) {
+        if (appendNext()) continue;
+        input->markAsFinished();
+        *finished = true;
+        std::lock_guard lock(mutex);
+        --pumpsLeft;
+        done.notify_all();
+      }
+    });
   };
   auto videoQueue = std::make_shared<SerialQueue>("video.export.video");
   auto audioQueue = std::make_shared<SerialQueue>("video.export.audio");
-  bool videoDone = false, audioDone = false;
-  videoInput->requestMediaDataWhenReady(videoQueue, [&] {
-    while (videoInput->isReadyForMoreMediaData()) {
-      if (videoDone) return;
-      PixelBuffer frame = videoOutput->copyNextPixelBuffer();
-      if (!frame) {
-        videoInput->markAsFinished();
-        videoDone = true;
-        leave();
-        return;
-      }
-      PixelBuffer target = videoInput->pixelBufferPool()->makePixelBuffer();
-      for (int y = 0; y < frame.height(); ++y) std::memcpy(target.row(y), frame.row(y), std::size_t(frame.width()) * 4);
-      if (!videoInput->append(target, frame.presentationTime())) {
-        videoInput->markAsFinished();
-        videoDone = true;
-        leave();
-        return;
-      }
-    }
+  pump(videoInput, videoQueue, [&] {
+    PixelBuffer frame = videoOutput->copyNextPixelBuffer();
+    if (!frame) return false;
+    PixelBuffer target = videoInput->pixelBufferPool()->makePixelBuffer();
+    for (int y = 0; y < frame.height(); ++y) std::memcpy(target.row(y), frame.row(y), std::size_t(frame.width()) * 4);
+    return videoInput->append(target, frame.presentationTime());
   });
   if (audioInput) {
-    audioInput->requestMediaDataWhenReady(audioQueue, [&] {
-      while (audioInput->isReadyForMoreMediaData()) {
-        if (audioDone) return;
-        auto buffer = audioOutput->copyNextSampleBuffer();
-        if (!buffer || !audioInput->append(*buffer)) {
-          audioInput->markAsFinished();
-          audioDone = true;
-          leave();
-          return;
-        }
-      }
+    pump(audioInput, audioQueue, [&] {
+      auto buffer = audioOutput->copyNextSampleBuffer();
+      return buffer && audioInput->append(*buffer);
     });
   }
   {
@@ -208,9 +227,7 @@ TEST(MediaVideoWriter, WritesHevcTaggedHvc1AndARangeStartsAtZero) {
     EXPECT_NEAR(frames[k].presentationTime().seconds(), k / 30.0, 1.0 / 90000) << k;
     EXPECT_EQ(testsupport::frameNumber(frames[k]), 10 + k);  // the pixels survive the round trip
   }
-  // No temporary file is left beside it.
-  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
-    EXPECT_EQ(entry.path().string().find(".partial"), std::string::npos) << entry.path();
+  EXPECT_EQ(entriesNamed(".partial"), 0);  // no temporary file is left beside it
 }
 
 TEST(MediaVideoWriter, EncodesAacAtTheAskedBitRate) {
@@ -273,15 +290,10 @@ TEST(MediaVideoWriter, PassthroughOfAPhoneClipRange) {
 }
 
 TEST(MediaVideoWriter, ConstantQualityMode) {
-  const std::string path = outputPath("quality");
-  auto writer = AssetWriter::make(path).value();
-  VideoEncoderSettings settings;
-  settings.width = 64;
-  settings.height = 48;
+  VideoEncoderSettings settings = smallVideo();
   settings.quality = 1.0;
-  auto input = writer->addVideoInput(settings).value();
-  ASSERT_TRUE(writer->startWriting());
-  writer->startSession(MediaTime::zero());
+  const std::string path = outputPath("quality");
+  auto [writer, input] = startWriting(path, settings);
   auto source = readFrames(testsupport::makeClip("basic", {}));
   for (int n = 0; n < 10; ++n) {
     PixelBuffer frame = input->pixelBufferPool()->makePixelBuffer();
@@ -298,24 +310,19 @@ TEST(MediaVideoWriter, ConstantQualityMode) {
 // x265 takes nothing under 16 by 16: such pictures are padded for the encoder and
 // cropped back by the stream itself, so a decoder shows the asked size and colours.
 TEST(MediaVideoWriter, PicturesSmallerThanTheEncoderTakesKeepTheirSize) {
-  struct Colour {
-    std::uint8_t b, g, r;
-  };
-  const Colour colours[] = {{30, 30, 220}, {40, 200, 40}, {210, 60, 30}};
+  const std::uint8_t colours[3][3] = {{30, 30, 220}, {40, 200, 40}, {210, 60, 30}};  // B, G, R
   for (const auto& [width, height] : {std::pair{2, 2}, std::pair{2, 40}, std::pair{40, 2}, std::pair{14, 16}, std::pair{32, 48}}) {
     SCOPED_TRACE(std::to_string(width) + "x" + std::to_string(height));
     const std::string path = outputPath("small-" + std::to_string(width) + "x" + std::to_string(height));
-    auto writer = AssetWriter::make(path).value();
-    auto input = writer->addVideoInput(smallVideo(width, height)).value();
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession(MediaTime::zero());
+    auto [writer, input] = startWriting(path, smallVideo(width, height));
     for (int n = 0; n < 3; ++n) {
       PixelBuffer frame = input->pixelBufferPool()->makePixelBuffer();
-      for (int y = 0; y < height; ++y)
+      for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-          std::uint8_t* pixel = frame.row(y) + x * 4;
-          pixel[0] = colours[n].b, pixel[1] = colours[n].g, pixel[2] = colours[n].r, pixel[3] = 255;
+          std::memcpy(frame.row(y) + x * 4, colours[n], 3);
+          frame.row(y)[x * 4 + 3] = 255;
         }
+      }
       ASSERT_TRUE(input->append(frame, MediaTime{n, 30}));
     }
     ASSERT_TRUE(finish(*writer));
@@ -326,16 +333,13 @@ TEST(MediaVideoWriter, PicturesSmallerThanTheEncoderTakesKeepTheirSize) {
       ASSERT_EQ(frames[n].width(), width);
       ASSERT_EQ(frames[n].height(), height);
       const std::uint8_t* corner = frames[n].row(height - 1) + (width - 1) * 4;
-      EXPECT_NEAR(corner[0], colours[n].b, 24) << n;
-      EXPECT_NEAR(corner[1], colours[n].g, 24) << n;
-      EXPECT_NEAR(corner[2], colours[n].r, 24) << n;
+      for (int c = 0; c < 3; ++c) EXPECT_NEAR(corner[c], colours[n][c], 24) << n;
     }
   }
 }
 
 TEST(MediaVideoWriter, AnInputAheadOfTheOtherWaits) {
-  const std::string path = outputPath("interleave");
-  auto writer = AssetWriter::make(path).value();
+  auto writer = AssetWriter::make(outputPath("interleave")).value();
   auto video = writer->addVideoInput(smallVideo()).value();
   auto audio = writer->addAudioInput({44100, 1, 64000}).value();
   ASSERT_TRUE(writer->startWriting());
@@ -358,36 +362,22 @@ TEST(MediaVideoWriter, AnInputAheadOfTheOtherWaits) {
   writer->cancelWriting();
 }
 
-TEST(MediaVideoWriter, CancelLeavesNoFile) {
-  const std::string path = outputPath("cancelled");
-  auto writer = AssetWriter::make(path).value();
-  auto input = writer->addVideoInput(smallVideo()).value();
-  ASSERT_TRUE(writer->startWriting());
-  writer->startSession(MediaTime::zero());
-  for (int n = 0; n < 5; ++n) ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime{n, 30}));
-  writer->cancelWriting();
-  EXPECT_EQ(writer->status(), AssetWriterStatus::cancelled);
-  EXPECT_FALSE(input->isReadyForMoreMediaData());
-  EXPECT_FALSE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime{5, 30}));
-  EXPECT_FALSE(std::filesystem::exists(path));
-  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
-    EXPECT_EQ(entry.path().string().find("cancelled"), std::string::npos) << entry.path();
-}
-
-TEST(MediaVideoWriter, AWriterDroppedUnfinishedLeavesNoFile) {
-  const std::string path = outputPath("dropped");
+// Cancelled, dropped unfinished, or in a missing folder: no file, partial or whole.
+TEST(MediaVideoWriter, AnUnfinishedWriteLeavesNoFile) {
   {
-    auto writer = AssetWriter::make(path).value();
-    auto input = writer->addVideoInput(smallVideo()).value();
-    ASSERT_TRUE(writer->startWriting());
-    writer->startSession(MediaTime::zero());
+    auto [writer, input] = startWriting(outputPath("cancelled"));
+    for (int n = 0; n < 5; ++n) ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime{n, 30}));
+    writer->cancelWriting();
+    EXPECT_EQ(writer->status(), AssetWriterStatus::cancelled);
+    EXPECT_FALSE(input->isReadyForMoreMediaData());
+    EXPECT_FALSE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime{5, 30}));
+  }
+  {
+    auto [writer, input] = startWriting(outputPath("dropped"));
     ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
   }
-  for (const auto& entry : std::filesystem::directory_iterator(testsupport::temporaryFolder()))
-    EXPECT_EQ(entry.path().string().find("dropped"), std::string::npos) << entry.path();
-}
+  EXPECT_EQ(entriesNamed("cancelled") + entriesNamed("dropped"), 0);
 
-TEST(MediaVideoWriter, AMissingFolderFailsCleanly) {
   const std::string folder = testsupport::temporaryFolder() + "/no-such-folder";
   auto writer = AssetWriter::make(folder + "/out.mov");
   ASSERT_TRUE(writer.hasValue());
@@ -403,7 +393,7 @@ TEST(MediaVideoWriter, AMissingFolderFailsCleanly) {
 
 TEST(MediaVideoWriter, RefusesWhatItCannotWrite) {
   const std::string existing = testsupport::makeClip("basic", {});
-  EXPECT_FALSE(AssetWriter::make(existing).hasValue());  // never over a file
+  EXPECT_FALSE(AssetWriter::make(existing).hasValue());  // never over a file unless asked
   auto writer = AssetWriter::make(outputPath("odd")).value();
   auto odd = writer->addVideoInput(smallVideo(63, 47));
   ASSERT_FALSE(odd.hasValue());
@@ -455,52 +445,47 @@ TEST(MediaVideoWriter, AFailureWakesTheInputThatWaits) {
 }
 
 // The temporary file is the writer's own: files and links that carry the old fixed
-// temporary name, or stand at the output, are neither followed nor removed.
+// temporary name, or stand at the output, are neither followed nor removed. A file the
+// write replaces stays as it was until the finished movie takes its place, and a link
+// there is replaced, not written through.
 TEST(MediaVideoWriter, TouchesNoFileButItsOwn) {
   const auto folder = std::filesystem::path(testsupport::temporaryFolder()) / "own-files";
   std::filesystem::remove_all(folder);
   std::filesystem::create_directories(folder);
-  auto writeText = [](const std::filesystem::path& path, const std::string& text) {
-    std::FILE* file = std::fopen(path.c_str(), "w");
-    std::fputs(text.c_str(), file);
-    std::fclose(file);
-  };
-  auto readText = [](const std::filesystem::path& path) {
-    std::string text(64, '\0');
-    std::FILE* file = std::fopen(path.c_str(), "r");
-    if (!file) return std::string("(missing)");
-    text.resize(std::fread(text.data(), 1, text.size(), file));
-    std::fclose(file);
-    return text;
-  };
+  const auto writeText = [](const std::filesystem::path& path, const char* text) { std::ofstream(path) << text; };
   writeText(folder / ".kept.mov.partial", "a file of the user's");
   writeText(folder / "victim", "not to be written through");
+  writeText(folder / "old.mov", "the old movie");
   std::filesystem::create_symlink(folder / "victim", folder / ".linked.mov.partial");
   std::filesystem::create_symlink(folder / "victim", folder / "taken.mov");
   EXPECT_FALSE(AssetWriter::make((folder / "taken.mov").string()).hasValue());
   std::filesystem::create_symlink(folder / "nowhere", folder / "dangling.mov");
   EXPECT_FALSE(AssetWriter::make((folder / "dangling.mov").string()).hasValue());
 
-  for (const char* name : {"kept", "linked"}) {
+  const std::pair<const char*, ExistingFile> targets[] = {
+      {"kept", ExistingFile::keep}, {"linked", ExistingFile::keep}, {"old", ExistingFile::replace},
+      {"taken", ExistingFile::replace}};
+  for (const auto& [name, existing] : targets) {
+    SCOPED_TRACE(name);
     const auto path = (folder / (std::string(name) + ".mov")).string();
-    auto cancelled = AssetWriter::make(path).value();
-    auto input = cancelled->addVideoInput(smallVideo()).value();
-    ASSERT_TRUE(cancelled->startWriting());
-    cancelled->startSession(MediaTime::zero());
-    ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
-    cancelled->cancelWriting();
-    EXPECT_FALSE(std::filesystem::exists(path));
-    auto written = AssetWriter::make(path).value();
-    input = written->addVideoInput(smallVideo()).value();
-    ASSERT_TRUE(written->startWriting());
-    written->startSession(MediaTime::zero());
+    const auto before = std::filesystem::symlink_status(path).type();
+    const std::string oldText = readText(path);
+    {
+      auto [cancelled, input] = startWriting(path, smallVideo(), existing);
+      ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
+      cancelled->cancelWriting();
+    }
+    EXPECT_EQ(std::filesystem::symlink_status(path).type(), before);
+    auto [written, input] = startWriting(path, smallVideo(), existing);
+    EXPECT_EQ(readText(path), oldText);  // nothing is replaced before the end
     ASSERT_TRUE(input->append(input->pixelBufferPool()->makePixelBuffer(), MediaTime::zero()));
     ASSERT_TRUE(finish(*written));
     EXPECT_EQ(written->status(), AssetWriterStatus::completed);
     EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(path)));
+    EXPECT_EQ(readFrames(path).size(), 1u);
   }
   EXPECT_EQ(readText(folder / ".kept.mov.partial"), "a file of the user's");
   EXPECT_TRUE(std::filesystem::is_symlink(folder / ".linked.mov.partial"));
   EXPECT_EQ(readText(folder / "victim"), "not to be written through");
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 7);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 8);
 }
