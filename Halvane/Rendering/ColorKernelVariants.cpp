@@ -90,6 +90,9 @@ void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pi
     encoder->setComputePipelineState(pipeline);
     encoder->setTexture(warmUpInput_, 0);
     encoder->setTexture(warmUpOutput_, 1);
+    // The wide level's place; nothing reads it at neutral values.
+    encoder->setTexture(warmUpInput_, 2);
+    encoder->setTexture(warmUpInput_, 3);
     encoder->setBytes(&block, sizeof block, 0);
     encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
     encoder->dispatchThreadgroups(Size{1, 1, 1}, Size{kColorGroupSide, kColorGroupSide, 1});

@@ -92,6 +92,8 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   };
   geometryPipeline_ = makePipeline("geometryKernel");
   colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
+  colorWide_ = ColorWidePass::make(metalDevice_, library_, texturePool_, &error);
+  if (!colorWide_) fatalError(error);
   focusPass_ = FocusPass::make(metalDevice_, library_, texturePool_, &error);
   if (!focusPass_) fatalError(error);
 
@@ -185,7 +187,11 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   const std::shared_ptr<Texture> geometryStage = wantsGeometry ? first : source;
 
   if (wantsColor) {
-    auto color = commandBuffer.computeCommandEncoder();
+    // Clarity and the looks' detail and glow read the wide level, made from the same
+    // input; when they do not, the picture stands in for it and is never read.
+    std::optional<ColorWidePass::Level> wide = ColorWidePass::Level{geometryStage, geometryStage};
+    if (colorReadsWide(uniforms)) wide = colorWide_->encode(commandBuffer, uniforms, geometryStage);
+    auto color = wide ? commandBuffer.computeCommandEncoder() : nullptr;
     if (!color) {
       // The geometry pass, if any, is encoded and still reads the source into `first`.
       releaseWhenDone({first});
@@ -202,6 +208,8 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
                                                  : colorVariants_->pipelineWithoutWaiting(colorParts));
     color->setTexture(geometryStage, 0);
     color->setTexture(second, 1);
+    color->setTexture(wide->luma, 2);
+    color->setTexture(wide->color, 3);
     color->setBytes(&uniforms, sizeof uniforms, 0);
     color->setThreadgroupMemoryLength(kColorTileBytes, 0);
     dispatch(*color, width, height);

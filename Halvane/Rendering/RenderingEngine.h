@@ -12,6 +12,7 @@
 
 #include "Halvane/Model/EditState.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
+#include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/TexturePool.h"
 #include "Platform/Dispatch/DisplayLink.h"
@@ -122,6 +123,7 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   std::shared_ptr<TexturePool> texturePool_;
   std::shared_ptr<platform::gpu::ComputePipelineState> geometryPipeline_;
   std::unique_ptr<ColorKernelVariants> colorVariants_;
+  std::shared_ptr<ColorWidePass> colorWide_;
   std::shared_ptr<FocusPass> focusPass_;
   bool supportsNonUniformThreadgroups_ = false;
   std::shared_ptr<platform::gpu::Library> library_;

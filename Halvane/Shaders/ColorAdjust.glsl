@@ -186,6 +186,24 @@ vec3 applyClarity(vec3 c, float y, float yBlur, float amount) {
 // shorter side, so the effect looks the same at every resolution.
 float wideRadius(vec2 size) { return max(1.5, 0.02 * min(size.x, size.y)); }
 
+// A pixel's wide neighbourhood, as the wide level keeps it (ColorWide.glsl).
+struct WideBlur {
+  float luma;  // edge-aware (luma-weighted) blur of the luma, for clarity and detail
+  vec3 color;  // plain blur of the colour, for glow
+};
+
+// The luma blur is kept in 16 bits over two 8-bit channels (high byte, low byte):
+// clarity amplifies its steps by up to 1.5, so 8 bits would show as steps of up to two
+// code values. The split is linear, so the bilinear filter of the two channels is the
+// filter of the value.
+vec2 encodeWideLuma(float y) {
+  float code = floor(clamp(y, 0.0, 1.0) * 65535.0 + 0.5);
+  float high = floor(code / 256.0);
+  return vec2(high, code - high * 256.0) / 255.0;
+}
+
+float decodeWideLuma(vec2 stored) { return (stored.x * 65280.0 + stored.y * 255.0) / 65535.0; }
+
 // ---- Vignette -----------------------------------------------------------------------
 
 // Light falloff (a factor on linear light): elliptical with the frame, the corners at

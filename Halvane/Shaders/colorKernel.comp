@@ -2,8 +2,9 @@
 // The colour pass: the sixteen adjustments, the look numbered by filterType blended by
 // filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
 // reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
-// tile of the group's pixels with a one-pixel border, for sharpness, and the choice of
-// the parts compiled in.
+// tile of the group's pixels with a one-pixel border, for sharpness, the wide level
+// (textures 2 and 3, made by colorWideKernel when the edit reads it), and the choice
+// of the parts compiled in.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
@@ -19,7 +20,16 @@ shared vec4 tile[18 * 18];
 
 ColorParams params;
 
-#define COLOR_SAMPLE(p) textureLod(inputTexture, (p) / params.size, 0.0).rgb
+// Textures 2 and 3: the wide level's luma and colour, when the edit reads them;
+// otherwise bound to the picture and never read.
+layout(set = 0, binding = 10) uniform sampler2D wideLuma;
+layout(set = 0, binding = 11) uniform sampler2D wideColor;
+
+WideBlur wideAt(vec2 p) {
+  vec2 t = p / params.size;
+  return WideBlur(decodeWideLuma(textureLod(wideLuma, t, 0.0).rg), textureLod(wideColor, t, 0.0).rgb);
+}
+#define COLOR_WIDE(p) wideAt(p)
 #include "ColorPixel.glsl"
 
 void main() {

@@ -1,0 +1,20 @@
+#version 450
+// The first step of the colour pass's wide level (ColorWide.glsl): the picture averaged
+// into its reduced copy. Texel t of a w by h copy takes the pixels from t * size / (w, h)
+// up to (t + 1) * size / (w, h) in integer division, so that normalised coordinates
+// map alike onto the picture and the copy.
+layout(local_size_x = 16, local_size_y = 16) in;
+#include "Uniforms.glsl"
+
+void main() {
+  ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
+  ivec2 target = imageSize(outputImage);
+  if (pos.x >= target.x || pos.y >= target.y) return;
+  ivec2 full = ivec2(int(u.outputWidth), int(u.outputHeight));
+  ivec2 from = pos * full / target;
+  ivec2 to = (pos + ivec2(1)) * full / target;
+  vec3 sum = vec3(0.0);
+  for (int y = from.y; y < to.y; ++y)
+    for (int x = from.x; x < to.x; ++x) sum += texelFetch(inputTexture, ivec2(x, y), 0).rgb;
+  imageStore(outputImage, pos, vec4(sum / float((to.x - from.x) * (to.y - from.y)), 1.0));
+}
