@@ -204,6 +204,34 @@ vec2 encodeWideLuma(float y) {
 
 float decodeWideLuma(vec2 stored) { return (stored.x * 65280.0 + stored.y * 255.0) / 65535.0; }
 
+// Luma differences that the wide neighbourhood's edge-aware weights tolerate.
+const float WIDE_LUMA_SIGMA = 0.12;
+
+float wideLumaWeight(float ys, float yc) {
+  float d = (ys - yc) / WIDE_LUMA_SIGMA;
+  return exp(-0.5 * d * d);
+}
+
+// The wide level at a pixel of luma y from the four texels around it (t00 at the lower
+// corner, t10 one texel along x; lumaTexel: high byte, low byte, the reduced picture's
+// luma): weighted bilinearly (fractions f) and by how close the reduced picture's luma
+// at each texel is to the pixel's, so that a pixel beside an edge takes the level of its
+// own side, as a gather around the pixel itself would.
+WideBlur upsampleWide(vec4 y00, vec4 y10, vec4 y01, vec4 y11, vec3 c00, vec3 c10, vec3 c01, vec3 c11, vec2 f,
+                      float y) {
+  // A small share of the bilinear weight keeps the sum above 0 where no texel is close.
+  float w00 = (1.0 - f.x) * (1.0 - f.y) * (wideLumaWeight(y00.z, y) + 1.0e-3);
+  float w10 = f.x * (1.0 - f.y) * (wideLumaWeight(y10.z, y) + 1.0e-3);
+  float w01 = (1.0 - f.x) * f.y * (wideLumaWeight(y01.z, y) + 1.0e-3);
+  float w11 = f.x * f.y * (wideLumaWeight(y11.z, y) + 1.0e-3);
+  float sum = w00 + w10 + w01 + w11;
+  float yBlur = (decodeWideLuma(vec2(y00.x, y00.y)) * w00 + decodeWideLuma(vec2(y10.x, y10.y)) * w10 +
+                 decodeWideLuma(vec2(y01.x, y01.y)) * w01 + decodeWideLuma(vec2(y11.x, y11.y)) * w11) /
+                sum;
+  vec3 color = (c00 * w00 + c10 * w10 + c01 * w01 + c11 * w11) / sum;
+  return WideBlur(yBlur, color);
+}
+
 // ---- Vignette -----------------------------------------------------------------------
 
 // Light falloff (a factor on linear light): elliptical with the frame, the corners at

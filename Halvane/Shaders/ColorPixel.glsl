@@ -3,8 +3,9 @@
 // One pixel of the colour pass: sharpness and clarity on the input, the pointwise
 // adjustments, the look blended by its intensity, then the vignette.
 //
-// The includer defines COLOR_WIDE(p): the WideBlur around pixel coordinates p (pixel
-// centres at half-integers), read bilinearly from the reduced wide level (ColorWide.glsl).
+// The includer defines COLOR_WIDE(p, y): the WideBlur around pixel coordinates p (pixel
+// centres at half-integers) of luma y, read from the reduced wide level (ColorWide.glsl)
+// through upsampleWide.
 #include "ColorLooks.glsl"
 
 // Binomial 3 by 3 blur (1 2 1 / 2 4 2 / 1 2 1, over 16) of the neighbourhood's luma,
@@ -22,7 +23,7 @@ vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
   bool lookOn = usesLook(p);
   Look k = lookTable(lookOn ? p.filterType : 0u);
   WideBlur around = WideBlur(luma(center), center);
-  if (needsWide(p, k)) around = COLOR_WIDE(pos);
+  if (needsWide(p, k)) around = COLOR_WIDE(pos, luma(center));
 
   vec3 c = center;
   float y = luma(center);

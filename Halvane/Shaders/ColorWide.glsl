@@ -32,8 +32,7 @@ WideBlur gatherWide(vec2 pos, vec2 size, vec3 center) {
     vec3 s = COLOR_SAMPLE(pos + dir * (r * radius));
     float ys = luma(s);
     float spatial = exp(-2.0 * r * r);
-    float dy = (ys - yc) / 0.12;
-    float wl = spatial * exp(-0.5 * dy * dy);
+    float wl = spatial * wideLumaWeight(ys, yc);
     sumL += ys * wl;
     weightL += wl;
     sumC = sumC + s * spatial;

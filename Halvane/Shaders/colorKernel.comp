@@ -21,15 +21,24 @@ shared vec4 tile[18 * 18];
 ColorParams params;
 
 // Textures 2 and 3: the wide level's luma and colour, when the edit reads them;
-// otherwise bound to the picture and never read.
+// otherwise bound to the picture and never read. They are filtered here, in float (a
+// CPU device filters 8-bit texels to 8 bits, which would undo the luma's 16 bits) and
+// with the edge-aware weights of upsampleWide.
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
-WideBlur wideAt(vec2 p) {
-  vec2 t = p / params.size;
-  return WideBlur(decodeWideLuma(textureLod(wideLuma, t, 0.0).rg), textureLod(wideColor, t, 0.0).rgb);
+WideBlur wideAt(vec2 p, float y) {
+  ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
+  vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
+  vec2 cell = floor(t);
+  ivec2 a = clamp(ivec2(cell), ivec2(0), last);
+  ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
+  return upsampleWide(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0),
+                      texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0),
+                      texelFetch(wideColor, a, 0).rgb, texelFetch(wideColor, ivec2(b.x, a.y), 0).rgb,
+                      texelFetch(wideColor, ivec2(a.x, b.y), 0).rgb, texelFetch(wideColor, b, 0).rgb, t - cell, y);
 }
-#define COLOR_WIDE(p) wideAt(p)
+#define COLOR_WIDE(p, y) wideAt(p, y)
 #include "ColorPixel.glsl"
 
 void main() {

@@ -1,7 +1,8 @@
 #version 450
 // The colour pass's wide level (ColorWide.glsl): each texel of the reduced copy
 // (texture 0, or the picture itself when it is small) gathers its neighbourhood once,
-// writing the luma blur in 16 bits to texture 1 and the colour blur to texture 2.
+// writing the luma blur in 16 bits and the texel's own luma to texture 1 and the colour
+// blur to texture 2.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
@@ -17,7 +18,8 @@ void main() {
   if (pos.x >= target.x || pos.y >= target.y) return;
   fullSize = vec2(float(u.outputWidth), float(u.outputHeight));
   vec2 center = (vec2(pos) + vec2(0.5)) * fullSize / vec2(target);
-  WideBlur around = gatherWide(center, fullSize, texelFetch(inputTexture, pos, 0).rgb);
-  imageStore(outputImage, pos, vec4(encodeWideLuma(around.luma), 0.0, 1.0));
+  vec3 own = texelFetch(inputTexture, pos, 0).rgb;
+  WideBlur around = gatherWide(center, fullSize, own);
+  imageStore(outputImage, pos, vec4(encodeWideLuma(around.luma), luma(own), 1.0));
   imageStore(colorLevel, pos, vec4(around.color, 1.0));
 }

@@ -61,13 +61,23 @@ inline vec3 sampleReduced(vec2 p) {
 #include "Halvane/Shaders/ColorWide.glsl"
 #undef COLOR_SAMPLE
 
-inline WideBlur sampleWide(vec2 p) {
-  vec4 y = sampleBilinear(*currentWideLuma, p * toLevel);
-  vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
-  return WideBlur(decodeWideLuma(vec2(y.x, y.y)), vec3(c.x, c.y, c.z));
+// Set for the former method, which gathered each pixel's neighbourhood from the picture
+// itself (currentReduced, at full size) around the pixel's own colour.
+thread_local bool gatherEachPixel = false;
+thread_local vec3 currentCenter;
+
+inline WideBlur sampleWide(vec2 p, float y) {
+  if (gatherEachPixel) return gatherWide(p, vec2(float(currentReduced->width), float(currentReduced->height)), currentCenter);
+  vec2 t = p * toLevel - vec2(0.5f);
+  vec2 cell = floor(t);
+  int x = static_cast<int>(cell.x), z = static_cast<int>(cell.y);
+  const Image& l = *currentWideLuma;
+  const Image& c = *currentWideColor;
+  return upsampleWide(texel4(l, x, z), texel4(l, x + 1, z), texel4(l, x, z + 1), texel4(l, x + 1, z + 1),
+                      texel(c, x, z), texel(c, x + 1, z), texel(c, x, z + 1), texel(c, x + 1, z + 1), t - cell, y);
 }
 
-#define COLOR_WIDE(p) sampleWide(p)
+#define COLOR_WIDE(p, y) sampleWide(p, y)
 #include "Halvane/Shaders/ColorPixel.glsl"
 #undef COLOR_WIDE
 
@@ -146,7 +156,7 @@ WideLevel makeWideLevel(const Image& input) {
                                     shader::vec2(float(w), float(h));
         shader::WideBlur around = shader::gatherWide(center, full, shader::texel(level.reduced, x, y));
         const shader::vec2 y16 = shader::encodeWideLuma(around.luma);
-        store(level.luma, x, y, shader::vec4(y16.x, y16.y, 0.0f, 1.0f));
+        store(level.luma, x, y, shader::vec4(y16.x, y16.y, shader::luma(shader::texel(level.reduced, x, y)), 1.0f));
         store(level.color, x, y, shader::vec4(around.color, 1.0f));
       }
   });
@@ -157,9 +167,13 @@ size_t renderRows(const Image& input, const WideLevel& level, const shader::Colo
                   int rowBegin, int rowEnd) {
   using shader::luma;
   using shader::texel;
+  shader::gatherEachPixel = level.luma.width == 0;
+  shader::currentReduced = &input;
   shader::currentWideLuma = &level.luma;
   shader::currentWideColor = &level.color;
-  shader::toLevel = shader::vec2(float(level.luma.width), float(level.luma.height)) / params.size;
+  shader::toLevel = shader::gatherEachPixel
+                        ? shader::vec2(1.0f)
+                        : shader::vec2(float(level.luma.width), float(level.luma.height)) / params.size;
   size_t nonFinite = 0;
   for (int y = rowBegin; y < rowEnd; ++y) {
     for (int x = 0; x < input.width; ++x) {
@@ -171,6 +185,7 @@ size_t renderRows(const Image& input, const WideLevel& level, const shader::Colo
                                         luma(texel(input, x + 1, y)), luma(texel(input, x - 1, y + 1)),
                                         luma(texel(input, x, y + 1)), luma(texel(input, x + 1, y + 1)));
       }
+      shader::currentCenter = center;
       shader::vec3 c = shader::colorPixel(params, shader::vec2(x + 0.5f, y + 0.5f), center, blur3);
       if (!std::isfinite(c.x) || !std::isfinite(c.y) || !std::isfinite(c.z)) ++nonFinite;
       size_t i = (static_cast<size_t>(y) * input.width + x) * 4;
@@ -183,13 +198,13 @@ size_t renderRows(const Image& input, const WideLevel& level, const shader::Colo
   return nonFinite;
 }
 
-}  // namespace
-
-Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
+// The pass with the wide level, or, when gatherEachPixel, with the former gather of
+// each pixel's neighbourhood.
+Image renderColorPass(const Image& input, const RenderUniforms& uniforms, bool gatherEachPixel, size_t* nonFinite) {
   Image output = input;
   shader::ColorParams params = toParams(uniforms, input.width, input.height);
   const bool wide = shader::needsWide(params, shader::lookTable(shader::usesLook(params) ? params.filterType : 0u));
-  const WideLevel level = wide ? makeWideLevel(input) : WideLevel{};
+  const WideLevel level = wide && !gatherEachPixel ? makeWideLevel(input) : WideLevel{};
   std::vector<size_t> counts(32, 0);
   inParallel(input.height, [&](int t, int begin, int end) {
     counts[t] = renderRows(input, level, params, output, begin, end);
@@ -199,6 +214,16 @@ Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t
     for (size_t n : counts) *nonFinite += n;
   }
   return output;
+}
+
+}  // namespace
+
+Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
+  return renderColorPass(input, uniforms, false, nonFinite);
+}
+
+Image renderColorPassGatheringEachPixel(const Image& input, const EditState& state) {
+  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), true, nullptr);
 }
 
 Image renderColorPass(const Image& input, const EditState& state, size_t* nonFinite) {

@@ -24,6 +24,11 @@ platform::media::Image renderColorPass(const platform::media::Image& input, cons
 platform::media::Image renderColorPass(const platform::media::Image& input, const EditState& state,
                                        size_t* nonFinite = nullptr);
 
+// The same with each pixel's wide neighbourhood (clarity, a look's detail and glow)
+// gathered from the picture itself, as the pass did before it read a reduced wide
+// level: the reference for that level's quality.
+platform::media::Image renderColorPassGatheringEachPixel(const platform::media::Image& input, const EditState& state);
+
 // One row of the look table: its number and catalogue id.
 struct LookRow {
   uint32_t number;
