@@ -69,7 +69,6 @@ std::shared_ptr<ColorWidePass> ColorWidePass::make(const std::shared_ptr<Device>
 std::optional<ColorWidePass::Level> ColorWidePass::encode(CommandBuffer& commandBuffer, const RenderUniforms& uniforms,
                                                           const std::shared_ptr<Texture>& source) {
   const WideLevelSize size = wideLevelSize(uniforms.outputWidth, uniforms.outputHeight);
-  const bool reduces = size.width != uniforms.outputWidth || size.height != uniforms.outputHeight;
   std::vector<std::shared_ptr<Texture>> taken;
   // Every texture taken goes back once the GPU is done with the whole buffer.
   struct ReturnWhenDone {
@@ -102,10 +101,11 @@ std::optional<ColorWidePass::Level> ColorWidePass::encode(CommandBuffer& command
     encoder->endEncoding();
     return true;
   };
-  const auto reduced = reduces ? take() : source;
-  if (!reduced || (reduces && !run(reducePipeline_, {source, reduced}))) return std::nullopt;
+  const auto reducedColor = take(), reducedLuma = take();
+  if (!reducedColor || !reducedLuma || !run(reducePipeline_, {source, reducedColor, reducedLuma}))
+    return std::nullopt;
   Level level{take(), take()};
-  if (!level.luma || !level.color || !run(widePipeline_, {reduced, level.luma, level.color}))
+  if (!level.luma || !level.color || !run(widePipeline_, {reducedColor, level.luma, reducedLuma, level.color}))
     return std::nullopt;
   return level;
 }

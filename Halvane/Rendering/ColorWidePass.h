@@ -3,7 +3,7 @@
 // wide, edge-aware neighbourhood of each pixel; gathering it for every pixel was most
 // of the colour pass's cost on a CPU device. Instead the picture is averaged down until
 // the wide radius spans a few texels, each texel of that copy gathers its
-// neighbourhood once ("colorReduceKernel", then "colorWideKernel"; ColorWide.glsl),
+// neighbourhood (a guided filter of the luma, a blur of the colour) once ("colorReduceKernel", then "colorWideKernel"; ColorWide.glsl),
 // and the colour kernel reads the level bilinearly. Intermediates come from the texture pool and go back to it when
 // the command buffer has completed. Safe from any thread: it holds only pipelines and
 // the pool.
@@ -38,8 +38,8 @@ class ColorWidePass {
                                              const std::shared_ptr<platform::gpu::Library>& library,
                                              std::shared_ptr<TexturePool> pool, std::string* error = nullptr);
 
-  // The level's two textures: the luma blur in 16 bits (high and low byte in red and
-  // green), and the colour blur.
+  // The level's two textures: the guided filter's a and b in 16 bits each (high and
+  // low bytes), and the colour blur.
   struct Level {
     std::shared_ptr<platform::gpu::Texture> luma, color;
   };

@@ -186,51 +186,27 @@ vec3 applyClarity(vec3 c, float y, float yBlur, float amount) {
 // shorter side, so the effect looks the same at every resolution.
 float wideRadius(vec2 size) { return max(1.5, 0.02 * min(size.x, size.y)); }
 
-// A pixel's wide neighbourhood, as the wide level keeps it (ColorWide.glsl).
+// A pixel's wide neighbourhood (ColorWide.glsl).
 struct WideBlur {
-  float luma;  // edge-aware (luma-weighted) blur of the luma, for clarity and detail
+  float luma;  // edge-aware blur of the luma, for clarity and detail
   vec3 color;  // plain blur of the colour, for glow
 };
 
-// The luma blur is kept in 16 bits over two 8-bit channels (high byte, low byte):
-// clarity amplifies its steps by up to 1.5, so 8 bits would show as steps of up to two
-// code values. The split is linear, so the bilinear filter of the two channels is the
-// filter of the value.
-vec2 encodeWideLuma(float y) {
-  float code = floor(clamp(y, 0.0, 1.0) * 65535.0 + 0.5);
+// Values of the wide level kept in 16 bits over two 8-bit channels (high byte, low
+// byte): clarity amplifies the luma blur's steps by up to 1.5, and the variance of the
+// guided filter is a small difference of two means, so 8 bits would show. The split is
+// linear, so a bilinear blend of the two channels is the blend of the value.
+vec2 encodeWide16(float v) {
+  float code = floor(clamp(v, 0.0, 1.0) * 65535.0 + 0.5);
   float high = floor(code / 256.0);
   return vec2(high, code - high * 256.0) / 255.0;
 }
 
-float decodeWideLuma(vec2 stored) { return (stored.x * 65280.0 + stored.y * 255.0) / 65535.0; }
+float decodeWide16(float high, float low) { return (high * 65280.0 + low * 255.0) / 65535.0; }
 
-// Luma differences that the wide neighbourhood's edge-aware weights tolerate.
-const float WIDE_LUMA_SIGMA = 0.12;
-
-float wideLumaWeight(float ys, float yc) {
-  float d = (ys - yc) / WIDE_LUMA_SIGMA;
-  return exp(-0.5 * d * d);
-}
-
-// The wide level at a pixel of luma y from the four texels around it (t00 at the lower
-// corner, t10 one texel along x; lumaTexel: high byte, low byte, the reduced picture's
-// luma): weighted bilinearly (fractions f) and by how close the reduced picture's luma
-// at each texel is to the pixel's, so that a pixel beside an edge takes the level of its
-// own side, as a gather around the pixel itself would.
-WideBlur upsampleWide(vec4 y00, vec4 y10, vec4 y01, vec4 y11, vec3 c00, vec3 c10, vec3 c01, vec3 c11, vec2 f,
-                      float y) {
-  // A small share of the bilinear weight keeps the sum above 0 where no texel is close.
-  float w00 = (1.0 - f.x) * (1.0 - f.y) * (wideLumaWeight(y00.z, y) + 1.0e-3);
-  float w10 = f.x * (1.0 - f.y) * (wideLumaWeight(y10.z, y) + 1.0e-3);
-  float w01 = (1.0 - f.x) * f.y * (wideLumaWeight(y01.z, y) + 1.0e-3);
-  float w11 = f.x * f.y * (wideLumaWeight(y11.z, y) + 1.0e-3);
-  float sum = w00 + w10 + w01 + w11;
-  float yBlur = (decodeWideLuma(vec2(y00.x, y00.y)) * w00 + decodeWideLuma(vec2(y10.x, y10.y)) * w10 +
-                 decodeWideLuma(vec2(y01.x, y01.y)) * w01 + decodeWideLuma(vec2(y11.x, y11.y)) * w11) /
-                sum;
-  vec3 color = (c00 * w00 + c10 * w10 + c01 * w01 + c11 * w11) / sum;
-  return WideBlur(yBlur, color);
-}
+// Luma variance below which the guided filter smooths and above which it keeps the
+// picture (edges, strong texture): the square of a luma difference of 0.12.
+const float WIDE_GUIDE_EPSILON = 0.0144;
 
 // ---- Vignette -----------------------------------------------------------------------
 

@@ -4,8 +4,8 @@
 // adjustments, the look blended by its intensity, then the vignette.
 //
 // The includer defines COLOR_WIDE(p, y): the WideBlur around pixel coordinates p (pixel
-// centres at half-integers) of luma y, read from the reduced wide level (ColorWide.glsl)
-// through upsampleWide.
+// centres at half-integers) of luma y, from the wide level (ColorWide.glsl) blended
+// bilinearly: the colour blur, and a * y + b for the luma.
 #include "ColorLooks.glsl"
 
 // Binomial 3 by 3 blur (1 2 1 / 2 4 2 / 1 2 1, over 16) of the neighbourhood's luma,

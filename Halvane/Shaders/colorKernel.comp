@@ -20,10 +20,10 @@ shared vec4 tile[18 * 18];
 
 ColorParams params;
 
-// Textures 2 and 3: the wide level's luma and colour, when the edit reads them;
-// otherwise bound to the picture and never read. They are filtered here, in float (a
-// CPU device filters 8-bit texels to 8 bits, which would undo the luma's 16 bits) and
-// with the edge-aware weights of upsampleWide.
+// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, when the
+// edit reads them; otherwise bound to the picture and never read. They are blended
+// here in float: a CPU device filters 8-bit texels to 8 bits, which would undo the
+// 16-bit values.
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
@@ -31,12 +31,14 @@ WideBlur wideAt(vec2 p, float y) {
   ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
   vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
   vec2 cell = floor(t);
+  vec2 f = t - cell;
   ivec2 a = clamp(ivec2(cell), ivec2(0), last);
   ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
-  return upsampleWide(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0),
-                      texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0),
-                      texelFetch(wideColor, a, 0).rgb, texelFetch(wideColor, ivec2(b.x, a.y), 0).rgb,
-                      texelFetch(wideColor, ivec2(a.x, b.y), 0).rgb, texelFetch(wideColor, b, 0).rgb, t - cell, y);
+  vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
+               mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
+  vec4 c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
+               mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
 }
 #define COLOR_WIDE(p, y) wideAt(p, y)
 #include "ColorPixel.glsl"

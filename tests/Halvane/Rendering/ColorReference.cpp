@@ -14,10 +14,11 @@ using namespace halvane::glsl;
 
 using platform::media::Image;
 
-// The reduced copy that COLOR_SAMPLE reads and the wide level's two images that
-// COLOR_WIDE reads, per rendering thread, and the scale from full-size pixel
-// coordinates to theirs.
-thread_local const Image* currentReduced = nullptr;
+// The reduced copy (mean colour, luma statistics) that WIDE_COLOR and WIDE_LUMA read and
+// the wide level's two images that COLOR_WIDE reads, per rendering thread, and the
+// scale from full-size pixel coordinates to theirs.
+thread_local const Image* currentReducedColor = nullptr;
+thread_local const Image* currentReducedLuma = nullptr;
 thread_local const Image* currentWideLuma = nullptr;
 thread_local const Image* currentWideColor = nullptr;
 thread_local vec2 toLevel(1.0f);
@@ -34,7 +35,8 @@ inline vec3 texel(const Image& image, int x, int y) {
   return vec3(t.x, t.y, t.z);
 }
 
-// Bilinear, clamp to edge, pixel centres at half-integers: the kernel's sampler.
+// Bilinear in float, clamp to edge, pixel centres at half-integers, at pixel
+// coordinates p of the image: the kernels' blend of the wide level's texels.
 inline vec4 sampleBilinear(const Image& image, vec2 p) {
   float x = p.x - 0.5f;
   float y = p.y - 0.5f;
@@ -52,29 +54,61 @@ inline vec4 sampleBilinear(const Image& image, vec2 p) {
   return vec4(blend(&vec4::x), blend(&vec4::y), blend(&vec4::z), blend(&vec4::w));
 }
 
-inline vec3 sampleReduced(vec2 p) {
-  vec4 s = sampleBilinear(*currentReduced, p * toLevel);
+inline vec3 reducedColorAt(vec2 p) {
+  vec4 s = sampleBilinear(*currentReducedColor, p * toLevel);
   return vec3(s.x, s.y, s.z);
 }
 
-#define COLOR_SAMPLE(p) sampleReduced(p)
-#include "Halvane/Shaders/ColorWide.glsl"
-#undef COLOR_SAMPLE
+vec2 reducedLumaAt(vec2 p);
 
-// Set for the former method, which gathered each pixel's neighbourhood from the picture
-// itself (currentReduced, at full size) around the pixel's own colour.
+#define WIDE_COLOR(p) reducedColorAt(p)
+#define WIDE_LUMA(p) reducedLumaAt(p)
+#include "Halvane/Shaders/ColorWide.glsl"
+#undef WIDE_LUMA
+#undef WIDE_COLOR
+
+vec2 reducedLumaAt(vec2 p) {
+  vec4 s = sampleBilinear(*currentReducedLuma, p * toLevel);
+  return vec2(decodeWide16(s.x, s.y), decodeWide16(s.z, s.w));
+}
+
+// The former method: each pixel's neighbourhood gathered from the picture itself
+// (currentReducedColor, at full size) with luma weights around the pixel's own luma
+// (a bilateral filter), 24 taps of the same spiral.
 thread_local bool gatherEachPixel = false;
 thread_local vec3 currentCenter;
 
+WideBlur formerGather(vec2 pos) {
+  const Image& image = *currentReducedColor;
+  float radius = wideRadius(vec2(float(image.width), float(image.height)));
+  float yc = luma(currentCenter);
+  float sumL = yc;
+  float weightL = 1.0f;
+  vec3 sumC = currentCenter;
+  float weightC = 1.0f;
+  vec2 dir(1.0f, 0.0f);
+  for (int i = 0; i < WIDE_TAPS; i++) {
+    float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
+    vec4 t = sampleBilinear(image, pos + dir * (r * radius));
+    vec3 s(t.x, t.y, t.z);
+    float ys = luma(s);
+    float spatial = std::exp(-2.0f * r * r);
+    float dy = (ys - yc) / 0.12f;
+    float wl = spatial * std::exp(-0.5f * dy * dy);
+    sumL += ys * wl;
+    weightL += wl;
+    sumC = sumC + s * spatial;
+    weightC += spatial;
+    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN, dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
+  }
+  return WideBlur(sumL / weightL, sumC / weightC);
+}
+
 inline WideBlur sampleWide(vec2 p, float y) {
-  if (gatherEachPixel) return gatherWide(p, vec2(float(currentReduced->width), float(currentReduced->height)), currentCenter);
-  vec2 t = p * toLevel - vec2(0.5f);
-  vec2 cell = floor(t);
-  int x = static_cast<int>(cell.x), z = static_cast<int>(cell.y);
-  const Image& l = *currentWideLuma;
-  const Image& c = *currentWideColor;
-  return upsampleWide(texel4(l, x, z), texel4(l, x + 1, z), texel4(l, x, z + 1), texel4(l, x + 1, z + 1),
-                      texel(c, x, z), texel(c, x + 1, z), texel(c, x, z + 1), texel(c, x + 1, z + 1), t - cell, y);
+  if (gatherEachPixel) return formerGather(p);
+  vec4 g = sampleBilinear(*currentWideLuma, p * toLevel);
+  vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), vec3(c.x, c.y, c.z));
 }
 
 #define COLOR_WIDE(p, y) sampleWide(p, y)
@@ -115,10 +149,10 @@ void store(Image& image, int x, int y, shader::vec4 c) {
   p[3] = toByte(c.w);
 }
 
-// colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy
-// (or the picture itself when the level is not reduced), then each texel's WideBlur.
+// colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy,
+// then each texel's guided filter and colour blur.
 struct WideLevel {
-  Image reduced, luma, color;
+  Image reducedColor, reducedLuma, luma, color;
 };
 
 WideLevel makeWideLevel(const Image& input) {
@@ -131,33 +165,40 @@ WideLevel makeWideLevel(const Image& input) {
     image.pixels.assign(size_t(w) * size_t(h) * 4, 0);
     return image;
   };
-  WideLevel level{input, blank(), blank()};
-  if (w != input.width || h != input.height) {
-    level.reduced = blank();
-    inParallel(h, [&](int, int begin, int end) {
-      for (int y = begin; y < end; ++y)
-        for (int x = 0; x < w; ++x) {
-          const int x0 = x * input.width / w, x1 = (x + 1) * input.width / w;
-          const int y0 = y * input.height / h, y1 = (y + 1) * input.height / h;
-          shader::vec3 sum(0.0f);
-          for (int v = y0; v < y1; ++v)
-            for (int u = x0; u < x1; ++u) sum = sum + shader::texel(input, u, v);
-          store(level.reduced, x, y, shader::vec4(sum / float((x1 - x0) * (y1 - y0)), 1.0f));
-        }
-    });
-  }
+  WideLevel level{blank(), blank(), blank(), blank()};
+  inParallel(h, [&](int, int begin, int end) {
+    for (int y = begin; y < end; ++y)
+      for (int x = 0; x < w; ++x) {
+        const int x0 = x * input.width / w, x1 = (x + 1) * input.width / w;
+        const int y0 = y * input.height / h, y1 = (y + 1) * input.height / h;
+        shader::vec3 sum(0.0f);
+        float sumSquares = 0.0f;
+        for (int v = y0; v < y1; ++v)
+          for (int u = x0; u < x1; ++u) {
+            const shader::vec3 c = shader::texel(input, u, v);
+            sum = sum + c;
+            sumSquares += shader::luma(c) * shader::luma(c);
+          }
+        const float n = float((x1 - x0) * (y1 - y0));
+        const shader::vec3 mean = sum / n;
+        store(level.reducedColor, x, y, shader::vec4(mean, 1.0f));
+        const shader::vec2 m = shader::encodeWide16(shader::luma(mean)), m2 = shader::encodeWide16(sumSquares / n);
+        store(level.reducedLuma, x, y, shader::vec4(m.x, m.y, m2.x, m2.y));
+      }
+  });
   const shader::vec2 full(float(input.width), float(input.height));
   inParallel(h, [&](int, int begin, int end) {
-    shader::currentReduced = &level.reduced;
+    shader::currentReducedColor = &level.reducedColor;
+    shader::currentReducedLuma = &level.reducedLuma;
     shader::toLevel = shader::vec2(float(w), float(h)) / full;
     for (int y = begin; y < end; ++y)
       for (int x = 0; x < w; ++x) {
         const shader::vec2 center = (shader::vec2(float(x), float(y)) + shader::vec2(0.5f)) * full /
                                     shader::vec2(float(w), float(h));
-        shader::WideBlur around = shader::gatherWide(center, full, shader::texel(level.reduced, x, y));
-        const shader::vec2 y16 = shader::encodeWideLuma(around.luma);
-        store(level.luma, x, y, shader::vec4(y16.x, y16.y, shader::luma(shader::texel(level.reduced, x, y)), 1.0f));
-        store(level.color, x, y, shader::vec4(around.color, 1.0f));
+        const shader::WideTexel t = shader::gatherWide(center, full);
+        const shader::vec2 a = shader::encodeWide16(t.a), b = shader::encodeWide16(t.b);
+        store(level.luma, x, y, shader::vec4(a.x, a.y, b.x, b.y));
+        store(level.color, x, y, shader::vec4(t.color, 1.0f));
       }
   });
   return level;
@@ -168,7 +209,7 @@ size_t renderRows(const Image& input, const WideLevel& level, const shader::Colo
   using shader::luma;
   using shader::texel;
   shader::gatherEachPixel = level.luma.width == 0;
-  shader::currentReduced = &input;
+  shader::currentReducedColor = &input;
   shader::currentWideLuma = &level.luma;
   shader::currentWideColor = &level.color;
   shader::toLevel = shader::gatherEachPixel
