@@ -91,7 +91,7 @@ void RenderingEngine::start(RenderingEngineOptions options) {
     return pipeline;
   };
   geometryPipeline_ = makePipeline("geometryKernel");
-  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
+  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_);
   colorWide_ = ColorWidePass::make(metalDevice_, library_, texturePool_, &error);
   if (!colorWide_) fatalError(error);
   focusPass_ = FocusPass::make(metalDevice_, library_, texturePool_, &error);
@@ -187,25 +187,26 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   const std::shared_ptr<Texture> geometryStage = wantsGeometry ? first : source;
 
   if (wantsColor) {
+    // A finished image waits for its variant (compiling costs less than running the
+    // general kernel over it); the preview never waits and meanwhile takes the general
+    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
+    // through the general kernel than a variant's compile, and asks for none.
+    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
+    const auto kernel = !variantPays  ? colorVariants_->general()
+                        : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
+                                      : colorVariants_->pipelineWithoutWaiting(colorParts);
     // Clarity and the looks' detail and glow read the wide level, made from the same
     // input; when they do not, the picture stands in for it and is never read.
     std::optional<ColorWidePass::Level> wide = ColorWidePass::Level{geometryStage, geometryStage};
-    if (colorReadsWide(uniforms)) wide = colorWide_->encode(commandBuffer, uniforms, geometryStage);
-    auto color = wide ? commandBuffer.computeCommandEncoder() : nullptr;
+    if (kernel && colorReadsWide(uniforms)) wide = colorWide_->encode(commandBuffer, uniforms, geometryStage);
+    auto color = kernel && wide ? commandBuffer.computeCommandEncoder() : nullptr;
     if (!color) {
       // The geometry pass, if any, is encoded and still reads the source into `first`.
       releaseWhenDone({first});
       pool->release(second);
       return source;
     }
-    // A finished image waits for its variant (compiling costs less than running the
-    // general kernel over it); the preview never waits and meanwhile takes the general
-    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
-    // through the general kernel than a variant's compile, and asks for none.
-    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
-    color->setComputePipelineState(!variantPays  ? colorVariants_->general()
-                                   : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
-                                                 : colorVariants_->pipelineWithoutWaiting(colorParts));
+    color->setComputePipelineState(kernel);
     color->setTexture(geometryStage, 0);
     color->setTexture(second, 1);
     color->setTexture(wide->luma, 2);
