@@ -2,7 +2,8 @@
 // CPU reference of the colour pass. It compiles the kernel's own colour sources
 // (Halvane/Shaders/Color*.glsl and LookTable.inc) as C++, so the tests compare the GPU
 // with the same formulas evaluated in float on the CPU; only the tile, the texture
-// sampling and the rounding of the output are the reference's own. Thread-safe.
+// sampling, the reduction of the wide level (stored in 8-bit texels as the GPU's) and
+// the rounding of the output are the reference's own. Thread-safe.
 #include <array>
 #include <cstddef>
 #include <cstdint>
