@@ -12,8 +12,8 @@
 // Shared with the CPU reference.
 //
 // The includer defines WIDE_COLOR(p) and WIDE_LUMA(p): the reduced copy's mean colour
-// (vec3) and its luma's mean and mean square (vec2), blended bilinearly, at full-size
-// pixel coordinates p (clamped at the edges).
+// (vec3) and its luma's mean and mean square (vec2) at full-size pixel coordinates p,
+// from the texel under p (clamped at the edges).
 #include "ColorAdjust.glsl"
 
 const int WIDE_TAPS = 24;
@@ -27,7 +27,7 @@ struct WideTexel {
   vec3 color;
 };
 
-// A Vogel spiral of 24 bilinear taps over the wide radius with Gaussian weights, plus
+// A Vogel spiral of 24 taps over the wide radius with Gaussian weights, plus
 // the texel itself, around full-size position pos.
 WideTexel gatherWide(vec2 pos, vec2 size) {
   float radius = wideRadius(size);

@@ -13,31 +13,18 @@ layout(set = 0, binding = 11) uniform writeonly image2D colorLevel;
 vec2 fullSize;
 ivec2 last;
 
-// The bilinear blend of the four texels around full-size position p, in float (a CPU
-// device filters 8-bit texels to 8 bits, which would undo the 16-bit values).
-struct Corners {
-  ivec2 a;
-  ivec2 b;
-  vec2 f;
-};
-
-Corners cornersAt(vec2 p) {
-  vec2 t = p * vec2(last + ivec2(1)) / fullSize - vec2(0.5);
-  vec2 cell = floor(t);
-  return Corners(clamp(ivec2(cell), ivec2(0), last), clamp(ivec2(cell) + ivec2(1), ivec2(0), last), t - cell);
-}
-
-vec4 blend(sampler2D s, Corners k) {
-  return mix(mix(texelFetch(s, k.a, 0), texelFetch(s, ivec2(k.b.x, k.a.y), 0), k.f.x),
-             mix(texelFetch(s, ivec2(k.a.x, k.b.y), 0), texelFetch(s, k.b, 0), k.f.x), k.f.y);
-}
+// The texel of the reduced copy under full-size position p (nearest, clamped): the
+// copy is smooth at the scale of the taps, and one read a tap instead of a bilinear
+// blend in float (a CPU device filters 8-bit texels to 8 bits, which would undo the
+// 16-bit values) keeps the gather cheap where the copy is not reduced.
+ivec2 texelAt(vec2 p) { return clamp(ivec2(floor(p * vec2(last + ivec2(1)) / fullSize)), ivec2(0), last); }
 
 vec2 lumaAt(vec2 p) {
-  vec4 s = blend(reducedLuma, cornersAt(p));
+  vec4 s = texelFetch(reducedLuma, texelAt(p), 0);
   return vec2(decodeWide16(s.x, s.y), decodeWide16(s.z, s.w));
 }
 
-#define WIDE_COLOR(p) blend(inputTexture, cornersAt(p)).rgb
+#define WIDE_COLOR(p) texelFetch(inputTexture, texelAt(p), 0).rgb
 #define WIDE_LUMA(p) lumaAt(p)
 #include "ColorWide.glsl"
 

@@ -54,8 +54,14 @@ inline vec4 sampleBilinear(const Image& image, vec2 p) {
   return vec4(blend(&vec4::x), blend(&vec4::y), blend(&vec4::z), blend(&vec4::w));
 }
 
+// The texel under full-size position p, as colorWideKernel reads the reduced copy.
+inline vec4 nearestTexel(const Image& image, vec2 p) {
+  vec2 t = floor(p * toLevel);
+  return texel4(image, static_cast<int>(t.x), static_cast<int>(t.y));
+}
+
 inline vec3 reducedColorAt(vec2 p) {
-  vec4 s = sampleBilinear(*currentReducedColor, p * toLevel);
+  vec4 s = nearestTexel(*currentReducedColor, p);
   return vec3(s.x, s.y, s.z);
 }
 
@@ -68,7 +74,7 @@ vec2 reducedLumaAt(vec2 p);
 #undef WIDE_COLOR
 
 vec2 reducedLumaAt(vec2 p) {
-  vec4 s = sampleBilinear(*currentReducedLuma, p * toLevel);
+  vec4 s = nearestTexel(*currentReducedLuma, p);
   return vec2(decodeWide16(s.x, s.y), decodeWide16(s.z, s.w));
 }
 
