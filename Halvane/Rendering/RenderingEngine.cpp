@@ -240,6 +240,38 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   return third;
 }
 
+std::shared_ptr<Texture> RenderingEngine::copyForReading(CommandBuffer& commandBuffer,
+                                                         const std::shared_ptr<Texture>& texture) {
+  TextureDescriptor descriptor;
+  descriptor.width = texture->width();
+  descriptor.height = texture->height();
+  descriptor.storageMode = StorageMode::shared;
+  descriptor.usage = TextureUsage::shaderRead;
+  auto readable = metalDevice_->newTexture(descriptor);
+  if (!readable) return nullptr;
+  auto blit = commandBuffer.blitCommandEncoder();
+  if (!blit) return nullptr;
+  const uint32_t width = std::min(texture->width(), readable->width());
+  const uint32_t height = std::min(texture->height(), readable->height());
+  blit->copyFromTexture(texture, Origin{}, Size{width, height, 1}, readable, Origin{});
+  blit->endEncoding();
+  return readable;
+}
+
+platform::media::Image RenderingEngine::readImage(Texture& readable, const std::vector<uint8_t>& colorSpace) {
+  const uint64_t rowBytes = uint64_t(readable.width()) * 4;
+  if (readable.height() != 0 && rowBytes > std::numeric_limits<size_t>::max() / readable.height()) {
+    fatalError("bitmap size overflows");
+  }
+  platform::media::Image image;
+  image.width = int(readable.width());
+  image.height = int(readable.height());
+  image.pixels.assign(size_t(rowBytes) * readable.height(), 0);
+  readable.getBytes(image.pixels.data(), size_t(rowBytes), Region{{0, 0}, readable.width(), readable.height()});
+  image.iccProfile = colorSpace;
+  return image;
+}
+
 std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::shared_ptr<Texture>& source,
                                                                      const EditState& state,
                                                                      const std::vector<uint8_t>& colorSpace,
@@ -249,43 +281,34 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
   if (!commandBuffer) return std::nullopt;
   const bool isDefault = state.isDefault();
   auto result = isDefault ? source : processTexture(source, state, *commandBuffer, finalOutput);
-  const bool resultIsIntermediate = !isDefault && result != source;
-  auto finishWithoutImage = [&]() -> std::optional<platform::media::Image> {
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    if (resultIsIntermediate) texturePool_->release(result);
-    return std::nullopt;
-  };
-
-  TextureDescriptor descriptor;
-  descriptor.width = result->width();
-  descriptor.height = result->height();
-  descriptor.storageMode = StorageMode::shared;
-  descriptor.usage = TextureUsage::shaderRead;
-  auto readable = metalDevice_->newTexture(descriptor);
-  if (!readable) return finishWithoutImage();
-  auto blit = commandBuffer->blitCommandEncoder();
-  if (!blit) return finishWithoutImage();
-  const uint32_t width = std::min(result->width(), readable->width());
-  const uint32_t height = std::min(result->height(), readable->height());
-  blit->copyFromTexture(result, Origin{}, Size{width, height, 1}, readable, Origin{});
-  blit->endEncoding();
+  auto readable = copyForReading(*commandBuffer, result);
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
-  if (resultIsIntermediate) texturePool_->release(result);
-  if (commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
+  if (!isDefault && result != source) texturePool_->release(result);
+  if (!readable || commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
+  return readImage(*readable, colorSpace);
+}
 
-  const uint64_t rowBytes = uint64_t(readable->width()) * 4;
-  if (readable->height() != 0 && rowBytes > std::numeric_limits<size_t>::max() / readable->height()) {
-    fatalError("bitmap size overflows");
+std::vector<std::optional<platform::media::Image>> RenderingEngine::renderToImages(
+    const std::shared_ptr<Texture>& source, const std::vector<EditState>& states, bool finalOutput) {
+  std::vector<std::optional<platform::media::Image>> images(states.size());
+  if (!source) return images;
+  auto commandBuffer = commandQueue_->commandBuffer();
+  if (!commandBuffer) return images;
+  std::vector<std::shared_ptr<Texture>> readables(states.size()), intermediates;
+  for (size_t i = 0; i < states.size(); ++i) {
+    const bool isDefault = states[i].isDefault();
+    auto result = isDefault ? source : processTexture(source, states[i], *commandBuffer, finalOutput);
+    if (!isDefault && result != source) intermediates.push_back(result);
+    readables[i] = copyForReading(*commandBuffer, result);
   }
-  platform::media::Image image;
-  image.width = int(readable->width());
-  image.height = int(readable->height());
-  image.pixels.assign(size_t(rowBytes) * readable->height(), 0);
-  readable->getBytes(image.pixels.data(), size_t(rowBytes), Region{{0, 0}, readable->width(), readable->height()});
-  image.iccProfile = colorSpace;
-  return image;
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  for (const auto& texture : intermediates) texturePool_->release(texture);
+  if (commandBuffer->status() != CommandBufferStatus::completed) return images;
+  for (size_t i = 0; i < states.size(); ++i)
+    if (readables[i]) images[i] = readImage(*readables[i], {});
+  return images;
 }
 
 PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state) {

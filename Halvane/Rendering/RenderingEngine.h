@@ -88,6 +88,12 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
                                                       const EditState& state,
                                                       const std::vector<uint8_t>& colorSpace = {},
                                                       bool finalOutput = true);
+  // renderToImage for many states of one source, all on one command buffer waited for
+  // once: a batch of small renders (the filter thumbnails) pays one submission and one
+  // wait instead of one each. Bitmaps in sRGB; an entry is none where its render failed.
+  std::vector<std::optional<platform::media::Image>> renderToImages(
+      const std::shared_ptr<platform::gpu::Texture>& source, const std::vector<EditState>& states,
+      bool finalOutput = false);
 
   static PixelSize outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state);
 
@@ -114,6 +120,11 @@ class RenderingEngine : public std::enable_shared_from_this<RenderingEngine> {
   bool isDisplayLinkRunning() const { return displayLink_ != nullptr; }
 
  private:
+  // A shared texture that `texture` is blitted into on the command buffer, to be read
+  // once it has completed; none when it cannot be had.
+  std::shared_ptr<platform::gpu::Texture> copyForReading(platform::gpu::CommandBuffer& commandBuffer,
+                                                         const std::shared_ptr<platform::gpu::Texture>& texture);
+  static platform::media::Image readImage(platform::gpu::Texture& readable, const std::vector<uint8_t>& colorSpace);
   RenderingEngine() = default;
   void start(RenderingEngineOptions options);
   void dispatch(platform::gpu::ComputeCommandEncoder& encoder, uint32_t width, uint32_t height) const;
