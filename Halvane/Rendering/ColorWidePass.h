@@ -2,11 +2,12 @@
 // The wide level of the colour pass. Clarity and the looks' detail and glow read a
 // wide, edge-aware neighbourhood of each pixel; gathering it for every pixel was most
 // of the colour pass's cost on a CPU device. Instead the picture is averaged down until
-// the wide radius spans a few texels, each texel of that copy gathers its
-// neighbourhood (a guided filter of the luma, a blur of the colour) once ("colorReduceKernel", then "colorWideKernel"; ColorWide.glsl),
-// and the colour kernel reads the level bilinearly. Intermediates come from the texture pool and go back to it when
-// the command buffer has completed. Safe from any thread: it holds only pipelines and
-// the pool.
+// the wide radius spans a few texels ("colorReduceKernel"), each texel of that copy
+// gathers its neighbourhood once, a guided filter of the luma and a blur of the colour
+// ("colorWideKernel", ColorWide.glsl), and the colour kernel reads the level
+// bilinearly. Intermediates come from the texture pool and go back to it when the
+// command buffer has completed. Safe from any thread: it holds only pipelines and the
+// pool.
 #include <cstdint>
 #include <memory>
 #include <optional>

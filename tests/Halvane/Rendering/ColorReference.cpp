@@ -105,7 +105,8 @@ WideBlur formerGather(vec2 pos) {
     weightL += wl;
     sumC = sumC + s * spatial;
     weightC += spatial;
-    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN, dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
+    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN,
+               dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
   }
   return WideBlur(sumL / weightL, sumC / weightC);
 }
