@@ -43,7 +43,6 @@ uint32_t colorFeatures(const RenderUniforms& u) {
 ColorKernelVariants::ColorKernelVariants(std::shared_ptr<Device> device, std::shared_ptr<Library> library,
                                          std::shared_ptr<ComputePipelineState> general)
     : device_(std::move(device)), library_(std::move(library)), general_(std::move(general)) {
-  variants_[COLOR_FEATURES_ALL] = general_;
   worker_ = std::thread([this] {
     pthread_setname_np(pthread_self(), "color-variants");
     workLoop();
@@ -60,9 +59,18 @@ ColorKernelVariants::~ColorKernelVariants() {
   worker_.join();
 }
 
+std::shared_ptr<ComputePipelineState> ColorKernelVariants::general() {
+  std::call_once(generalMade_, [this] {
+    if (general_) return;
+    auto made = device_->newComputePipelineState(library_, kColorKernel);
+    if (made) general_ = *made;
+  });
+  return general_;
+}
+
 std::shared_ptr<ComputePipelineState> ColorKernelVariants::compile(uint32_t features) {
   auto pipeline = device_->newComputePipelineState(library_, kColorKernel, {{kFeaturesConstantId, features}});
-  if (!pipeline) return general_;
+  if (!pipeline) return general();
   warmUp(*pipeline);
   return *pipeline;
 }
@@ -90,6 +98,9 @@ void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pi
     encoder->setComputePipelineState(pipeline);
     encoder->setTexture(warmUpInput_, 0);
     encoder->setTexture(warmUpOutput_, 1);
+    // The wide level's place; nothing reads it at neutral values.
+    encoder->setTexture(warmUpInput_, 2);
+    encoder->setTexture(warmUpInput_, 3);
     encoder->setBytes(&block, sizeof block, 0);
     encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
     encoder->dispatchThreadgroups(Size{1, 1, 1}, Size{kColorGroupSide, kColorGroupSide, 1});
@@ -100,6 +111,7 @@ void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pi
 }
 
 std::shared_ptr<ComputePipelineState> ColorKernelVariants::pipelineWithoutWaiting(uint32_t features) {
+  if (features == COLOR_FEATURES_ALL) return general();
   {
     std::lock_guard guard(lock_);
     if (auto found = variants_.find(features); found != variants_.end()) return found->second;
@@ -109,10 +121,11 @@ std::shared_ptr<ComputePipelineState> ColorKernelVariants::pipelineWithoutWaitin
     }
   }
   changed_.notify_all();
-  return general_;
+  return general();
 }
 
 std::shared_ptr<ComputePipelineState> ColorKernelVariants::pipelineWaiting(uint32_t features) {
+  if (features == COLOR_FEATURES_ALL) return general();
   {
     std::unique_lock guard(lock_);
     for (;;) {
@@ -140,7 +153,7 @@ std::shared_ptr<ComputePipelineState> ColorKernelVariants::pipelineWaiting(uint3
 
 size_t ColorKernelVariants::variantCount() const {
   std::lock_guard guard(lock_);
-  return variants_.size() - 1;  // less the general kernel
+  return variants_.size();
 }
 
 void ColorKernelVariants::waitUntilIdle() {

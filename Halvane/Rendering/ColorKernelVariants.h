@@ -38,8 +38,11 @@ uint32_t colorFeatures(const RenderUniforms& uniforms);
 
 class ColorKernelVariants {
  public:
+  // `general` may be none: the general kernel is then made on first use. A finished
+  // image takes a variant and never needs it, and making it is most of what starting
+  // the engine costs on a CPU device.
   ColorKernelVariants(std::shared_ptr<platform::gpu::Device> device, std::shared_ptr<platform::gpu::Library> library,
-                      std::shared_ptr<platform::gpu::ComputePipelineState> general);
+                      std::shared_ptr<platform::gpu::ComputePipelineState> general = nullptr);
   // Waits for the variant being compiled, if any; the ones still asked for are dropped.
   ~ColorKernelVariants();
   ColorKernelVariants(const ColorKernelVariants&) = delete;
@@ -53,7 +56,8 @@ class ColorKernelVariants {
   // costs less than running the general kernel.
   std::shared_ptr<platform::gpu::ComputePipelineState> pipelineWaiting(uint32_t features);
 
-  const std::shared_ptr<platform::gpu::ComputePipelineState>& general() const { return general_; }
+  // None if the driver refuses it.
+  std::shared_ptr<platform::gpu::ComputePipelineState> general();
   // The variants made so far (tests, benches).
   size_t variantCount() const;
   // Returns once no variant is being compiled or waits to be (tests, benches).
@@ -66,7 +70,8 @@ class ColorKernelVariants {
 
   const std::shared_ptr<platform::gpu::Device> device_;
   const std::shared_ptr<platform::gpu::Library> library_;
-  const std::shared_ptr<platform::gpu::ComputePipelineState> general_;
+  std::once_flag generalMade_;
+  std::shared_ptr<platform::gpu::ComputePipelineState> general_;  // set once, under generalMade_
   // A queue and a group's worth of textures for the first dispatch of a new variant.
   std::mutex warmUpLock_;
   std::shared_ptr<platform::gpu::CommandQueue> warmUpQueue_;

@@ -61,16 +61,32 @@ std::vector<FilterThumbnail> FilterThumbnailRenderer::renderBatch(const std::opt
     if (!base) return {};
   }
 
+  // The filters' renders go in chunks, each on one command buffer with one wait: fewer
+  // waits deliver the batch sooner, and a chunk's intermediates (which the pool keeps
+  // afterwards) stay few.
+  constexpr size_t kChunk = 48;
+  std::vector<EditState> states;
+  for (const auto& filter : filters) {
+    if (filter.shaderFilterType == 0) continue;
+    EditState state = baseState;
+    state.filterType = filter.shaderFilterType;
+    state.filterIntensity = filter.defaultIntensity;
+    states.push_back(state);
+  }
+  std::vector<std::optional<Image>> images;
+  for (size_t begin = 0; begin < states.size(); begin += kChunk) {
+    const std::vector<EditState> chunk(states.begin() + std::ptrdiff_t(begin),
+                                       states.begin() + std::ptrdiff_t(std::min(begin + kChunk, states.size())));
+    for (auto& image : engine->renderToImages(small, chunk, false)) images.push_back(std::move(image));
+  }
   std::vector<FilterThumbnail> results;
+  size_t next = 0;
   for (const auto& filter : filters) {
     if (filter.shaderFilterType == 0) {
       if (base) results.push_back({filter.id, *base});
       continue;
     }
-    EditState state = baseState;
-    state.filterType = filter.shaderFilterType;
-    state.filterIntensity = filter.defaultIntensity;
-    if (auto image = engine->renderToImage(small, state, {}, false)) results.push_back({filter.id, std::move(*image)});
+    if (auto& image = images[next++]) results.push_back({filter.id, std::move(*image)});
   }
   return results;
 }

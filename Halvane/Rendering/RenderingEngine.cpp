@@ -6,6 +6,7 @@
 
 #include "Halvane/Rendering/BundleLocator.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
+#include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
@@ -92,7 +93,10 @@ void RenderingEngine::start(RenderingEngineOptions options) {
     return *pipeline;
   };
   geometryPipeline_ = makePipeline("geometryKernel");
-  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_, makePipeline("colorKernel"));
+  colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_);
+  auto colorWide = ColorWidePass::make(metalDevice_, library_, texturePool_);
+  if (!colorWide) fatalError("unable to make the colour pass's wide level: " + colorWide.error().message);
+  colorWide_ = *colorWide;
   auto focusPass = FocusPass::make(metalDevice_, library_, texturePool_);
   if (!focusPass) fatalError("unable to make the focus pass: " + focusPass.error().message);
   focusPass_ = *focusPass;
@@ -188,23 +192,30 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   const std::shared_ptr<Texture> geometryStage = wantsGeometry ? first : source;
 
   if (wantsColor) {
-    auto color = commandBuffer.computeCommandEncoder();
+    // A finished image waits for its variant (compiling costs less than running the
+    // general kernel over it); the preview never waits and meanwhile takes the general
+    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
+    // through the general kernel than a variant's compile, and asks for none.
+    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
+    const auto kernel = !variantPays  ? colorVariants_->general()
+                        : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
+                                      : colorVariants_->pipelineWithoutWaiting(colorParts);
+    // Clarity and the looks' detail and glow read the wide level, made from the same
+    // input; when they do not, the picture stands in for it and is never read.
+    std::optional<ColorWidePass::Level> wide = ColorWidePass::Level{geometryStage, geometryStage};
+    if (kernel && colorReadsWide(uniforms)) wide = colorWide_->encode(commandBuffer, uniforms, geometryStage);
+    auto color = kernel && wide ? commandBuffer.computeCommandEncoder() : nullptr;
     if (!color) {
       // The geometry pass, if any, is encoded and still reads the source into `first`.
       releaseWhenDone({first});
       pool->release(second);
       return source;
     }
-    // A finished image waits for its variant (compiling costs less than running the
-    // general kernel over it); the preview never waits and meanwhile takes the general
-    // kernel, which gives the same pixels. A small picture (a thumbnail) costs less
-    // through the general kernel than a variant's compile, and asks for none.
-    const bool variantPays = uint64_t(width) * height >= kColorVariantMinimumPixels;
-    color->setComputePipelineState(!variantPays  ? colorVariants_->general()
-                                   : finalOutput ? colorVariants_->pipelineWaiting(colorParts)
-                                                 : colorVariants_->pipelineWithoutWaiting(colorParts));
+    color->setComputePipelineState(kernel);
     color->setTexture(geometryStage, 0);
     color->setTexture(second, 1);
+    color->setTexture(wide->luma, 2);
+    color->setTexture(wide->color, 3);
     color->setBytes(&uniforms, sizeof uniforms, 0);
     color->setThreadgroupMemoryLength(kColorTileBytes, 0);
     dispatch(*color, width, height);
@@ -234,6 +245,21 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   return third;
 }
 
+std::optional<platform::media::Image> RenderingEngine::readImage(const Texture& readable,
+                                                                 const std::vector<uint8_t>& colorSpace) {
+  const uint64_t rowBytes = uint64_t(readable.width()) * 4;
+  if (readable.height() != 0 && rowBytes > std::numeric_limits<size_t>::max() / readable.height()) {
+    fatalError("bitmap size overflows");
+  }
+  platform::media::Image image;
+  image.width = int(readable.width());
+  image.height = int(readable.height());
+  image.pixels.assign(size_t(rowBytes) * readable.height(), 0);
+  if (!readBackBGRA8(readable, image.pixels.data(), size_t(rowBytes))) return std::nullopt;
+  image.iccProfile = colorSpace;
+  return image;
+}
+
 std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::shared_ptr<Texture>& source,
                                                                      const EditState& state,
                                                                      const std::vector<uint8_t>& colorSpace,
@@ -243,32 +269,34 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
   if (!commandBuffer) return std::nullopt;
   const bool isDefault = state.isDefault();
   auto result = isDefault ? source : processTexture(source, state, *commandBuffer, finalOutput);
-  const bool resultIsIntermediate = !isDefault && result != source;
-  auto finishWithoutImage = [&]() -> std::optional<platform::media::Image> {
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    if (resultIsIntermediate) texturePool_->release(result);
-    return std::nullopt;
-  };
-
   auto readable = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
-  if (!readable) return finishWithoutImage();
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
-  if (resultIsIntermediate) texturePool_->release(result);
-  if (commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
+  if (!isDefault && result != source) texturePool_->release(result);
+  if (!readable || commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
+  return readImage(*readable, colorSpace);
+}
 
-  const uint64_t rowBytes = uint64_t(readable->width()) * 4;
-  if (readable->height() != 0 && rowBytes > std::numeric_limits<size_t>::max() / readable->height()) {
-    fatalError("bitmap size overflows");
+std::vector<std::optional<platform::media::Image>> RenderingEngine::renderToImages(
+    const std::shared_ptr<Texture>& source, const std::vector<EditState>& states, bool finalOutput) {
+  std::vector<std::optional<platform::media::Image>> images(states.size());
+  if (!source) return images;
+  auto commandBuffer = commandQueue_->commandBuffer();
+  if (!commandBuffer) return images;
+  std::vector<std::shared_ptr<Texture>> readables(states.size()), intermediates;
+  for (size_t i = 0; i < states.size(); ++i) {
+    const bool isDefault = states[i].isDefault();
+    auto result = isDefault ? source : processTexture(source, states[i], *commandBuffer, finalOutput);
+    if (!isDefault && result != source) intermediates.push_back(result);
+    readables[i] = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
   }
-  platform::media::Image image;
-  image.width = int(readable->width());
-  image.height = int(readable->height());
-  image.pixels.assign(size_t(rowBytes) * readable->height(), 0);
-  if (!readBackBGRA8(*readable, image.pixels.data(), size_t(rowBytes))) return std::nullopt;
-  image.iccProfile = colorSpace;
-  return image;
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  for (const auto& texture : intermediates) texturePool_->release(texture);
+  if (commandBuffer->status() != CommandBufferStatus::completed) return images;
+  for (size_t i = 0; i < states.size(); ++i)
+    if (readables[i]) images[i] = readImage(*readables[i], {});
+  return images;
 }
 
 PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state) {

@@ -186,6 +186,28 @@ vec3 applyClarity(vec3 c, float y, float yBlur, float amount) {
 // shorter side, so the effect looks the same at every resolution.
 float wideRadius(vec2 size) { return max(1.5, 0.02 * min(size.x, size.y)); }
 
+// A pixel's wide neighbourhood (ColorWide.glsl).
+struct WideBlur {
+  float luma;  // edge-aware blur of the luma, for clarity and detail
+  vec3 color;  // plain blur of the colour, for glow
+};
+
+// Values of the wide level kept in 16 bits over two 8-bit channels (high byte, low
+// byte): clarity amplifies the luma blur's steps by up to 1.5, and the variance of the
+// guided filter is a small difference of two means, so 8 bits would show. The split is
+// linear, so a bilinear blend of the two channels is the blend of the value.
+vec2 encodeWide16(float v) {
+  float code = floor(clamp(v, 0.0, 1.0) * 65535.0 + 0.5);
+  float high = floor(code / 256.0);
+  return vec2(high, code - high * 256.0) / 255.0;
+}
+
+float decodeWide16(float high, float low) { return (high * 65280.0 + low * 255.0) / 65535.0; }
+
+// Luma variance below which the guided filter smooths and above which it keeps the
+// picture (edges, strong texture): the square of a luma difference of 0.12.
+const float WIDE_GUIDE_EPSILON = 0.0144;
+
 // ---- Vignette -----------------------------------------------------------------------
 
 // Light falloff (a factor on linear light): elliptical with the frame, the corners at

@@ -2,8 +2,9 @@
 // The colour pass: the sixteen adjustments, the look numbered by filterType blended by
 // filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
 // reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
-// tile of the group's pixels with a one-pixel border, for sharpness, and the choice of
-// the parts compiled in.
+// tile of the group's pixels with a one-pixel border, for sharpness, the wide level
+// (textures 2 and 3, made by colorWideKernel when the edit reads it), and the choice
+// of the parts compiled in.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
@@ -19,7 +20,27 @@ shared vec4 tile[18 * 18];
 
 ColorParams params;
 
-#define COLOR_SAMPLE(p) textureLod(inputTexture, (p) / params.size, 0.0).rgb
+// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, when the
+// edit reads them; otherwise bound to the picture and never read. They are blended
+// here in float: a CPU device filters 8-bit texels to 8 bits, which would undo the
+// 16-bit values.
+layout(set = 0, binding = 10) uniform sampler2D wideLuma;
+layout(set = 0, binding = 11) uniform sampler2D wideColor;
+
+WideBlur wideAt(vec2 p, float y) {
+  ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
+  vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
+  vec2 cell = floor(t);
+  vec2 f = t - cell;
+  ivec2 a = clamp(ivec2(cell), ivec2(0), last);
+  ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
+  vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
+               mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
+  vec4 c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
+               mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
+}
+#define COLOR_WIDE(p, y) wideAt(p, y)
 #include "ColorPixel.glsl"
 
 void main() {

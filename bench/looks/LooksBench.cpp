@@ -1,4 +1,5 @@
-// The colour pass alone, dispatched straight on the device over a 4000 by 3000 photo
+// The colour pass alone (its wide level, when the edit reads it, then the colour kernel),
+// dispatched straight on the device over a 4000 by 3000 photo
 // (the shared sewing-threads picture, or a synthetic one without it): neutral values
 // (a copy through the tile), every adjustment at once, and looks of each kind of work
 // (a table look, one with a hue family and split toning, monochrome, grain, the wide
@@ -7,19 +8,19 @@
 // CPU device (lavapipe) is the kernel's work.
 #include <benchmark/benchmark.h>
 
+#include <memory>
+#include <optional>
 #include <string>
 
 #include "Halvane/Model/FilterCatalogue.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
+#include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/RenderUniforms.h"
 #include "KernelBench.h"
 
 namespace {
 
 using namespace halvane;
-
-// The colour pass's group memory: an 18 by 18 tile of four floats.
-constexpr size_t kTileBytes = 18 * 18 * 16;
 
 using Bench = kernelbench::KernelBench;
 constexpr uint32_t kWidth = kernelbench::kBenchWidth, kHeight = kernelbench::kBenchHeight;
@@ -29,25 +30,61 @@ Bench& bench() {
   return b;
 }
 
+// One colour pass a command buffer, waited for: the wide level when the edit reads it,
+// then `pipeline` over the whole source.
+void runColorPass(benchmark::State& state, const RenderUniforms& block,
+                  const std::shared_ptr<platform::gpu::ComputePipelineState>& pipeline) {
+  const Bench& b = bench();
+  if (!pipeline || !b.source || !b.target) {
+    state.SkipWithError("no device, kernel bundle or texture");
+    return;
+  }
+  static const auto pool = std::make_shared<TexturePool>(b.device);
+  static const auto wide = ColorWidePass::make(b.device, b.library, pool);
+  const bool readsWide = colorReadsWide(block);
+  for (auto _ : state) {
+    auto buffer = b.queue->commandBuffer();
+    std::optional<ColorWidePass::Level> level = ColorWidePass::Level{b.source, b.source};
+    if (readsWide) level = wide ? (*wide)->encode(*buffer, block, b.source) : std::nullopt;
+    if (!level) {
+      state.SkipWithError("the wide level could not be made");
+      return;
+    }
+    auto encoder = buffer->computeCommandEncoder();
+    encoder->setComputePipelineState(pipeline);
+    encoder->setTexture(b.source, 0);
+    encoder->setTexture(b.target, 1);
+    encoder->setTexture(level->luma, 2);
+    encoder->setTexture(level->color, 3);
+    encoder->setBytes(&block, sizeof block, 0);
+    encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    encoder->dispatchThreadgroups({(kWidth + 15) / 16, (kHeight + 15) / 16, 1}, {16, 16, 1});
+    encoder->endEncoding();
+    buffer->commit();
+    buffer->waitUntilCompleted();
+  }
+  state.counters["Mpixel/s"] = benchmark::Counter(double(kWidth) * kHeight / 1e6 * double(state.iterations()),
+                                                  benchmark::Counter::kIsRate);
+}
+
 void ColorPass(benchmark::State& state, EditState edit) {
-  kernelbench::runPass(state, bench(), makeUniforms(kWidth, kHeight, edit, true), kTileBytes);
+  runColorPass(state, makeUniforms(kWidth, kHeight, edit, true), bench().pipeline);
 }
 
 // The same pass through the variant compiled for what the edit uses (made before the
 // timing starts, as the engine does for a finished image).
 void ColorVariant(benchmark::State& state, EditState edit) {
   const RenderUniforms block = makeUniforms(kWidth, kHeight, edit, true);
-  const uint32_t features = colorFeatures(block);
   std::shared_ptr<platform::gpu::ComputePipelineState> variant;
   if (bench().device && bench().library) {
-    auto made = bench().device->newComputePipelineState(bench().library, "colorKernel", {{0, features}});
+    auto made = bench().device->newComputePipelineState(bench().library, "colorKernel", {{0, colorFeatures(block)}});
     if (made) variant = *made;
   }
   if (!variant) {
     state.SkipWithError("the variant could not be made");
     return;
   }
-  kernelbench::runPass(state, bench(), block, kTileBytes, variant);
+  runColorPass(state, block, variant);
 }
 
 EditState look(const char* id) {

@@ -19,7 +19,7 @@ vips jpegsave "$work/landscape.v" "$work/photo.jpg" --Q 92
 export HALVANE_BUNDLE_PATH="$PWD/$build/bin/Halvane_Halvane.bundle"
 
 halvane_run() {
-  "$build/bin/halvane" render "$work/photo.jpg" "$work/out-halvane.jpg" --preset maxQuality \
+  "$build/bin/halvane" render -y "$work/photo.jpg" "$work/out-halvane.jpg" --preset maxQuality \
     --set 'cropRect=[[0.1,0.1],[0.8,0.8]]' --set rotationAngle=7.5 \
     --set exposure=0.3 --set contrast=1.2 --set saturation=1.3
 }

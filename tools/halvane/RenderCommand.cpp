@@ -3,6 +3,7 @@
 #include "Command.h"
 #include "EditArguments.h"
 #include "Halvane/Rendering/PhotoOutput.h"
+#include "Halvane/Rendering/SourceOrientation.h"
 #include "OutputFile.h"
 #include "TerminationSignals.h"
 #include "PhotoSource.h"
@@ -40,8 +41,10 @@ Command makeRenderCommand() {
         // itself is short and all or nothing, so it is let finish.
         const TerminationGuard guard;
         auto engine = RenderingEngine::create();
-        const PhotoSource source = loadPhotoSource(*engine, io.input);
-        auto image = engine->renderToImage(source.texture, parsed.state, source.colorSpace);
+        const PhotoSource source = loadStoredPhotoSource(*engine, io.input);
+        const EditState state =
+            foldOrientation(parsed.state, source.rawOrientation, source.texture->width(), source.texture->height());
+        auto image = engine->renderToImage(source.texture, state, source.colorSpace);
         if (!image) throw CommandError("rendering failed: the GPU could not produce the picture");
         const auto limited = limitedImage(*image, platform::media::ImageOrientation::up, preset);
         if (const int signal = TerminationGuard::received()) {

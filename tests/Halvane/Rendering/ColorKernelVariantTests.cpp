@@ -33,6 +33,9 @@ class ColorVariants : public testing::EngineTest {
     encoder->setComputePipelineState(pipeline);
     encoder->setTexture(input, 0);
     encoder->setTexture(output, 1);
+    // Stands in for the wide level; both kernels compared read the same.
+    encoder->setTexture(input, 2);
+    encoder->setTexture(input, 3);
     encoder->setBytes(&block, sizeof block, 0);
     encoder->setThreadgroupMemoryLength(18 * 18 * 16, 0);
     encoder->dispatchThreadgroups({(input->width() + 15) / 16, (input->height() + 15) / 16, 1}, {16, 16, 1});

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <thread>
 
+#include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/GlslCompat.h"
 
 namespace halvane::colorref {
@@ -13,19 +14,30 @@ using namespace halvane::glsl;
 
 using platform::media::Image;
 
-// The image that COLOR_SAMPLE reads, per rendering thread.
-thread_local const Image* currentSource = nullptr;
+// The reduced copy (mean colour, luma statistics) that WIDE_COLOR and WIDE_LUMA read and
+// the wide level's two images that COLOR_WIDE reads, per rendering thread, and the
+// scale from full-size pixel coordinates to theirs.
+thread_local const Image* currentReducedColor = nullptr;
+thread_local const Image* currentReducedLuma = nullptr;
+thread_local const Image* currentWideLuma = nullptr;
+thread_local const Image* currentWideColor = nullptr;
+thread_local vec2 toLevel(1.0f);
 
-inline vec3 texel(const Image& image, int x, int y) {
+inline vec4 texel4(const Image& image, int x, int y) {
   x = std::clamp(x, 0, image.width - 1);
   y = std::clamp(y, 0, image.height - 1);
   const uint8_t* p = &image.pixels[(static_cast<size_t>(y) * image.width + x) * 4];
-  return vec3(p[2] / 255.0f, p[1] / 255.0f, p[0] / 255.0f);
+  return vec4(p[2] / 255.0f, p[1] / 255.0f, p[0] / 255.0f, p[3] / 255.0f);
 }
 
-// Bilinear, clamp to edge, pixel centres at half-integers: the kernel's sampler.
-inline vec3 sampleBilinear(vec2 p) {
-  const Image& image = *currentSource;
+inline vec3 texel(const Image& image, int x, int y) {
+  vec4 t = texel4(image, x, y);
+  return vec3(t.x, t.y, t.z);
+}
+
+// Bilinear in float, clamp to edge, pixel centres at half-integers, at pixel
+// coordinates p of the image: the kernels' blend of the wide level's texels.
+inline vec4 sampleBilinear(const Image& image, vec2 p) {
   float x = p.x - 0.5f;
   float y = p.y - 0.5f;
   float x0 = std::floor(x);
@@ -34,14 +46,81 @@ inline vec3 sampleBilinear(vec2 p) {
   float fy = y - y0;
   int ix = static_cast<int>(x0);
   int iy = static_cast<int>(y0);
-  vec3 a = mix(texel(image, ix, iy), texel(image, ix + 1, iy), fx);
-  vec3 b = mix(texel(image, ix, iy + 1), texel(image, ix + 1, iy + 1), fx);
-  return mix(a, b, fy);
+  vec4 t[4] = {texel4(image, ix, iy), texel4(image, ix + 1, iy), texel4(image, ix, iy + 1),
+               texel4(image, ix + 1, iy + 1)};
+  auto blend = [&](float vec4::*c) {
+    return mix(mix(t[0].*c, t[1].*c, fx), mix(t[2].*c, t[3].*c, fx), fy);
+  };
+  return vec4(blend(&vec4::x), blend(&vec4::y), blend(&vec4::z), blend(&vec4::w));
 }
 
-#define COLOR_SAMPLE(p) sampleBilinear(p)
+// The texel under full-size position p, as colorWideKernel reads the reduced copy.
+inline vec4 nearestTexel(const Image& image, vec2 p) {
+  vec2 t = floor(p * toLevel);
+  return texel4(image, static_cast<int>(t.x), static_cast<int>(t.y));
+}
+
+inline vec3 reducedColorAt(vec2 p) {
+  vec4 s = nearestTexel(*currentReducedColor, p);
+  return vec3(s.x, s.y, s.z);
+}
+
+vec2 reducedLumaAt(vec2 p);
+
+#define WIDE_COLOR(p) reducedColorAt(p)
+#define WIDE_LUMA(p) reducedLumaAt(p)
+#include "Halvane/Shaders/ColorWide.glsl"
+#undef WIDE_LUMA
+#undef WIDE_COLOR
+
+vec2 reducedLumaAt(vec2 p) {
+  vec4 s = nearestTexel(*currentReducedLuma, p);
+  return vec2(decodeWide16(s.x, s.y), decodeWide16(s.z, s.w));
+}
+
+// The former method: each pixel's neighbourhood gathered from the picture itself
+// (currentReducedColor, at full size) with luma weights around the pixel's own luma
+// (a bilateral filter), 24 taps of the same spiral.
+thread_local bool gatherEachPixel = false;
+thread_local vec3 currentCenter;
+
+WideBlur formerGather(vec2 pos) {
+  const Image& image = *currentReducedColor;
+  float radius = wideRadius(vec2(float(image.width), float(image.height)));
+  float yc = luma(currentCenter);
+  float sumL = yc;
+  float weightL = 1.0f;
+  vec3 sumC = currentCenter;
+  float weightC = 1.0f;
+  vec2 dir(1.0f, 0.0f);
+  for (int i = 0; i < WIDE_TAPS; i++) {
+    float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
+    vec4 t = sampleBilinear(image, pos + dir * (r * radius));
+    vec3 s(t.x, t.y, t.z);
+    float ys = luma(s);
+    float spatial = std::exp(-2.0f * r * r);
+    float dy = (ys - yc) / 0.12f;
+    float wl = spatial * std::exp(-0.5f * dy * dy);
+    sumL += ys * wl;
+    weightL += wl;
+    sumC = sumC + s * spatial;
+    weightC += spatial;
+    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN,
+               dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
+  }
+  return WideBlur(sumL / weightL, sumC / weightC);
+}
+
+inline WideBlur sampleWide(vec2 p, float y) {
+  if (gatherEachPixel) return formerGather(p);
+  vec4 g = sampleBilinear(*currentWideLuma, p * toLevel);
+  vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), vec3(c.x, c.y, c.z));
+}
+
+#define COLOR_WIDE(p, y) sampleWide(p, y)
 #include "Halvane/Shaders/ColorPixel.glsl"
-#undef COLOR_SAMPLE
+#undef COLOR_WIDE
 
 }  // namespace shader
 
@@ -58,10 +137,91 @@ shader::ColorParams toParams(const RenderUniforms& u, int width, int height) {
                              shader::vec2(static_cast<float>(width), static_cast<float>(height)));
 }
 
-size_t renderRows(const Image& input, const shader::ColorParams& params, Image& output, int rowBegin, int rowEnd) {
+// Runs rows(begin, end) over [0, height) on every hardware thread.
+template <typename Rows>
+void inParallel(int height, Rows rows) {
+  int threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 32);
+  threads = std::min(threads, std::max(1, height / 8));
+  std::vector<std::thread> workers;
+  for (int t = 0; t < threads; ++t)
+    workers.emplace_back([&rows, t, threads, height] { rows(t, height * t / threads, height * (t + 1) / threads); });
+  for (auto& w : workers) w.join();
+}
+
+void store(Image& image, int x, int y, shader::vec4 c) {
+  uint8_t* p = image.pixel(x, y);
+  p[0] = toByte(c.z);
+  p[1] = toByte(c.y);
+  p[2] = toByte(c.x);
+  p[3] = toByte(c.w);
+}
+
+// colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy,
+// then each texel's guided filter and colour blur.
+struct WideLevel {
+  Image reducedColor, reducedLuma, luma, color;
+};
+
+WideLevel makeWideLevel(const Image& input) {
+  const WideLevelSize size = wideLevelSize(uint32_t(input.width), uint32_t(input.height));
+  const int w = int(size.width), h = int(size.height);
+  auto blank = [w, h] {
+    Image image;
+    image.width = w;
+    image.height = h;
+    image.pixels.assign(size_t(w) * size_t(h) * 4, 0);
+    return image;
+  };
+  WideLevel level{blank(), blank(), blank(), blank()};
+  inParallel(h, [&](int, int begin, int end) {
+    for (int y = begin; y < end; ++y)
+      for (int x = 0; x < w; ++x) {
+        const int x0 = x * input.width / w, x1 = (x + 1) * input.width / w;
+        const int y0 = y * input.height / h, y1 = (y + 1) * input.height / h;
+        shader::vec3 sum(0.0f);
+        float sumSquares = 0.0f;
+        for (int v = y0; v < y1; ++v)
+          for (int u = x0; u < x1; ++u) {
+            const shader::vec3 c = shader::texel(input, u, v);
+            sum = sum + c;
+            sumSquares += shader::luma(c) * shader::luma(c);
+          }
+        const float n = float((x1 - x0) * (y1 - y0));
+        const shader::vec3 mean = sum / n;
+        store(level.reducedColor, x, y, shader::vec4(mean, 1.0f));
+        const shader::vec2 m = shader::encodeWide16(shader::luma(mean)), m2 = shader::encodeWide16(sumSquares / n);
+        store(level.reducedLuma, x, y, shader::vec4(m.x, m.y, m2.x, m2.y));
+      }
+  });
+  const shader::vec2 full(float(input.width), float(input.height));
+  inParallel(h, [&](int, int begin, int end) {
+    shader::currentReducedColor = &level.reducedColor;
+    shader::currentReducedLuma = &level.reducedLuma;
+    shader::toLevel = shader::vec2(float(w), float(h)) / full;
+    for (int y = begin; y < end; ++y)
+      for (int x = 0; x < w; ++x) {
+        const shader::vec2 center = (shader::vec2(float(x), float(y)) + shader::vec2(0.5f)) * full /
+                                    shader::vec2(float(w), float(h));
+        const shader::WideTexel t = shader::gatherWide(center, full);
+        const shader::vec2 a = shader::encodeWide16(t.a), b = shader::encodeWide16(t.b);
+        store(level.luma, x, y, shader::vec4(a.x, a.y, b.x, b.y));
+        store(level.color, x, y, shader::vec4(t.color, 1.0f));
+      }
+  });
+  return level;
+}
+
+size_t renderRows(const Image& input, const WideLevel& level, const shader::ColorParams& params, Image& output,
+                  int rowBegin, int rowEnd) {
   using shader::luma;
   using shader::texel;
-  shader::currentSource = &input;
+  shader::gatherEachPixel = level.luma.width == 0;
+  shader::currentReducedColor = &input;
+  shader::currentWideLuma = &level.luma;
+  shader::currentWideColor = &level.color;
+  shader::toLevel = shader::gatherEachPixel
+                        ? shader::vec2(1.0f)
+                        : shader::vec2(float(level.luma.width), float(level.luma.height)) / params.size;
   size_t nonFinite = 0;
   for (int y = rowBegin; y < rowEnd; ++y) {
     for (int x = 0; x < input.width; ++x) {
@@ -73,6 +233,7 @@ size_t renderRows(const Image& input, const shader::ColorParams& params, Image& 
                                         luma(texel(input, x + 1, y)), luma(texel(input, x - 1, y + 1)),
                                         luma(texel(input, x, y + 1)), luma(texel(input, x + 1, y + 1)));
       }
+      shader::currentCenter = center;
       shader::vec3 c = shader::colorPixel(params, shader::vec2(x + 0.5f, y + 0.5f), center, blur3);
       if (!std::isfinite(c.x) || !std::isfinite(c.y) || !std::isfinite(c.z)) ++nonFinite;
       size_t i = (static_cast<size_t>(y) * input.width + x) * 4;
@@ -85,26 +246,32 @@ size_t renderRows(const Image& input, const shader::ColorParams& params, Image& 
   return nonFinite;
 }
 
-}  // namespace
-
-Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
+// The pass with the wide level, or, when gatherEachPixel, with the former gather of
+// each pixel's neighbourhood.
+Image renderColorPass(const Image& input, const RenderUniforms& uniforms, bool gatherEachPixel, size_t* nonFinite) {
   Image output = input;
   shader::ColorParams params = toParams(uniforms, input.width, input.height);
-  int threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, 32);
-  threads = std::min(threads, std::max(1, input.height / 8));
-  std::vector<std::thread> workers;
-  std::vector<size_t> counts(threads, 0);
-  for (int t = 0; t < threads; ++t) {
-    int begin = input.height * t / threads;
-    int end = input.height * (t + 1) / threads;
-    workers.emplace_back([&, t, begin, end] { counts[t] = renderRows(input, params, output, begin, end); });
-  }
-  for (auto& w : workers) w.join();
+  const bool wide = shader::needsWide(params, shader::lookTable(shader::usesLook(params) ? params.filterType : 0u));
+  const WideLevel level = wide && !gatherEachPixel ? makeWideLevel(input) : WideLevel{};
+  std::vector<size_t> counts(32, 0);
+  inParallel(input.height, [&](int t, int begin, int end) {
+    counts[t] = renderRows(input, level, params, output, begin, end);
+  });
   if (nonFinite) {
     *nonFinite = 0;
     for (size_t n : counts) *nonFinite += n;
   }
   return output;
+}
+
+}  // namespace
+
+Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
+  return renderColorPass(input, uniforms, false, nonFinite);
+}
+
+Image renderColorPassGatheringEachPixel(const Image& input, const EditState& state) {
+  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), true, nullptr);
 }
 
 Image renderColorPass(const Image& input, const EditState& state, size_t* nonFinite) {

@@ -2,7 +2,8 @@
 // CPU reference of the colour pass. It compiles the kernel's own colour sources
 // (Halvane/Shaders/Color*.glsl and LookTable.inc) as C++, so the tests compare the GPU
 // with the same formulas evaluated in float on the CPU; only the tile, the texture
-// sampling and the rounding of the output are the reference's own. Thread-safe.
+// sampling, the reduction of the wide level (stored in 8-bit texels as the GPU's) and
+// the rounding of the output are the reference's own. Thread-safe.
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -23,6 +24,11 @@ platform::media::Image renderColorPass(const platform::media::Image& input, cons
 // The same with the block that the engine makes for the state at this size.
 platform::media::Image renderColorPass(const platform::media::Image& input, const EditState& state,
                                        size_t* nonFinite = nullptr);
+
+// The same with each pixel's wide neighbourhood (clarity, a look's detail and glow)
+// gathered from the picture itself, as the pass did before it read a reduced wide
+// level: the reference for that level's quality.
+platform::media::Image renderColorPassGatheringEachPixel(const platform::media::Image& input, const EditState& state);
 
 // One row of the look table: its number and catalogue id.
 struct LookRow {
