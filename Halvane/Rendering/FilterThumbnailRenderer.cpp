@@ -20,6 +20,8 @@ namespace {
 // the vignette and the focus follow it.
 EditState beforeLook(const EditState& state) {
   EditState before = state;
+  before.filterType = EditState::defaultState().filterType;
+  before.filterIntensity = EditState::defaultState().filterIntensity;
   before.vignetteIntensity = EditState::defaultState().vignetteIntensity;
   before.focusMode = EditState::defaultState().focusMode;
   return before;
