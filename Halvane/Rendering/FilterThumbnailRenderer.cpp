@@ -5,12 +5,52 @@
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Dispatch/GlobalQueue.h"
 #include "Platform/Dispatch/MainQueue.h"
+#include "Platform/Gpu/ReadBack.h"
 #include "Platform/Media/ImageScale.h"
 
 namespace halvane {
 
 using namespace platform::gpu;
 using platform::media::Image;
+
+namespace {
+
+// A thumbnail's chain splits at the look: the geometry, sharpness, clarity and the
+// pointwise adjustments come before it and are the same for every filter; the look,
+// the vignette and the focus follow it.
+EditState beforeLook(const EditState& state) {
+  EditState before = state;
+  before.filterType = EditState::defaultState().filterType;
+  before.filterIntensity = EditState::defaultState().filterIntensity;
+  before.vignetteIntensity = EditState::defaultState().vignetteIntensity;
+  before.focusMode = EditState::defaultState().focusMode;
+  return before;
+}
+
+EditState lookAndAfter(const EditState& state, const FilterDefinition& filter) {
+  EditState after = EditState::defaultState();
+  after.filterType = filter.shaderFilterType;
+  after.filterIntensity = filter.defaultIntensity;
+  after.vignetteIntensity = state.vignetteIntensity;
+  after.vignetteRadius = state.vignetteRadius;
+  after.focusMode = state.focusMode;
+  after.focusCenterX = state.focusCenterX;
+  after.focusCenterY = state.focusCenterY;
+  after.focusRadius = state.focusRadius;
+  after.focusFeather = state.focusFeather;
+  after.focusAngle = state.focusAngle;
+  after.focusStrength = state.focusStrength;
+  after.focusAspect = state.focusAspect;
+  after.focusBokehHighlights = state.focusBokehHighlights;
+  after.irisBlades = state.irisBlades;
+  after.irisRotation = state.irisRotation;
+  after.depthMix = state.depthMix;
+  after.focusDepth = state.focusDepth;
+  after.edgeProtect = state.edgeProtect;
+  return after;
+}
+
+}  // namespace
 
 FilterThumbnailRenderer::FilterThumbnailRenderer(std::shared_ptr<RenderingEngine> engine, int thumbnailSize)
     : engine(std::move(engine)), thumbnailSize(thumbnailSize) {}
@@ -53,42 +93,79 @@ std::vector<FilterThumbnail> FilterThumbnailRenderer::renderBatch(const std::opt
   auto small = engine->makeTexture(smallImage);
   if (!small) return {};
 
+  // What comes before the look runs once for the batch; each filter then pays for its
+  // look, the vignette and the focus only.
+  std::shared_ptr<Texture> baseTexture = small;
   std::optional<Image> base;
   if (baseState.isDefault()) {
     base = smallImage;
   } else {
-    base = engine->renderToImage(small, baseState, {}, false);
-    if (!base) return {};
+    baseTexture = renderBase(small, baseState, base);
+    if (!baseTexture) return {};
   }
 
-  // The filters' renders go in chunks, each on one command buffer with one wait: fewer
-  // waits deliver the batch sooner, and a chunk's intermediates (which the pool keeps
-  // afterwards) stay few.
-  constexpr size_t kChunk = 48;
-  std::vector<EditState> states;
-  for (const auto& filter : filters) {
-    if (filter.shaderFilterType == 0) continue;
-    EditState state = baseState;
-    state.filterType = filter.shaderFilterType;
-    state.filterIntensity = filter.defaultIntensity;
-    states.push_back(state);
+  std::vector<std::optional<Image>> looks(filters.size());
+  for (size_t first = 0; first < filters.size(); first += kThumbnailsPerCommandBuffer) {
+    const size_t end = std::min(filters.size(), first + kThumbnailsPerCommandBuffer);
+    renderLooks(baseTexture, baseState, filters, first, end, looks);
   }
-  std::vector<std::optional<Image>> images;
-  for (size_t begin = 0; begin < states.size(); begin += kChunk) {
-    const std::vector<EditState> chunk(states.begin() + std::ptrdiff_t(begin),
-                                       states.begin() + std::ptrdiff_t(std::min(begin + kChunk, states.size())));
-    for (auto& image : engine->renderToImages(small, chunk, false)) images.push_back(std::move(image));
-  }
+  if (baseTexture != small) engine->texturePool()->release(baseTexture);
+
   std::vector<FilterThumbnail> results;
-  size_t next = 0;
-  for (const auto& filter : filters) {
-    if (filter.shaderFilterType == 0) {
-      if (base) results.push_back({filter.id, *base});
-      continue;
+  for (size_t i = 0; i < filters.size(); ++i) {
+    if (filters[i].shaderFilterType == 0) {
+      if (base) results.push_back({filters[i].id, *base});
+    } else if (looks[i]) {
+      results.push_back({filters[i].id, std::move(*looks[i])});
     }
-    if (auto& image = images[next++]) results.push_back({filter.id, std::move(*image)});
   }
   return results;
+}
+
+std::shared_ptr<Texture> FilterThumbnailRenderer::renderBase(const std::shared_ptr<Texture>& small,
+                                                             const EditState& baseState, std::optional<Image>& image) {
+  auto commandBuffer = engine->commandQueue()->commandBuffer();
+  if (!commandBuffer) return nullptr;
+  // The whole base edit for the filters without a look, in one pass as a single render
+  // makes it; the part before the look for the others.
+  auto whole = engine->processTexture(small, baseState, *commandBuffer, false);
+  auto readable = encodeHostReadableCopy(*engine->metalDevice(), *commandBuffer, whole);
+  // Without a vignette or a focus the whole edit is the part before the look.
+  const EditState before = beforeLook(baseState);
+  auto result = before == baseState ? whole : engine->processTexture(small, before, *commandBuffer, false);
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  if (whole != small && whole != result) engine->texturePool()->release(whole);
+  if (readable && commandBuffer->status() == CommandBufferStatus::completed) image = RenderingEngine::readImage(*readable);
+  if (image) return result;
+  if (result != small) engine->texturePool()->release(result);
+  return nullptr;
+}
+
+void FilterThumbnailRenderer::renderLooks(const std::shared_ptr<Texture>& base, const EditState& baseState,
+                                          const std::vector<FilterDefinition>& filters, size_t first, size_t end,
+                                          std::vector<std::optional<Image>>& looks) {
+  auto commandBuffer = engine->commandQueue()->commandBuffer();
+  if (!commandBuffer) return;  // these filters go without a thumbnail
+  struct Pending {
+    size_t index;
+    std::shared_ptr<Texture> result;
+    std::shared_ptr<Texture> readable;
+  };
+  std::vector<Pending> pending;
+  for (size_t i = first; i < end; ++i) {
+    if (filters[i].shaderFilterType == 0) continue;
+    auto result = engine->processTexture(base, lookAndAfter(baseState, filters[i]), *commandBuffer, false);
+    auto readable = encodeHostReadableCopy(*engine->metalDevice(), *commandBuffer, result);
+    pending.push_back({i, std::move(result), std::move(readable)});
+  }
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  const bool completed = commandBuffer->status() == CommandBufferStatus::completed;
+  for (auto& item : pending) {
+    if (item.result != base) engine->texturePool()->release(item.result);
+    if (completed && item.readable) looks[item.index] = RenderingEngine::readImage(*item.readable);
+  }
 }
 
 }  // namespace halvane

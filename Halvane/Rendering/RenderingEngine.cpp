@@ -277,28 +277,6 @@ std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::
   return readImage(*readable, colorSpace);
 }
 
-std::vector<std::optional<platform::media::Image>> RenderingEngine::renderToImages(
-    const std::shared_ptr<Texture>& source, const std::vector<EditState>& states, bool finalOutput) {
-  std::vector<std::optional<platform::media::Image>> images(states.size());
-  if (!source) return images;
-  auto commandBuffer = commandQueue_->commandBuffer();
-  if (!commandBuffer) return images;
-  std::vector<std::shared_ptr<Texture>> readables(states.size()), intermediates;
-  for (size_t i = 0; i < states.size(); ++i) {
-    const bool isDefault = states[i].isDefault();
-    auto result = isDefault ? source : processTexture(source, states[i], *commandBuffer, finalOutput);
-    if (!isDefault && result != source) intermediates.push_back(result);
-    readables[i] = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
-  }
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  for (const auto& texture : intermediates) texturePool_->release(texture);
-  if (commandBuffer->status() != CommandBufferStatus::completed) return images;
-  for (size_t i = 0; i < states.size(); ++i)
-    if (readables[i]) images[i] = readImage(*readables[i], {});
-  return images;
-}
-
 PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state) {
   const auto size = halvane::outputSize(sourceWidth, sourceHeight, state);
   return PixelSize{size.width, size.height};

@@ -88,12 +88,10 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
                                                       const EditState& state,
                                                       const std::vector<uint8_t>& colorSpace = {},
                                                       bool finalOutput = true);
-  // renderToImage for many states of one source, all on one command buffer waited for
-  // once: a batch of small renders (the filter thumbnails) pays one submission and one
-  // wait instead of one each. Bitmaps in sRGB; an entry is none where its render failed.
-  std::vector<std::optional<platform::media::Image>> renderToImages(
-      const std::shared_ptr<platform::gpu::Texture>& source, const std::vector<EditState>& states,
-      bool finalOutput = false);
+  // The pixels of a host-readable copy (platform::gpu::encodeHostReadableCopy) whose
+  // command buffer has completed, with `colorSpace`; none when they cannot be read.
+  static std::optional<platform::media::Image> readImage(const platform::gpu::Texture& readable,
+                                                         const std::vector<uint8_t>& colorSpace = {});
 
   static PixelSize outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state);
 
@@ -121,10 +119,6 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
   void showPreviewState(const EditState& state) override { applyPreviewState(state); }
 
  private:
-  // The pixels of a host-readable copy whose command buffer has completed; none when
-  // they cannot be read.
-  static std::optional<platform::media::Image> readImage(const platform::gpu::Texture& readable,
-                                                         const std::vector<uint8_t>& colorSpace);
   RenderingEngine() = default;
   void start(RenderingEngineOptions options);
   void dispatch(platform::gpu::ComputeCommandEncoder& encoder, uint32_t width, uint32_t height) const;

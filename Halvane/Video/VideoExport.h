@@ -88,6 +88,9 @@ class VideoExportRun : public std::enable_shared_from_this<VideoExportRun> {
   // Under pumpLock: cancels the reader once, whoever asks first.
   void cancelReaderLocked();
   void abandon(Pump pump);
+  // The video pump decodes the next frame while the GPU works on the current one. An
+  // empty buffer read ahead is the end of the frames.
+  void readNextSample();
   // A pump whose input is not ready: it leaves when the writer stopped or on a cancel.
   void leaveIfStopped(Pump pump);
   // Runs both pumps once on their queues, to see a cancel.
@@ -122,6 +125,7 @@ class VideoExportRun : public std::enable_shared_from_this<VideoExportRun> {
   std::mutex pumpLock_;
   bool readerCancelled_ = false;
   bool videoDone_ = false;  // touched by the video pump only
+  std::optional<platform::media::PixelBuffer> readAhead_;  // touched by the video pump only
   bool audioDone_ = false;  // touched by the audio pump only
   float framesWritten_ = 0;
 };

@@ -50,8 +50,14 @@ void VideoExportRun::abandon(Pump pump) {
   finish(pump);
 }
 
+void VideoExportRun::readNextSample() {
+  std::lock_guard lock(pumpLock_);
+  if (readerActiveLocked()) readAhead_ = videoOutput_->copyNextPixelBuffer();
+}
+
 void VideoExportRun::finish(Pump pump) {
   if (pump == Pump::video) {
+    readAhead_.reset();
     videoInput_->markAsFinished();
     videoDone_ = true;
   } else {
@@ -80,7 +86,10 @@ void VideoExportRun::videoPump() {
       return;
     }
     platform::media::PixelBuffer sample;
-    {
+    if (readAhead_) {
+      sample = std::move(*readAhead_);
+      readAhead_.reset();
+    } else {
       std::unique_lock lock(pumpLock_);
       if (!readerActiveLocked()) {
         lock.unlock();
@@ -139,6 +148,7 @@ void VideoExportRun::videoPump() {
     }
     commandBuffer->addCompletedHandler(giveBack);
     commandBuffer->commit();
+    readNextSample();
     commandBuffer->waitUntilCompleted();
     if (!encoded) {
       semaphore_.release();

@@ -161,9 +161,11 @@ platform::Expected<PixelBuffer, MediaError> BgraConverter::convert(const AVFrame
   }
   bool fullRange = frame->color_range == AVCOL_RANGE_JPEG;
   const AVPixelFormat source = plainFormat(AVPixelFormat(frame->format), fullRange);
+  // Without SWS_ACCURATE_RND a frame kept at its size takes swscale's SIMD converter
+  // (about 0.6 ms for 1080p against 10 ms), which repeats each chroma sample over its
+  // 2 x 2 pixels instead of interpolating it.
   context_.reset(sws_getCachedContext(context_.release(), frame->width, frame->height, source, outWidth, outHeight,
-                                      AV_PIX_FMT_BGRA, SWS_BILINEAR | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT,
-                                      nullptr, nullptr, nullptr));
+                                      AV_PIX_FMT_BGRA, SWS_BILINEAR | SWS_FULL_CHR_H_INT, nullptr, nullptr, nullptr));
   if (!context_) return platform::unexpected(error(MediaError::Code::decodeFailed, "Cannot convert frame to BGRA"));
   const AVPixFmtDescriptor* descriptor = av_pix_fmt_desc_get(source);
   if (descriptor && !(descriptor->flags & AV_PIX_FMT_FLAG_RGB)) {
@@ -175,7 +177,10 @@ platform::Expected<PixelBuffer, MediaError> BgraConverter::convert(const AVFrame
     sws_setColorspaceDetails(context_.get(), coefficients, fullRange ? 1 : 0, sws_getCoefficients(SWS_CS_DEFAULT), 1,
                              0, 1 << 16, 1 << 16);
   }
-  PixelBuffer buffer = PixelBuffer::allocate(outWidth, outHeight, time);
+  if (!buffers_ || buffers_->width() != outWidth || buffers_->height() != outHeight)
+    buffers_ = std::make_unique<PixelBufferPool>(outWidth, outHeight);
+  PixelBuffer buffer = buffers_->makePixelBuffer();
+  buffer.setPresentationTime(time);
   std::uint8_t* destination[4] = {buffer.data(), nullptr, nullptr, nullptr};
   int strides[4] = {int(buffer.bytesPerRow()), 0, 0, 0};
   const int rows = sws_scale(context_.get(), frame->data, frame->linesize, 0, frame->height, destination, strides);

@@ -98,6 +98,9 @@ class BgraConverter {
 
  private:
   SwsPtr context_;
+  // Frames of one size reuse the memory their users have let go: no fresh pages to
+  // fault in and clear for every frame.
+  std::unique_ptr<PixelBufferPool> buffers_;
 };
 
 // Converts decoded audio frames into interleaved 32-bit float at the frame's own rate
