@@ -110,6 +110,8 @@ EditState fullEdit() {
 enum class Stage { upload, geometry, colour, focus, display, readBack };
 
 void PreviewFrame(benchmark::State& state, Stage last) {
+  // The preview view belongs to the main thread, as in the editor.
+  platform::dispatch::MainQueue::setShared(std::make_shared<platform::dispatch::ManualMainQueue>());
   auto engine = makeEngine();
   const auto image = noiseImage(4032, 3024);
   auto source = engine->makeTexture(image);
@@ -139,6 +141,8 @@ void PreviewFrame(benchmark::State& state, Stage last) {
     buffer->waitUntilCompleted();
     if (result != source) engine->texturePool()->release(result);
   }
+  view.reset();
+  platform::dispatch::MainQueue::setShared(nullptr);
 }
 BENCHMARK_CAPTURE(PreviewFrame, whole, Stage::display)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
 BENCHMARK_CAPTURE(PreviewFrame, toFocus, Stage::focus)->Unit(benchmark::kMillisecond)->MeasureProcessCPUTime()->UseRealTime();
