@@ -172,10 +172,13 @@ ExportResult exportRange(const std::string& source, const std::string& destinati
   const auto pump = [&](const std::shared_ptr<AssetWriterInput>& input, const std::shared_ptr<SerialQueue>& queue,
                         std::function<bool()> appendNext) {
     auto finished = std::make_shared<bool>(false);
-    input->requestMediaDataWhenReady(queue, [&, input, finished, appendNext] {
-      while (input->isReadyForMoreMediaData() && !*finished) {
+    // The input keeps its block: a plain pointer back to it (the test holds the input
+    // until the end) keeps the two from holding each other.
+    AssetWriterInput* target = input.get();
+    input->requestMediaDataWhenReady(queue, [&, target, finished, appendNext] {
+      while (target->isReadyForMoreMediaData() && !*finished) {
         if (appendNext()) continue;
-        input->markAsFinished();
+        target->markAsFinished();
         *finished = true;
         std::lock_guard lock(mutex);
         --pumpsLeft;
