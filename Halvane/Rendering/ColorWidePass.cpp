@@ -65,24 +65,9 @@ platform::Expected<std::shared_ptr<ColorWidePass>, platform::gpu::GpuError> Colo
 std::optional<ColorWidePass::Level> ColorWidePass::encode(CommandBuffer& commandBuffer, const RenderUniforms& uniforms,
                                                           const std::shared_ptr<Texture>& source) {
   const WideLevelSize size = wideLevelSize(uniforms.outputWidth, uniforms.outputHeight);
-  std::vector<std::shared_ptr<Texture>> taken;
   // Every texture taken goes back once the GPU is done with the whole buffer.
-  struct ReturnWhenDone {
-    CommandBuffer& commandBuffer;
-    std::shared_ptr<TexturePool> pool;
-    std::vector<std::shared_ptr<Texture>>& textures;
-    ~ReturnWhenDone() {
-      if (textures.empty()) return;
-      commandBuffer.addCompletedHandler([pool = pool, textures = textures](CommandBuffer&) {
-        for (const auto& texture : textures) pool->release(texture);
-      });
-    }
-  } returnWhenDone{commandBuffer, pool_, taken};
-  auto take = [&] {
-    auto texture = pool_->acquire(size.width, size.height, PixelFormat::bgra8Unorm, kIntermediateUsage);
-    if (texture) taken.push_back(texture);
-    return texture;
-  };
+  PoolLoans loans(pool_, commandBuffer);
+  auto take = [&] { return loans.acquire(size.width, size.height, PixelFormat::bgra8Unorm, kIntermediateUsage); };
   auto run = [&](const std::shared_ptr<ComputePipelineState>& pipeline,
                  std::initializer_list<std::shared_ptr<Texture>> textures) {
     auto encoder = commandBuffer.computeCommandEncoder();

@@ -128,23 +128,10 @@ bool FocusPass::encode(CommandBuffer& commandBuffer, const RenderUniforms& unifo
                        const std::shared_ptr<Texture>& source, const std::shared_ptr<Texture>& target) {
   const FocusPlan plan = planFocus(uniforms);
   const std::uint32_t width = uniforms.outputWidth, height = uniforms.outputHeight;
-  std::vector<std::shared_ptr<Texture>> taken;
   // Every intermediate goes back once the GPU is done with the whole buffer.
-  struct ReturnWhenDone {
-    CommandBuffer& commandBuffer;
-    std::shared_ptr<TexturePool> pool;
-    std::vector<std::shared_ptr<Texture>>& textures;
-    ~ReturnWhenDone() {
-      if (textures.empty()) return;
-      commandBuffer.addCompletedHandler([pool = pool, textures = textures](CommandBuffer&) {
-        for (const auto& texture : textures) pool->release(texture);
-      });
-    }
-  } returnWhenDone{commandBuffer, pool_, taken};
+  PoolLoans loans(pool_, commandBuffer);
   auto take = [&](std::uint32_t w, std::uint32_t h) {
-    auto texture = pool_->acquire(w, h, PixelFormat::bgra8Unorm, kIntermediateUsage);
-    if (texture) taken.push_back(texture);
-    return texture;
+    return loans.acquire(w, h, PixelFormat::bgra8Unorm, kIntermediateUsage);
   };
   auto block = [](std::uint32_t inW, std::uint32_t inH, std::uint32_t outW, std::uint32_t outH) {
     FocusStep s;

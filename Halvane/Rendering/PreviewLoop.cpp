@@ -73,11 +73,7 @@ void PreviewLoop::drawFrame(RenderingEngine& engine, PreviewView& view, const st
   const auto shown = neutral ? source : engine.processTexture(source, state, commandBuffer, /*finalOutput=*/false);
   view.draw(shown, commandBuffer);
   if (shown != source) giveBack.push_back(shown);
-  if (!giveBack.empty()) {
-    commandBuffer.addCompletedHandler([pool = engine.texturePool(), giveBack = std::move(giveBack)](CommandBuffer&) {
-      for (const auto& texture : giveBack) pool->release(texture);
-    });
-  }
+  releaseWhenCompleted(engine.texturePool(), commandBuffer, std::move(giveBack));
   commandBuffer.commit();
 }
 

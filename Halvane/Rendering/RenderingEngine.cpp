@@ -155,10 +155,8 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
   auto pool = texturePool_;
   // The source stands in for a stage that was left out; it never goes to the pool.
   auto releaseWhenDone = [&commandBuffer, pool, source](std::vector<std::shared_ptr<Texture>> textures) {
-    commandBuffer.addCompletedHandler([pool, source, textures = std::move(textures)](CommandBuffer&) {
-      for (const auto& texture : textures)
-        if (texture != source) pool->release(texture);
-    });
+    std::erase(textures, source);
+    releaseWhenCompleted(pool, commandBuffer, std::move(textures));
   };
 
   std::shared_ptr<Texture> first;

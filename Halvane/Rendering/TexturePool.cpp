@@ -57,4 +57,19 @@ size_t TexturePool::pooledCount(const std::string& poolKey) const {
   return found == pool_.end() ? 0 : found->second.size();
 }
 
+void releaseWhenCompleted(const std::shared_ptr<TexturePool>& pool, platform::gpu::CommandBuffer& commandBuffer,
+                          std::vector<std::shared_ptr<platform::gpu::Texture>> textures) {
+  if (textures.empty()) return;
+  commandBuffer.addCompletedHandler([pool, textures = std::move(textures)](platform::gpu::CommandBuffer&) {
+    for (const auto& texture : textures) pool->release(texture);
+  });
+}
+
+std::shared_ptr<platform::gpu::Texture> PoolLoans::acquire(int64_t width, int64_t height,
+                                                           platform::gpu::PixelFormat pixelFormat, uint32_t usage) {
+  auto texture = pool_->acquire(width, height, pixelFormat, usage);
+  if (texture) taken_.push_back(texture);
+  return texture;
+}
+
 }  // namespace halvane

@@ -11,6 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "Platform/Gpu/CommandBuffer.h"
 #include "Platform/Gpu/Device.h"
 
 namespace halvane {
@@ -38,6 +39,31 @@ class TexturePool {
   const Allocator allocate_;
   mutable std::mutex lock_;
   std::unordered_map<std::string, std::vector<std::shared_ptr<platform::gpu::Texture>>> pool_;
+};
+
+// Gives `textures` back to `pool` once `commandBuffer` has completed, when the GPU is
+// done with them.
+void releaseWhenCompleted(const std::shared_ptr<TexturePool>& pool, platform::gpu::CommandBuffer& commandBuffer,
+                          std::vector<std::shared_ptr<platform::gpu::Texture>> textures);
+
+// The intermediates one pass takes from the pool for one command buffer: each goes back
+// when the buffer has completed, however the encoding ended.
+class PoolLoans {
+ public:
+  PoolLoans(std::shared_ptr<TexturePool> pool, platform::gpu::CommandBuffer& commandBuffer)
+      : pool_(std::move(pool)), commandBuffer_(commandBuffer) {}
+  ~PoolLoans() { releaseWhenCompleted(pool_, commandBuffer_, std::move(taken_)); }
+  PoolLoans(const PoolLoans&) = delete;
+  PoolLoans& operator=(const PoolLoans&) = delete;
+
+  // As TexturePool::acquire.
+  std::shared_ptr<platform::gpu::Texture> acquire(int64_t width, int64_t height, platform::gpu::PixelFormat pixelFormat,
+                                                  uint32_t usage);
+
+ private:
+  const std::shared_ptr<TexturePool> pool_;
+  platform::gpu::CommandBuffer& commandBuffer_;
+  std::vector<std::shared_ptr<platform::gpu::Texture>> taken_;
 };
 
 }  // namespace halvane
