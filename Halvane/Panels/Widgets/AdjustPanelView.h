@@ -11,22 +11,19 @@
 
 #include "Halvane/Model/AdjustTool.h"
 #include "Halvane/Panels/AdjustPanelState.h"
+#include "Halvane/Panels/Widgets/ToolCard.h"
 
-class QLabel;
 class QScrollArea;
 
 namespace halvane::panels {
 
 class AdjustToolButton;
 class CapsuleButton;
-class IconButton;
 
-class AdjustPanelView : public QWidget {
+class AdjustPanelView : public ToolCard {
   Q_OBJECT
 
 public:
-  static constexpr int kHeaderHeight = 48;
-
   explicit AdjustPanelView(QWidget* parent = nullptr);
 
   // Highlights one button, or none, without reporting it.
@@ -37,18 +34,13 @@ public:
   QSize sizeHint() const override;
 
   AdjustToolButton* toolButton(AdjustTool tool) const { return toolButtons_[static_cast<size_t>(tool)]; }
-  IconButton* cancelButton() const { return cancelButton_; }
-  IconButton* confirmButton() const { return confirmButton_; }
   CapsuleButton* resetAllButton() const { return resetAllButton_; }
 
   std::function<void(std::optional<AdjustTool>)> onToolSelected;
   std::function<void()> onResetAll;
-  std::function<void()> onCancel;
-  std::function<void()> onConfirm;
 
 protected:
-  void paintEvent(QPaintEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
+  void layoutContent(const QRect& area) override;
 
 private:
   void tapped(AdjustTool tool);
@@ -57,10 +49,7 @@ private:
   AdjustPanelState state_;
   std::array<AdjustToolButton*, kAdjustTools.size()> toolButtons_{};
   QScrollArea* toolScrollView_;
-  IconButton* cancelButton_;
-  IconButton* confirmButton_;
   CapsuleButton* resetAllButton_;
-  QLabel* titleLabel_;
 };
 
 }  // namespace halvane::panels
