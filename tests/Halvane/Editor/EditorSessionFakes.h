@@ -5,9 +5,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <deque>
-#include <map>
+#include <cstdlib>
+#include <fstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Halvane/Editor/EditorSession.h"
@@ -17,18 +18,21 @@
 namespace halvane::editor_test {
 
 template <typename Base>
-class Fake : public Base {
- public:
-  template <typename... Args>
-  explicit Fake(Args&&... args) : Base(std::forward<Args>(args)...) {}
-  void setHidden(bool hidden) override { this->hidden = hidden; }
+struct Fake : Base {
+  using Base::Base;
+  void setHidden(bool value) override { hidden = value; }
   bool isHidden() const override { return hidden; }
-  void setAlpha(double alpha) override { this->alpha = alpha; }
+  void setAlpha(double value) override { alpha = value; }
   bool hidden = true;
   double alpha = 1;
 };
 
-using FakePanel = Fake<ToolPanel>;
+template <typename View>
+std::shared_ptr<View> shownView() {
+  auto view = std::make_shared<View>();
+  view->hidden = false;
+  return view;
+}
 
 struct FakeAdjustPanel final : Fake<AdjustPanel> {
   void selectTool(std::optional<AdjustTool> tool) override { selected = tool; }
@@ -65,17 +69,14 @@ struct FakeToolStrip final : Fake<ToolStripView> {
 struct FakeUndoRedo final : Fake<UndoRedoView> {
   void setUndoEnabled(bool value) override { undoEnabled = value; }
   void setRedoEnabled(bool value) override { redoEnabled = value; }
-  bool undoEnabled = false;
-  bool redoEnabled = false;
+  bool undoEnabled = false, redoEnabled = false;
 };
 
 struct FakeTransition final : ToolTransition {
   bool isRunning() const override { return running; }
   void stopAtCurrentPosition() override { end(false); }
   void end(bool atEnd) {
-    if (!running) return;
-    running = false;
-    completion(atEnd);
+    if (std::exchange(running, false)) completion(atEnd);
   }
   bool running = true;
   std::function<void(bool)> completion;
@@ -83,12 +84,8 @@ struct FakeTransition final : ToolTransition {
 
 struct FakeProgress final : ExportProgressView {
   void setProgress(float fraction) override { progress.push_back(fraction); }
-  void fadeOut(std::function<void()> whenGone) override {
-    ++fadeOuts;
-    whenGone();
-  }
+  void fadeOut(std::function<void()> whenGone) override { whenGone(); }
   std::vector<float> progress;
-  int fadeOuts = 0;
 };
 
 struct FakeScreen final : EditorScreen {
@@ -97,10 +94,9 @@ struct FakeScreen final : EditorScreen {
   std::shared_ptr<ToolTransition> startTransition(SpringTiming, std::function<void()> changes,
                                                   std::function<void(bool)> completion) override {
     changes();  // the values animated to
-    auto transition = std::make_shared<FakeTransition>();
-    transition->completion = std::move(completion);
-    transitions.push_back(transition);
-    return transition;
+    transitions.push_back(std::make_shared<FakeTransition>());
+    transitions.back()->completion = std::move(completion);
+    return transitions.back();
   }
   void tiePreviewBottom(std::optional<MediaTool> panel) override { previewBottom = panel; }
   std::shared_ptr<PreviewView> makePreviewView() override { return std::make_shared<PreviewView>(); }
@@ -119,26 +115,19 @@ struct FakeScreen final : EditorScreen {
   }
   std::shared_ptr<ExportProgressView> showExportProgress(bool indeterminate) override {
     progressIndeterminate = indeterminate;
-    progressViews.push_back(std::make_shared<FakeProgress>());
-    return progressViews.back();
+    return progressViews.emplace_back(std::make_shared<FakeProgress>());
   }
-  void dismiss(bool) override {
-    ++dismissals;
-    dismissed = true;
-  }
-  bool isBeingDismissed() const override { return dismissed; }
+  void dismiss(bool) override { ++dismissals; }
+  bool isBeingDismissed() const override { return dismissals > 0; }
 
-  bool window = false;
+  bool window = false, progressIndeterminate = false;
   int purges = 0, dismissals = 0;
-  bool dismissed = false;
   std::optional<MediaTool> previewBottom;
   std::vector<std::shared_ptr<FakeTransition>> transitions;
   std::vector<EditorAlert> alerts;
-  std::vector<std::function<void()>> alertButtons;
+  std::vector<std::function<void()>> alertButtons, shareCompletions;
   std::vector<ShareItem> shared;
-  std::vector<std::function<void()>> shareCompletions;
   std::vector<std::shared_ptr<FakeProgress>> progressViews;
-  bool progressIndeterminate = false;
 };
 
 struct FakePhotoExport final : PhotoExportService {
@@ -147,14 +136,12 @@ struct FakePhotoExport final : PhotoExportService {
     renderedStates.push_back(state);
     renders.push_back(std::move(completion));
   }
-  void writeJPEG(platform::media::Image image, PhotoExportPreset,
+  void writeJPEG(platform::media::Image, PhotoExportPreset,
                  std::function<void(std::optional<std::filesystem::path>)> completion) override {
-    jpegs.push_back(image);
     writes.push_back(std::move(completion));
   }
   std::vector<EditState> renderedStates;
   std::vector<std::function<void(std::optional<platform::media::Image>)>> renders;
-  std::vector<platform::media::Image> jpegs;
   std::vector<std::function<void(std::optional<std::filesystem::path>)>> writes;
 };
 
@@ -178,8 +165,7 @@ struct FakeVideo final : EditorVideo {
   }
   void cancelExport() override { ++cancels; }
 
-  bool loaded = false;
-  bool playing = false;
+  bool loaded = false, playing = false;
   float volume = -1;
   int stops = 0, cancels = 0;
   EditState shown;
@@ -204,26 +190,25 @@ struct FakeVideoLoader final : EditorVideoLoader {
 
 struct FakeDelegate final : MediaViewControllerDelegate {
   void mediaViewControllerDidFinish(EditorSession&, const HalvaneExportResult& result) override {
-    calls.push_back("finish");
     results.push_back(result);
-    if (onFinishOrClose) onFinishOrClose();
+    call("finish", true);
   }
-  void mediaViewControllerDidCancel(EditorSession&) override {
-    calls.push_back("cancel");
-    if (onFinishOrClose) onFinishOrClose();
-  }
-  void mediaViewControllerWillBeginExport(EditorSession&) override { calls.push_back("willBegin"); }
+  void mediaViewControllerDidCancel(EditorSession&) override { call("cancel", true); }
+  void mediaViewControllerWillBeginExport(EditorSession&) override { call("willBegin"); }
   void mediaViewControllerDidFail(EditorSession&, const EditorError& error) override {
-    calls.push_back("fail");
+    call("fail");
     errors.push_back(error);
   }
   void mediaViewControllerDidOpenTool(EditorSession& session, MediaTool tool) override {
-    calls.push_back(std::string("open ") + std::string(mediaToolInfo(tool).rawValue));
+    call("open " + std::string(mediaToolInfo(tool).rawValue));
     toolWasActiveAtOpen = session.isToolActive();
   }
   void mediaViewControllerDidCloseTool(EditorSession&, MediaTool tool, bool applied) override {
-    calls.push_back(std::string("close ") + std::string(mediaToolInfo(tool).rawValue) + (applied ? " applied" : ""));
-    if (onFinishOrClose) onFinishOrClose();
+    call("close " + std::string(mediaToolInfo(tool).rawValue) + (applied ? " applied" : ""), true);
+  }
+  void call(std::string name, bool finishOrClose = false) {
+    calls.push_back(std::move(name));
+    if (finishOrClose && onFinishOrClose) onFinishOrClose();
   }
   // A host that lets go of the session from inside these calls.
   std::function<void()> onFinishOrClose;
@@ -233,56 +218,104 @@ struct FakeDelegate final : MediaViewControllerDelegate {
   bool toolWasActiveAtOpen = false;
 };
 
-// A plain opaque picture of the given size and orientation.
-platform::media::Image makeImage(int width, int height,
-                                 platform::media::ImageOrientation orientation = platform::media::ImageOrientation::up);
+// A plain opaque picture of the given size and orientation ({} is up).
+inline platform::media::Image makeImage(int width, int height, platform::media::ImageOrientation orientation = {}) {
+  return {width, height, std::vector<std::uint8_t>(size_t(width) * height * 4, 255), orientation, {}};
+}
 
-EditState withExposure(float exposure);
+inline EditState withExposure(float exposure) {
+  EditState state;
+  state.exposure = exposure;
+  return state;
+}
 
 class EditorSessionTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite();
-  static void TearDownTestSuite();
-  void SetUp() override;
-  void TearDown() override;
+  static void SetUpTestSuite() {
+    RenderingEngineOptions options;
+    options.device.preferredDevice = "cpu";
+    container = AppContainer::create(HalvaneConfig{}, options);
+  }
+  static void TearDownTestSuite() { container.reset(); }
+  void SetUp() override {
+    platform::dispatch::MainQueue::setShared(queue);
+    platform::dispatch::setDisplayLinkFactory(links.factory());
+    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+    tempFolder = std::filesystem::temp_directory_path() /
+                 (std::string("editor-session-") + info->test_suite_name() + "-" + info->name());
+    std::filesystem::remove_all(tempFolder);
+    std::filesystem::create_directories(tempFolder);
+    setenv("TMPDIR", tempFolder.c_str(), 1);
+    for (MediaTool tool : kAllMediaTools) panels[size_t(tool)] = std::make_shared<Fake<ToolPanel>>(tool);
+  }
+  void TearDown() override {
+    unsetenv("TMPDIR");
+    std::filesystem::remove_all(tempFolder);
+    platform::dispatch::setDisplayLinkFactory(nullptr);
+    container->renderingEngine->stopDisplayLink();
+    container->setConfiguration(HalvaneConfig{});
+    queue->runUntilIdle();
+    platform::dispatch::MainQueue::setShared(nullptr);
+  }
 
   // A loaded session on `content`; the configuration is set first.
-  std::shared_ptr<EditorSession> open(MediaContent content, HalvaneConfig config = {});
-  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) {
-    return open(makeImage(8, 6), std::move(config));
+  std::shared_ptr<EditorSession> open(MediaContent content, HalvaneConfig config = {}) {
+    container->setConfiguration(std::move(config));
+    EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           adjustSlider,  filterSliderBar,
+                      adjustSliderBar, adjustPresetRow, focusControls, focusOverlay, cropOverlay};
+    std::copy(panels.begin(), panels.end(), views.panels.begin());
+    views.panels[size_t(MediaTool::adjust)] = adjustPanel;
+    auto session = EditorSession::create(std::move(content), container, views, screen,
+                                         realServices ? EditorServices{} : EditorServices{photoExport, videoLoader});
+    session->setDelegate(delegate);
+    session->viewDidLoad();
+    return session;
   }
-  std::shared_ptr<EditorSession> openVideo(std::filesystem::path url, HalvaneConfig config = {});
+  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) { return open(makeImage(8, 6), config); }
+  std::shared_ptr<EditorSession> openVideo(std::filesystem::path url, HalvaneConfig config = {}) {
+    return open(std::move(url), std::move(config));
+  }
   // A confirmed tool session that commits `state`.
-  void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust);
+  void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust) {
+    session.enterTool(tool);
+    session.setWorkingState(state);
+    panel(tool).onConfirm();
+  }
   const EditState& previewState() const { return container->renderingEngine->previewState(); }
   ToolPanel& panel(MediaTool tool) {
-    if (tool == MediaTool::adjust) return *adjustPanel;
-    return *panels[static_cast<size_t>(tool)];
+    return tool == MediaTool::adjust ? *adjustPanel : static_cast<ToolPanel&>(*panels[size_t(tool)]);
   }
-  bool panelHidden(MediaTool tool) {
-    return tool == MediaTool::adjust ? adjustPanel->hidden : panels[size_t(tool)]->hidden;
-  }
+  bool panelHidden(MediaTool tool) { return panel(tool).isHidden(); }
   double panelAlpha(MediaTool tool) {
     return tool == MediaTool::adjust ? adjustPanel->alpha : panels[size_t(tool)]->alpha;
   }
-  // A file in this test's temporary folder.
-  std::filesystem::path makeTempFile(const std::string& name);
+  // A file in the application's own temporary folder.
+  std::filesystem::path makeTempFile(const std::string& name) {
+    const auto path = makeTemporaryDirectory() / name;
+    std::ofstream(path) << "x";
+    return path;
+  }
 
   // Open sessions on the engine's own services instead of the fakes.
   bool realServices = false;
-  static std::shared_ptr<AppContainer> container;
-  std::shared_ptr<platform::dispatch::ManualMainQueue> queue;
+  static inline std::shared_ptr<AppContainer> container;
+  std::shared_ptr<platform::dispatch::ManualMainQueue> queue = std::make_shared<platform::dispatch::ManualMainQueue>();
   platform::dispatch::ManualDisplayLinkFactory links;
   std::filesystem::path tempFolder;
   std::shared_ptr<FakeScreen> screen = std::make_shared<FakeScreen>();
   std::shared_ptr<FakePhotoExport> photoExport = std::make_shared<FakePhotoExport>();
   std::shared_ptr<FakeVideoLoader> videoLoader = std::make_shared<FakeVideoLoader>();
   std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>();
-  std::shared_ptr<Fake<FadingView>> topBar, filterSliderBar, adjustSliderBar, adjustPresetRow, focusControls,
-      focusOverlay, cropOverlay;
-  std::shared_ptr<FakeUndoRedo> undoRedoBar;
-  std::shared_ptr<FakeToolStrip> toolStrip;
-  std::array<std::shared_ptr<FakePanel>, 6> panels;
+  std::shared_ptr<Fake<FadingView>> topBar = shownView<Fake<FadingView>>(),
+                                    filterSliderBar = std::make_shared<Fake<FadingView>>(),
+                                    adjustSliderBar = std::make_shared<Fake<FadingView>>(),
+                                    adjustPresetRow = std::make_shared<Fake<FadingView>>(),
+                                    focusControls = std::make_shared<Fake<FadingView>>(),
+                                    focusOverlay = std::make_shared<Fake<FadingView>>(),
+                                    cropOverlay = std::make_shared<Fake<FadingView>>();
+  std::shared_ptr<FakeUndoRedo> undoRedoBar = shownView<FakeUndoRedo>();
+  std::shared_ptr<FakeToolStrip> toolStrip = shownView<FakeToolStrip>();
+  std::array<std::shared_ptr<Fake<ToolPanel>>, 6> panels;
   std::shared_ptr<FakeAdjustPanel> adjustPanel = std::make_shared<FakeAdjustPanel>();
   std::shared_ptr<FakeAdjustSlider> adjustSlider = std::make_shared<FakeAdjustSlider>();
 };

@@ -49,18 +49,13 @@ TEST_F(ExportFlowTest, AnUneditedMediumPassesThroughWithoutARender) {
 }
 
 TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
-  struct Case {
-    PhotoExportPreset preset;
-    int width, height;
-  };
-  const Case cases[] = {{PhotoExportPreset::compressed, 2048, 1536},
-                        {PhotoExportPreset::balanced, 4000, 3000},
-                        {PhotoExportPreset::maxQuality, 4000, 3000}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(int(c.preset));
+  for (const auto& [preset, width, height] : {std::tuple(PhotoExportPreset::compressed, 2048, 1536),
+                                               std::tuple(PhotoExportPreset::balanced, 4000, 3000),
+                                               std::tuple(PhotoExportPreset::maxQuality, 4000, 3000)}) {
+    SCOPED_TRACE(int(preset));
     delegate->results.clear();
     photoExport->renders.clear();
-    auto session = openPhoto(withPhotoPreset(c.preset));
+    auto session = openPhoto(withPhotoPreset(preset));
     commit(*session, withExposure(0.5f));
     session->shareTapped();
     EXPECT_TRUE(screen->progressIndeterminate);
@@ -68,8 +63,7 @@ TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
     photoExport->renders[0](makeImage(4000, 3000));
     ASSERT_EQ(delegate->results.size(), 1u);
     const auto& image = std::get<platform::media::Image>(delegate->results[0]);
-    EXPECT_EQ(image.width, c.width);
-    EXPECT_EQ(image.height, c.height);
+    EXPECT_EQ(std::pair(image.width, image.height), std::pair(width, height));
     EXPECT_FALSE(session->isExporting());
   }
 }
@@ -112,34 +106,30 @@ TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
     EXPECT_EQ(screen->alerts, host ? std::vector<EditorAlert>{} : std::vector<EditorAlert>{kExportErrorAlert});
   }
   ASSERT_EQ(delegate->errors.size(), 1u);
-  EXPECT_EQ(delegate->errors[0].domain, "Halvane");
-  EXPECT_EQ(delegate->errors[0].code, 2);
-  EXPECT_EQ(delegate->errors[0].localizedDescription, "Photo export failed");
+  const EditorError& error = delegate->errors[0];
+  EXPECT_EQ(std::tie(error.domain, error.code, error.localizedDescription),
+            std::tuple("Halvane", 2, "Photo export failed"));
 }
 
 TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
-  struct Case {
-    const char* name;
-    std::function<void(std::shared_ptr<EditorSession>&)> end;
-    size_t errors;
-  };
-  const Case cases[] = {
+  using End = std::function<void(std::shared_ptr<EditorSession>&)>;
+  const std::tuple<const char*, End, size_t> cases[] = {
       {"the card's cancel", [this](auto&) { screen->progressViews.back()->onCancel(); }, 1},
       {"the close button", [](auto& session) { session->closeTapped(); }, 1},
       {"the session gone", [](auto& session) { session.reset(); }, 0},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, end, errors] : cases) {
+    SCOPED_TRACE(name);
     delegate->errors.clear();
     photoExport->renders.clear();
     auto session = openPhoto();
     commit(*session, withExposure(0.5f));
     session->shareTapped();
-    c.end(session);
+    end(session);
     EXPECT_FALSE(session && session->isExporting());
     photoExport->renders[0](makeImage(8, 6));
     EXPECT_TRUE(delegate->results.empty());
-    ASSERT_EQ(delegate->errors.size(), c.errors);
+    ASSERT_EQ(delegate->errors.size(), errors);
     for (const auto& error : delegate->errors) EXPECT_EQ(error.code, kUserCancelledErrorCode);
   }
 }
@@ -179,38 +169,32 @@ TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
 
 TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
   enum class Stop { none, card, close };  // what the user did before the result came
-  struct Case {
-    bool cancelled;
-    Stop stop;
-    bool host;
-    std::vector<std::string> errors;  // what the host heard, in order
-    size_t alerts;
-  };
   const std::string cancel = "Export cancelled by user", setup = "Failed to set up asset writer";
-  const Case cases[] = {
+  // cancelled, stop, a host, what the host heard in order, alerts
+  const std::tuple<bool, Stop, bool, std::vector<std::string>, size_t> cases[] = {
       {true, Stop::card, true, {cancel}, 0}, {true, Stop::card, false, {}, 0},  {true, Stop::close, true, {cancel}, 0},
       {false, Stop::none, true, {setup}, 0}, {false, Stop::none, false, {}, 1}, {false, Stop::close, true, {cancel}, 0},
       {false, Stop::close, false, {}, 1},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(::testing::Message() << c.cancelled << int(c.stop) << c.host);
+  for (const auto& [cancelled, stop, host, errors, alerts] : cases) {
+    SCOPED_TRACE(::testing::Message() << cancelled << int(stop) << host);
     screen = std::make_shared<FakeScreen>();
     videoLoader->video = std::make_shared<FakeVideo>();
     delegate->errors.clear();
     auto session = openVideo(tempFolder / "clip.mov");
-    if (!c.host) session->setDelegate({});
+    if (!host) session->setDelegate({});
     commit(*session, withExposure(0.5f));
     session->shareTapped();
-    if (c.stop == Stop::card) screen->progressViews[0]->onCancel();
-    if (c.stop == Stop::close) session->closeTapped();
-    EXPECT_EQ(videoLoader->video->cancels, c.stop == Stop::none ? 0 : 1);
+    if (stop == Stop::card) screen->progressViews[0]->onCancel();
+    if (stop == Stop::close) session->closeTapped();
+    EXPECT_EQ(videoLoader->video->cancels, stop == Stop::none ? 0 : 1);
     videoLoader->video->completions[0](
-        platform::unexpected(c.cancelled ? VideoRenderError::cancelled() : VideoRenderError::writerSetupFailed()));
+        platform::unexpected(cancelled ? VideoRenderError::cancelled() : VideoRenderError::writerSetupFailed()));
     EXPECT_FALSE(session->isExporting());
     std::vector<std::string> heard;
     for (const auto& error : delegate->errors) heard.push_back(error.localizedDescription);
-    EXPECT_EQ(heard, c.errors);
-    EXPECT_EQ(screen->alerts.size(), c.alerts);
+    EXPECT_EQ(heard, errors);
+    EXPECT_EQ(screen->alerts.size(), alerts);
   }
 }
 
@@ -221,8 +205,8 @@ TEST_F(ExportFlowTest, AVideoThatNeverLoadedFailsWithCodeThree) {
   session->shareTapped();
   EXPECT_FALSE(session->isExporting());
   ASSERT_EQ(delegate->errors.size(), 1u);
-  EXPECT_EQ(delegate->errors[0].code, 3);
-  EXPECT_EQ(delegate->errors[0].localizedDescription, "No video asset");
+  const EditorError& error = delegate->errors[0];
+  EXPECT_EQ(std::tie(error.code, error.localizedDescription), std::tuple(3, "No video asset"));
 }
 
 TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredOneDoesNot) {

@@ -6,39 +6,33 @@ namespace {
 using ToolSessionTest = EditorSessionTest;
 
 TEST_F(ToolSessionTest, OnlyAConfirmedChangeReachesTheHistory) {
-  struct Case {
-    const char* name;
-    std::vector<float> exposures;  // set one after the other inside the session
-    bool confirm;
-    size_t undoSize, redoSize;
-    float shown;
-  };
-  const Case cases[] = {
+  // exposures set one after the other inside the session, confirmed, undo and redo sizes, shown
+  const std::tuple<const char*, std::vector<float>, bool, size_t, size_t, float> cases[] = {
       {"confirm without a change", {}, true, 0, 1, 0},
       {"a change taken back", {1, 0}, true, 0, 1, 0},
       {"many changes, one entry", {0.1f, 0.2f, 0.3f}, true, 1, 0, 0.3f},
       {"cancel after many changes", {1, 2, -1}, false, 0, 1, 0},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, exposures, confirm, undoSize, redoSize, shown] : cases) {
+    SCOPED_TRACE(name);
     auto session = openPhoto();
     commit(*session, withExposure(0.5f));
     session->undoTapped();  // a redo stack to keep or clear
     session->enterFilterTool();
-    for (float exposure : c.exposures) {
+    for (float exposure : exposures) {
       session->setWorkingState(withExposure(exposure));
       session->applyPreviewState(session->workingState());
     }
-    c.confirm ? panel(MediaTool::filter).onConfirm() : panel(MediaTool::filter).onCancel();
-    EXPECT_EQ(session->editHistory().undoStack().size(), c.undoSize);
-    EXPECT_EQ(session->editHistory().redoStack().size(), c.redoSize);
-    EXPECT_EQ(undoRedoBar->undoEnabled, c.undoSize > 0);
-    EXPECT_EQ(undoRedoBar->redoEnabled, c.redoSize > 0);
-    EXPECT_EQ(previewState(), withExposure(c.shown));
+    confirm ? panel(MediaTool::filter).onConfirm() : panel(MediaTool::filter).onCancel();
+    EXPECT_EQ(session->editHistory().undoStack().size(), undoSize);
+    EXPECT_EQ(session->editHistory().redoStack().size(), redoSize);
+    EXPECT_EQ(std::pair(undoRedoBar->undoEnabled, undoRedoBar->redoEnabled), std::pair(undoSize > 0, redoSize > 0));
+    EXPECT_EQ(previewState(), withExposure(shown));
   }
 }
 
-TEST_F(ToolSessionTest, AfterACancelUndoGoesToTheStepBeforeTheSession) {
+TEST_F(ToolSessionTest, UndoAroundAToolSession) {
+  // After a cancel, undo goes to the step before the session.
   auto session = openPhoto();
   commit(*session, withExposure(0.5f));
   session->enterFocusTool();
@@ -49,6 +43,17 @@ TEST_F(ToolSessionTest, AfterACancelUndoGoesToTheStepBeforeTheSession) {
   EXPECT_EQ(previewState(), EditState{});
   session->redoTapped();
   EXPECT_EQ(previewState(), withExposure(0.5f));
+
+  // An undo during the enter transition is served, and the tool keeps its entry state:
+  // confirming without a change compares with that, not with the history's.
+  screen->window = true;
+  session->enterAdjustTool();
+  session->undoTapped();
+  EXPECT_EQ(previewState(), EditState{});
+  EXPECT_EQ(session->stateBeforeAdjust(), withExposure(0.5f));
+  panel(MediaTool::adjust).onConfirm();
+  EXPECT_EQ(session->editHistory().currentState(), EditState{});
+  EXPECT_TRUE(session->editHistory().canRedo());
 }
 
 TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
@@ -67,12 +72,9 @@ TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
       for (MediaTool other : kAllMediaTools) EXPECT_EQ(panelHidden(other), other != tool);
       EXPECT_TRUE(topBar->hidden);  // no window: at once
       applied ? panel(tool).onConfirm() : panel(tool).onCancel();
-      EXPECT_FALSE(session->isToolActive());
-      EXPECT_TRUE(panelHidden(tool));
+      EXPECT_FALSE(session->isToolActive() || toolStrip->selected || screen->previewBottom);
+      EXPECT_TRUE(panelHidden(tool) && toolStrip->interactive);
       EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-      EXPECT_TRUE(toolStrip->interactive);
-      EXPECT_FALSE(toolStrip->selected);
-      EXPECT_FALSE(screen->previewBottom);
       EXPECT_EQ(delegate->calls,
                 (std::vector<std::string>{"open " + name, "close " + name + (applied ? " applied" : "")}));
     }
@@ -80,25 +82,18 @@ TEST_F(ToolSessionTest, EveryToolTellsTheHostAndEndsInIdle) {
 }
 
 TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
-  struct Case {
-    const char* name;
-    bool video;
-    MediaTool tool;
-  };
-  for (const Case& c :
-       {Case{"trim on a photo", false, MediaTool::trim}, Case{"audio on a photo", false, MediaTool::audio},
-        Case{"trim before the track's properties", true, MediaTool::trim}}) {
-    SCOPED_TRACE(c.name);
-    auto session = c.video ? openVideo(tempFolder / "clip.mov") : openPhoto();
-    session->toolSelected(c.tool);
+  for (const auto& [name, video, tool] :
+       {std::tuple("trim on a photo", false, MediaTool::trim), std::tuple("audio on a photo", false, MediaTool::audio),
+        std::tuple("trim before the track's properties", true, MediaTool::trim)}) {
+    SCOPED_TRACE(name);
+    auto session = video ? openVideo(tempFolder / "clip.mov") : openPhoto();
+    session->toolSelected(tool);
     EXPECT_FALSE(session->isToolActive());
-    EXPECT_TRUE(delegate->calls.empty());
-    EXPECT_TRUE(panelHidden(c.tool));
-    EXPECT_TRUE(toolStrip->interactive);
+    EXPECT_TRUE(delegate->calls.empty() && panelHidden(tool) && toolStrip->interactive);
   }
 }
 
-TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothing) {
+TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothingAndInterruptionsHideNothing) {
   auto session = openPhoto();
   screen->window = true;
   session->toolSelected(MediaTool::filter);
@@ -109,48 +104,39 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothing) {
   EXPECT_EQ(session->activeTool(), MediaTool::filter);
   EXPECT_TRUE(panelHidden(MediaTool::adjust));
   EXPECT_EQ(screen->transitions.size(), 1u);
-}
 
-TEST_F(ToolSessionTest, InterruptedTransitionsHideNothing) {
-  auto session = openPhoto();
-  screen->window = true;
-  session->enterAdjustTool();
-  panel(MediaTool::adjust).onCancel();  // interrupts the enter
-  session->enterAdjustTool();           // interrupts the exit
+  panel(MediaTool::filter).onCancel();  // interrupts the enter
+  session->enterFilterTool();           // interrupts the exit
   ASSERT_EQ(screen->transitions.size(), 3u);
   EXPECT_FALSE(screen->transitions[0]->running || screen->transitions[1]->running);
   EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::adjust));
+  EXPECT_FALSE(panelHidden(MediaTool::filter));
   screen->transitions[2]->end(true);  // the last one decides
   EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::adjust));
-  EXPECT_EQ(panelAlpha(MediaTool::adjust), 1);
+  EXPECT_FALSE(panelHidden(MediaTool::filter));
+  EXPECT_EQ(panelAlpha(MediaTool::filter), 1);
 }
 
 TEST_F(ToolSessionTest, AnExitFadesAndThenHidesTheToolsOwnViews) {
-  struct Case {
-    MediaTool tool;
-    std::vector<Fake<FadingView>*> side;
-  };
-  const Case cases[] = {{MediaTool::adjust, {adjustSliderBar.get(), adjustPresetRow.get()}},
-                        {MediaTool::filter, {filterSliderBar.get()}},
-                        {MediaTool::focus, {focusControls.get()}},
-                        {MediaTool::transform, {}}};
+  const std::pair<MediaTool, std::vector<Fake<FadingView>*>> cases[] = {
+      {MediaTool::adjust, {adjustSliderBar.get(), adjustPresetRow.get()}},
+      {MediaTool::filter, {filterSliderBar.get()}},
+      {MediaTool::focus, {focusControls.get()}},
+      {MediaTool::transform, {}}};
   auto session = openPhoto();
   screen->window = true;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(mediaToolInfo(c.tool).rawValue);
-    session->enterTool(c.tool);
-    for (auto* view : c.side) view->hidden = false;
+  for (const auto& [tool, side] : cases) {
+    SCOPED_TRACE(mediaToolInfo(tool).rawValue);
+    session->enterTool(tool);
+    for (auto* view : side) view->hidden = false;
     screen->transitions.back()->end(true);
-    panel(c.tool).onConfirm();
-    EXPECT_EQ(topBar->alpha, 1);
-    EXPECT_EQ(panelAlpha(c.tool), 0);
-    for (auto* view : c.side) EXPECT_EQ(view->alpha, 0);
-    EXPECT_FALSE(panelHidden(c.tool));
+    panel(tool).onConfirm();
+    EXPECT_EQ(std::pair(topBar->alpha, panelAlpha(tool)), std::pair(1.0, 0.0));
+    for (auto* view : side) EXPECT_EQ(view->alpha, 0);
+    EXPECT_FALSE(panelHidden(tool));
     screen->transitions.back()->end(true);
-    EXPECT_TRUE(panelHidden(c.tool));
-    for (auto* view : c.side) EXPECT_TRUE(view->hidden);
+    EXPECT_TRUE(panelHidden(tool));
+    for (auto* view : side) EXPECT_TRUE(view->hidden);
   }
 }
 
@@ -182,20 +168,6 @@ TEST_F(ToolSessionTest, AVideoShowsTheStateAndPlaysAtItsVolume) {
   state.audioMuted = true;
   session->applyPreviewState(state);
   EXPECT_EQ(videoLoader->video->volume, 0);
-}
-
-TEST_F(ToolSessionTest, UndoDuringTheEnterTransitionIsServedAndTheToolKeepsItsEntryState) {
-  auto session = openPhoto();
-  commit(*session, withExposure(0.5f));
-  screen->window = true;
-  session->enterAdjustTool();
-  session->undoTapped();
-  EXPECT_EQ(previewState(), EditState{});
-  EXPECT_EQ(session->stateBeforeAdjust(), withExposure(0.5f));
-  // Confirming without a change compares with the entry state, not the history's.
-  panel(MediaTool::adjust).onConfirm();
-  EXPECT_EQ(session->editHistory().currentState(), EditState{});
-  EXPECT_TRUE(session->editHistory().canRedo());
 }
 
 TEST_F(ToolSessionTest, AHostMayLetGoOfTheSessionInsideItsCall) {
