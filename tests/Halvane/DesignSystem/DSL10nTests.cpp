@@ -1,27 +1,41 @@
-// The text look-up: English defaults without a table, the German table compiled into
-// the resource bundle, the desktop's language chosen from the environment, and the
+// The texts: the table, which must agree with the texts the model declares for its own
+// types; the look-up with English defaults without a table, the German table compiled
+// into the resource bundle, the desktop's language chosen from the environment; and the
 // German source file kept in step with the text table and the looks of the catalogue.
 #include <gtest/gtest.h>
 
-#include <QCoreApplication>
 #include <QFile>
 #include <QXmlStreamReader>
 
 #include <map>
-#include <memory>
+#include <set>
 #include <string>
 
+#include "Halvane/DesignSystem/DSL10n.h"
 #include "Halvane/DesignSystem/Widgets/DSL10nLookup.h"
-#include "Support/QtApplicationEnvironment.h"
+#include "Halvane/Model/FilterCatalogue.h"
+#include "Halvane/Model/FocusMode.h"
+#include "Halvane/Model/MediaTool.h"
 
 using namespace halvane;
 
 namespace {
 
-const auto* const kApplication =
-    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QCoreApplication>);
-
 QString qs(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
+
+TEST(DSL10nTable, KeysAreUniqueWithTextsAndCommentsAndAgreeWithTheModelsOwnTexts) {
+  std::map<std::string_view, LocalizedText> entries;
+  for (const LocalizedText& entry : DSL10n::allEntries()) {
+    EXPECT_TRUE(entries.emplace(entry.key, entry).second) << entry.key;
+    EXPECT_FALSE(entry.defaultText.empty() || entry.comment.empty()) << entry.key;
+  }
+  auto expectEntry = [&](const LocalizedText& text) {
+    EXPECT_TRUE(entries.contains(text.key) && entries.at(text.key) == text) << text.key;
+  };
+  for (MediaTool tool : kAllMediaTools) expectEntry(mediaToolInfo(tool).title);
+  for (FocusMode mode : kAllFocusModes) expectEntry(focusModeTitle(mode));
+  for (FilterCategory category : kAllFilterCategories) expectEntry(displayName(category));
+}
 
 class DSL10nLookup : public ::testing::Test {
  protected:
@@ -71,26 +85,23 @@ TEST(DesktopLanguage, TheDesktopsLanguageChoosesTheTable) {
 TEST(GermanSource, HoldsEveryKeyAndLookWithItsDefaultTextAndComment) {
   QFile file(HALVANE_GERMAN_TS);
   ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-  struct Message {
-    QString source, comment, translation;
-  };
-  std::map<std::string, Message> messages;
+  std::map<std::string, std::array<QString, 3>> messages;  // source, comment, translation
   QXmlStreamReader xml(&file);
   std::string id;
   while (!xml.atEnd()) {
     if (xml.readNext() != QXmlStreamReader::StartElement) continue;
     if (xml.name() == u"message") id = xml.attributes().value("id").toString().toStdString();
-    else if (xml.name() == u"source") messages[id].source = xml.readElementText();
-    else if (xml.name() == u"extracomment") messages[id].comment = xml.readElementText();
-    else if (xml.name() == u"translation") messages[id].translation = xml.readElementText();
+    else if (xml.name() == u"source") messages[id][0] = xml.readElementText();
+    else if (xml.name() == u"extracomment") messages[id][1] = xml.readElementText();
+    else if (xml.name() == u"translation") messages[id][2] = xml.readElementText();
   }
   ASSERT_FALSE(xml.hasError()) << xml.errorString().toStdString();
   auto expectMessage = [&](std::string_view key, std::string_view source, std::string_view comment) {
     const auto found = messages.find(std::string(key));
     ASSERT_NE(found, messages.end()) << key;
-    EXPECT_EQ(found->second.source, qs(source)) << key;
-    EXPECT_EQ(found->second.comment, qs(comment)) << key;
-    EXPECT_FALSE(found->second.translation.isEmpty()) << key;
+    EXPECT_EQ(found->second[0], qs(source)) << key;
+    EXPECT_EQ(found->second[1], qs(comment)) << key;
+    EXPECT_FALSE(found->second[2].isEmpty()) << key;
   };
   for (const LocalizedText& entry : DSL10n::allEntries()) expectMessage(entry.key, entry.defaultText, entry.comment);
   expectMessage(FilterCatalogue::none().displayNameKey(), FilterCatalogue::none()._displayName, {});

@@ -1,26 +1,30 @@
-// The symbols: every name the editor and the shell draw has a glyph in the installed
-// icon font, under the icon's own name there, and draws sharp and tinted at any pixel
-// ratio.
+// The symbols: icon sizes from raw values; the symbol table, in which every name the
+// editor and the shell draw has a glyph in the installed icon font, under the icon's own
+// name there; and its drawing, sharp and tinted at any pixel ratio.
 #include <gtest/gtest.h>
 
 #include <QFile>
-#include <QGuiApplication>
+#include <QIcon>
 #include <QImage>
-#include <QPainter>
 #include <QRegularExpression>
 
 #include <map>
-#include <memory>
+#include <set>
 
+#include "Halvane/DesignSystem/DSIcon.h"
 #include "Halvane/DesignSystem/Widgets/DSSymbol.h"
-#include "Support/QtApplicationEnvironment.h"
+#include "Halvane/Model/MediaTool.h"
 
 using namespace halvane;
 
 namespace {
 
-const auto* const kApplication =
-    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QGuiApplication>);
+// A raw value names a size only when it is that size's points; any other is refused.
+TEST(DSIconSize, RawValuesRoundTripThroughTheFourSizesAndNothingElse) {
+  for (DSIcon::Size size : {DSIcon::Size::small, DSIcon::Size::medium, DSIcon::Size::large, DSIcon::Size::xl})
+    EXPECT_EQ(DSIcon::sizeFromRawValue(DSIcon::points(size)), size);
+  for (int raw : {0, 20, -16, 64}) EXPECT_FALSE(DSIcon::sizeFromRawValue(raw)) << raw;
+}
 
 // Every symbol name the screens use.
 constexpr std::string_view kUsedSymbols[] = {
@@ -32,7 +36,17 @@ constexpr std::string_view kUsedSymbols[] = {
     "speaker.slash", "speaker.wave.2", "square.and.arrow.up", "sun.and.horizon", "sun.max", "thermometer.medium",
     "triangle", "video.fill", "wand.and.stars", "waveform", "wifi.slash", "xmark"};
 
-TEST(DSSymbol, EveryUsedNameHasAGlyphTheFontHas) {
+TEST(DSSymbol, NamesAreUniqueAndEveryUsedNameHasAGlyphTheFontHas) {
+  std::set<std::string_view> names;
+  for (const DSIcon::SymbolGlyph& glyph : DSIcon::symbolGlyphs()) {
+    EXPECT_TRUE(names.insert(glyph.symbolName).second) << glyph.symbolName;
+    EXPECT_EQ(DSIcon::glyphForSymbol(glyph.symbolName)->codepoint, glyph.codepoint);
+  }
+  EXPECT_FALSE(DSIcon::glyphForSymbol("no.such.symbol"));
+  // The tools' own symbols come from the model.
+  for (MediaTool tool : kAllMediaTools)
+    EXPECT_TRUE(DSIcon::glyphForSymbol(mediaToolInfo(tool).symbolName)) << mediaToolInfo(tool).symbolName;
+
   ASSERT_TRUE(DSIcon::iconFont().isValid()) << "icon font missing: " << DSIcon::kMaterialIconsFontPath;
   for (std::string_view name : kUsedSymbols) {
     const auto glyph = DSIcon::glyphForSymbol(name);
@@ -60,11 +74,16 @@ TEST(DSSymbol, CodePointsAreThoseOfTheNamedIcons) {
   }
 }
 
-double coverage(const QImage& image) {
+// The mean and the peak alpha of an image.
+std::pair<double, int> alphas(const QImage& image) {
   double sum = 0;
+  int peak = 0;
   for (int y = 0; y < image.height(); ++y)
-    for (int x = 0; x < image.width(); ++x) sum += qAlpha(image.pixel(x, y)) / 255.0;
-  return sum / (image.width() * image.height());
+    for (int x = 0; x < image.width(); ++x) {
+      sum += qAlpha(image.pixel(x, y)) / 255.0;
+      peak = std::max(peak, qAlpha(image.pixel(x, y)));
+    }
+  return {sum / (image.width() * image.height()), peak};
 }
 
 TEST(DSSymbol, DrawsTheSameShapeAtEveryPixelRatioInTheTintAndDimsWhenDisabled) {
@@ -76,7 +95,7 @@ TEST(DSSymbol, DrawsTheSameShapeAtEveryPixelRatioInTheTintAndDimsWhenDisabled) {
     EXPECT_EQ(pixmap.devicePixelRatio(), ratio);
     EXPECT_EQ(pixmap.width(), static_cast<int>(std::ceil(24 * ratio)));
     const QImage image = pixmap.toImage().convertToFormat(QImage::Format_ARGB32);
-    const double covered = coverage(image);
+    const double covered = alphas(image).first;
     if (ratio == 1.0) coverageAtOne = covered;
     // Edges are antialiased at each ratio's own pixels, so the share covered agrees.
     EXPECT_NEAR(covered, coverageAtOne, 0.02) << ratio;
@@ -89,11 +108,7 @@ TEST(DSSymbol, DrawsTheSameShapeAtEveryPixelRatioInTheTintAndDimsWhenDisabled) {
   // An icon renders at the ratio asked, and dimmed when disabled.
   const QIcon icon = DSIcon::icon("checkmark", Qt::white);
   EXPECT_EQ(icon.pixmap(QSize(20, 20), 2.0).size(), QSize(40, 40));
-  const QImage disabled = icon.pixmap(QSize(20, 20), 2.0, QIcon::Disabled).toImage();
-  int peak = 0;
-  for (int y = 0; y < disabled.height(); ++y)
-    for (int x = 0; x < disabled.width(); ++x) peak = std::max(peak, qAlpha(disabled.pixel(x, y)));
-  EXPECT_NEAR(peak, 102, 2);
+  EXPECT_NEAR(alphas(icon.pixmap(QSize(20, 20), 2.0, QIcon::Disabled).toImage()).second, 102, 2);
 }
 
 }  // namespace

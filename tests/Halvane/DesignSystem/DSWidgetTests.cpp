@@ -10,8 +10,6 @@
 #include <QTest>
 #include <QVBoxLayout>
 
-#include <memory>
-
 #include "Halvane/DesignSystem/Widgets/DSButton.h"
 #include "Halvane/DesignSystem/Widgets/DSCardView.h"
 #include "Halvane/DesignSystem/Widgets/DSFont.h"
@@ -24,6 +22,7 @@ using namespace halvane;
 
 namespace {
 
+// One application for the whole program, the text and symbol tests included.
 const auto* const kApplication =
     ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QApplication>);
 
