@@ -4,8 +4,10 @@
 // twice, at pixel ratio 1 and 2 (HALVANE_TEST_DPR, with QT_SCALE_FACTOR).
 #include <gtest/gtest.h>
 
+#include <QApplication>
 #include <QImage>
 #include <QPixmap>
+#include <QTest>
 
 #include <cstdlib>
 #include <cstring>
@@ -18,89 +20,78 @@
 #include "Platform/Qt/FrameHandoff.h"
 #include "Platform/Qt/PreviewSurface.h"
 #include "Platform/Qt/QtMainQueue.h"
-#include "QtTestSupport.h"
+#include "Support/QtApplicationEnvironment.h"
 
 namespace platform::qt {
 namespace {
 
-using testing::runEventsUntil;
-using testing::runPendingEvents;
+constexpr int kHang = 60'000;  // a bound on waits against a hang; it measures nothing
+
+// One application for the whole program, as the editor has one.
+const auto* const kApplication =
+    ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QApplication>);
 
 // A drawable as the engine presents it: host-readable BGRA8 bytes.
-class FakeDrawable final : public gpu::Texture {
- public:
-  FakeDrawable(QImage pixels, gpu::PixelFormat format = gpu::PixelFormat::bgra8Unorm,
-               gpu::StorageMode storage = gpu::StorageMode::shared)
-      : pixels_(pixels.convertToFormat(QImage::Format_RGB32)), format_(format), storage_(storage) {}
-  uint32_t width() const override { return uint32_t(pixels_.width()); }
-  uint32_t height() const override { return uint32_t(pixels_.height()); }
-  gpu::PixelFormat pixelFormat() const override { return format_; }
-  gpu::StorageMode storageMode() const override { return storage_; }
+struct FakeDrawable final : gpu::Texture {
+  explicit FakeDrawable(const QImage& image, gpu::StorageMode storage = gpu::StorageMode::shared)
+      : pixels(image.convertToFormat(QImage::Format_RGB32)), storage(storage) {}
+  uint32_t width() const override { return uint32_t(pixels.width()); }
+  uint32_t height() const override { return uint32_t(pixels.height()); }
+  gpu::PixelFormat pixelFormat() const override { return gpu::PixelFormat::bgra8Unorm; }
+  gpu::StorageMode storageMode() const override { return storage; }
   uint32_t usage() const override { return gpu::TextureUsage::renderTarget; }
   void getBytes(void* destination, size_t bytesPerRow, gpu::Region region) const override {
-    for (uint32_t y = 0; y < region.height; ++y) {
+    for (uint32_t y = 0; y < region.height; ++y)
       std::memcpy(static_cast<char*>(destination) + y * bytesPerRow,
-                  pixels_.constScanLine(int(region.origin.y + y)) + region.origin.x * 4, region.width * 4);
-    }
+                  pixels.constScanLine(int(region.origin.y + y)) + region.origin.x * 4, region.width * 4);
   }
   void replaceRegion(gpu::Region, const void*, size_t) override {}
-
- private:
-  QImage pixels_;
-  gpu::PixelFormat format_;
-  gpu::StorageMode storage_;
+  QImage pixels;
+  gpu::StorageMode storage;
 };
 
 // Neighbouring device pixels all differ, so any scaling shows.
 QImage checker(QSize size, int seed) {
   QImage image(size, QImage::Format_RGB32);
-  for (int y = 0; y < size.height(); ++y) {
-    for (int x = 0; x < size.width(); ++x) {
+  for (int y = 0; y < size.height(); ++y)
+    for (int x = 0; x < size.width(); ++x)
       image.setPixel(x, y, qRgb((x * 37 + seed) & 255, (y * 59 + seed) & 255, ((x + y) & 1) * 255));
-    }
-  }
   return image;
 }
 
-double expectedRatio() {
-  const char* ratio = std::getenv("HALVANE_TEST_DPR");
-  return ratio ? std::atof(ratio) : 1.0;
-}
+const double kRatio = std::atof(std::getenv("HALVANE_TEST_DPR") ? std::getenv("HALVANE_TEST_DPR") : "1");
 
 class PreviewSurfaceTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    queue = std::make_shared<QtMainQueue>();
-    surface = std::make_unique<PreviewSurface>(queue);
     surface->onBoundsChanged = [this] { reports.push_back(surface->drawableSize()); };
     surface->resize(40, 30);
     surface->show();
-    ASSERT_TRUE(runEventsUntil([&] { return !reports.empty(); }));
-    ASSERT_DOUBLE_EQ(surface->devicePixelRatioF(), expectedRatio()) << "QT_SCALE_FACTOR did not take";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !reports.empty(); }, kHang));
+    ASSERT_DOUBLE_EQ(surface->devicePixelRatioF(), kRatio) << "QT_SCALE_FACTOR did not take";
   }
 
   void resize(int width, int height) {
     surface->resize(width, height);
-    runPendingEvents();
+    QCoreApplication::processEvents();
   }
 
   // Presents from another thread, as the GPU's completion thread does, and waits for it.
   void present(const QImage& pixels) {
     FakeDrawable drawable(pixels);
     std::thread([&] { surface->frames()->present(drawable); }).join();
-    ASSERT_TRUE(runEventsUntil([&] { return surface->shownFrame().size() == pixels.size(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return surface->shownFrame().size() == pixels.size(); }, kHang));
   }
 
   QImage screenshot() { return surface->grab().toImage().convertToFormat(QImage::Format_RGB32); }
 
-  std::shared_ptr<QtMainQueue> queue;
-  std::unique_ptr<PreviewSurface> surface;
+  std::shared_ptr<QtMainQueue> queue = std::make_shared<QtMainQueue>();
+  std::unique_ptr<PreviewSurface> surface = std::make_unique<PreviewSurface>(queue);
   std::vector<QSize> reports;
 };
 
 TEST_F(PreviewSurfaceTest, TheDrawableIsTheSizeInDevicePixelsAndIsReportedOncePerChange) {
-  const double ratio = expectedRatio();
-  const auto scaled = [ratio](int width, int height) { return QSize(int(width * ratio), int(height * ratio)); };
+  const auto scaled = [](int width, int height) { return QSize(int(width * kRatio), int(height * kRatio)); };
   EXPECT_EQ(reports, std::vector<QSize>{scaled(40, 30)});
   struct Step {
     QSize size;
@@ -116,7 +107,7 @@ TEST_F(PreviewSurfaceTest, TheDrawableIsTheSizeInDevicePixelsAndIsReportedOncePe
   }
   const size_t before = reports.size();
   surface->move(surface->pos() + QPoint(7, 5));
-  runPendingEvents();
+  QCoreApplication::processEvents();
   EXPECT_EQ(reports.size(), before) << "a move is no change of size";
 }
 
@@ -138,11 +129,9 @@ TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelTheLastStaysThroughAResizeAndO
   EXPECT_EQ(screenshot(), fresh);
 
   // Drawables of another kind are dropped and the frame stays.
-  const FakeDrawable privateOne(checker({8, 8}, 2), gpu::PixelFormat::bgra8Unorm, gpu::StorageMode::privateStorage);
-  const FakeDrawable empty{QImage(QSize(0, 0), QImage::Format_RGB32)};
-  surface->frames()->present(privateOne);
-  surface->frames()->present(empty);
-  runPendingEvents();
+  surface->frames()->present(FakeDrawable(checker({8, 8}, 2), gpu::StorageMode::privateStorage));
+  surface->frames()->present(FakeDrawable(QImage(QSize(0, 0), QImage::Format_RGB32)));
+  QCoreApplication::processEvents();
   EXPECT_EQ(surface->shownFrame(), fresh);
 }
 

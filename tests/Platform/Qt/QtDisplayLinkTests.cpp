@@ -3,28 +3,26 @@
 // grid, and a change of screen rate.
 #include <gtest/gtest.h>
 
+#include <QTest>
+
 #include <cmath>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Qt/QtDisplayLink.h"
-#include "QtTestSupport.h"
 
 namespace platform::qt {
 namespace {
 
+constexpr int kHang = 60'000;  // a bound on waits against a hang; it measures nothing
+
 using dispatch::DisplayLink;
 using dispatch::FrameRateRange;
-using testing::runEventsUntil;
 
 TEST(RefreshesPerFrame, ChoosesTheWholeFractionOfTheScreenRateThatFitsTheRange) {
-  struct Case {
-    double screen;
-    FrameRateRange range;
-    int expected;
-  };
-  const Case cases[] = {
+  const std::tuple<double, FrameRateRange, int> cases[] = {
       {60, {30, 120, 60}, 1},   // the photo preview on a common screen
       {120, {30, 120, 60}, 2},  // ... and on a fast one
       {144, {30, 120, 60}, 2},  // 72 and 48 are as close to 60: the faster wins
@@ -38,50 +36,24 @@ TEST(RefreshesPerFrame, ChoosesTheWholeFractionOfTheScreenRateThatFitsTheRange) 
       {60, {90, 120, 0}, 1},    // nothing fits: the screen's own rate
       {30, {0, 0, 240}, 1},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(refreshesPerFrame(c.screen, c.range), c.expected)
-        << c.screen << " Hz, range " << c.range.minimum << "-" << c.range.maximum << " preferred " << c.range.preferred;
-  }
+  for (const auto& [screen, range, expected] : cases)
+    EXPECT_EQ(refreshesPerFrame(screen, range), expected)
+        << screen << " Hz, range " << range.minimum << "-" << range.maximum << " preferred " << range.preferred;
 }
 
+// Display links on a driver whose screen runs at `screenRate`.
 class QtDisplayLinkTest : public ::testing::Test {
  protected:
   void TearDown() override { dispatch::setDisplayLinkFactory(nullptr); }
-
-  std::shared_ptr<QtDisplayLinkDriver> makeDriver(double rate) {
-    screenRate_ = std::make_shared<double>(rate);
-    return QtDisplayLinkDriver::create([rate = screenRate_] { return *rate; });
-  }
-  void setScreenRate(double rate) { *screenRate_ = rate; }
-
- private:
-  std::shared_ptr<double> screenRate_;
-};
-
-struct Frames {
-  std::vector<double> timestamps;
-  std::vector<double> durations;
-  DisplayLink::Target target() {
-    return [this](double timestamp, double targetTimestamp) {
-      timestamps.push_back(timestamp);
-      durations.push_back(targetTimestamp - timestamp);
-    };
-  }
+  double screenRate = 60;
+  std::shared_ptr<QtDisplayLinkDriver> driver = QtDisplayLinkDriver::create([this] { return screenRate; });
 };
 
 TEST_F(QtDisplayLinkTest, TheTimerRunsExactlyWhileSomeLinkRuns) {
-  auto driver = makeDriver(60);
   dispatch::setDisplayLinkFactory(driver->factory());
-  Frames first;
-  Frames second;
-  auto a = dispatch::makeDisplayLink(first.target());
-  auto b = dispatch::makeDisplayLink(second.target());
-  struct Step {
-    const char* what;
-    std::function<void()> act;
-    bool ticking;
-  };
-  const std::vector<Step> steps = {
+  auto a = dispatch::makeDisplayLink([](double, double) {});
+  auto b = dispatch::makeDisplayLink([](double, double) {});
+  const std::tuple<const char*, std::function<void()>, bool> steps[] = {
       {"made, not added", [] {}, false},
       {"a added", [&] { a->addToMainQueue(); }, true},
       {"a paused", [&] { a->setPaused(true); }, false},
@@ -94,9 +66,9 @@ TEST_F(QtDisplayLinkTest, TheTimerRunsExactlyWhileSomeLinkRuns) {
       {"a resumed after invalidation", [&] { a->setPaused(true), a->setPaused(false); }, false},
   };
   // That a ticking driver delivers frames, and goes on between them, is the next case's.
-  for (const auto& step : steps) {
-    step.act();
-    EXPECT_EQ(driver->isTicking(), step.ticking) << step.what;
+  for (const auto& [what, act, ticking] : steps) {
+    act();
+    EXPECT_EQ(driver->isTicking(), ticking) << what;
   }
   // A target that ends its own link during a refresh: the driver idles at once.
   int calls = 0;
@@ -105,39 +77,42 @@ TEST_F(QtDisplayLinkTest, TheTimerRunsExactlyWhileSomeLinkRuns) {
     self->invalidate();
   });
   self->addToMainQueue();
-  ASSERT_TRUE(runEventsUntil([&] { return calls > 0; }));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return calls > 0; }, kHang));
   EXPECT_FALSE(driver->isTicking());
-  testing::runPendingEvents();
+  QCoreApplication::processEvents();
   EXPECT_EQ(calls, 1);
 }
 
 TEST_F(QtDisplayLinkTest, FramesLieOnTheRefreshGridAtTheChosenRateAndFollowTheScreen) {
-  auto driver = makeDriver(144);
-  Frames frames;
-  auto link = driver->makeLink(frames.target());
+  screenRate = 144;
+  std::vector<double> timestamps, durations;
+  auto link = driver->makeLink([&](double timestamp, double targetTimestamp) {
+    timestamps.push_back(timestamp);
+    durations.push_back(targetTimestamp - timestamp);
+  });
   link->setPreferredFrameRateRange(30, 120, 60);
   link->addToMainQueue();
-  ASSERT_TRUE(runEventsUntil([&] { return frames.timestamps.size() >= 3; }));
-  for (size_t i = 0; i < frames.timestamps.size(); ++i) {
-    EXPECT_NEAR(frames.durations[i], 2.0 / 144, 1e-9) << "72 frames a second: every second refresh";
+  ASSERT_TRUE(QTest::qWaitFor([&] { return timestamps.size() >= 3; }, kHang));
+  for (size_t i = 0; i < timestamps.size(); ++i) {
+    EXPECT_NEAR(durations[i], 2.0 / 144, 1e-9) << "72 frames a second: every second refresh";
     if (i == 0) continue;
-    const double refreshes = (frames.timestamps[i] - frames.timestamps[i - 1]) * 144;
+    const double refreshes = (timestamps[i] - timestamps[i - 1]) * 144;
     EXPECT_NEAR(refreshes, std::round(refreshes), 1e-6) << "on the grid";
     EXPECT_GE(std::round(refreshes), 2.0);
   }
   EXPECT_NEAR(link->duration(), 2.0 / 144, 1e-9);
 
   // A screen of 60 Hz: every refresh, from the next frame on.
-  setScreenRate(60);
-  const size_t before = frames.timestamps.size();
-  ASSERT_TRUE(runEventsUntil([&] { return frames.timestamps.size() >= before + 2; }));
-  EXPECT_NEAR(frames.durations.back(), 1.0 / 60, 1e-9);
+  screenRate = 60;
+  const size_t before = timestamps.size();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return timestamps.size() >= before + 2; }, kHang));
+  EXPECT_NEAR(durations.back(), 1.0 / 60, 1e-9);
 
   // A new range takes effect at once.
   link->setPreferredFrameRateRange(24, 60, 30);
-  const size_t changed = frames.timestamps.size();
-  ASSERT_TRUE(runEventsUntil([&] { return frames.timestamps.size() > changed; }));
-  EXPECT_NEAR(frames.durations.back(), 2.0 / 60, 1e-9);
+  const size_t changed = timestamps.size();
+  ASSERT_TRUE(QTest::qWaitFor([&] { return timestamps.size() > changed; }, kHang));
+  EXPECT_NEAR(durations.back(), 2.0 / 60, 1e-9);
 }
 
 }  // namespace

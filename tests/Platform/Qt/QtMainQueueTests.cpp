@@ -3,6 +3,8 @@
 // of queued work when the queue goes.
 #include <gtest/gtest.h>
 
+#include <QTest>
+
 #include <memory>
 #include <string>
 #include <thread>
@@ -10,13 +12,13 @@
 
 #include "Platform/Dispatch/WorkItem.h"
 #include "Platform/Qt/QtMainQueue.h"
-#include "QtTestSupport.h"
 
 namespace platform::qt {
 namespace {
 
+constexpr int kHang = 60'000;  // a bound on waits against a hang; it measures nothing
+
 using namespace std::chrono_literals;
-using testing::runEventsUntil;
 using Log = std::vector<std::string>;
 
 // Work that logs its name, marked when it runs off the GUI thread.
@@ -44,7 +46,7 @@ TEST(QtMainQueue, RunsWorkInQueueOrderDelayedWorkByDueTimeRequeuedWorkInTheNextT
   queue->asyncAfter(50ms, cancelledThere);
   cancelledHere->cancel();
   std::thread([&] { cancelledThere->cancel(); }).join();
-  ASSERT_TRUE(runEventsUntil([&] { return log.size() == 8; }));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 8; }, kHang));
   EXPECT_EQ(log, (Log{"a", "b", "past", "c", "queued by b", "kept", "soon", "late"}));
 }
 
@@ -64,7 +66,7 @@ TEST(QtMainQueue, RunsWorkFromOtherThreadsOnTheGuiThreadInEachThreadsOrder) {
     });
   }
   for (auto& thread : threads) thread.join();
-  ASSERT_TRUE(runEventsUntil([&] { return log.size() == kThreads * kEach; }));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == kThreads * kEach; }, kHang));
   EXPECT_EQ(answeredCurrent, std::vector<int>(kThreads, 0));
   std::vector<int> next(kThreads, 0);
   for (const auto& entry : log) {
@@ -79,12 +81,12 @@ TEST(QtMainQueue, WorkThatOpensANestedEventLoopDoesNotHoldUpTheWorkBehindIt) {
   queue->async([&] {
     log.push_back("opens a loop");
     // As a modal dialog does: it waits on an event loop for work queued behind it.
-    ASSERT_TRUE(runEventsUntil([&] { return log.size() == 3; }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 3; }, kHang));
     log.push_back("loop closed");
   });
   queue->async(logging(*queue, log, "queued before"));
   queue->asyncAfter(5ms, logging(*queue, log, "delayed"));
-  ASSERT_TRUE(runEventsUntil([&] { return log.size() == 4; }));
+  ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 4; }, kHang));
   EXPECT_EQ(log, (Log{"opens a loop", "queued before", "delayed", "loop closed"}));
 }
 
@@ -97,17 +99,13 @@ TEST(QtMainQueue, DropsQueuedWorkUnrunWhenItGoesEvenFromAnotherThread) {
     queue->async([captured] { *captured = true; });
     queue->asyncAfter(10ms, [captured] { *captured = true; });
     captured.reset();
-    if (elsewhere) {
-      std::thread([owned = std::move(queue)]() mutable { owned.reset(); }).join();
-    } else {
-      queue.reset();
-    }
+    elsewhere ? std::thread([owned = std::move(queue)]() mutable { owned.reset(); }).join() : queue.reset();
     EXPECT_TRUE(watch.expired()) << "the work was released unrun";
     // What the old queue had posted finds it gone; a new queue runs as usual.
     auto next = std::make_shared<QtMainQueue>();
     bool ran = false;
     next->asyncAfter(15ms, [&] { ran = true; });
-    ASSERT_TRUE(runEventsUntil([&] { return ran; }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return ran; }, kHang));
   }
 }
 

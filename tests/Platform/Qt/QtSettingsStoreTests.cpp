@@ -24,19 +24,15 @@ void setVariable(const char* name, const char* value) {
 TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
   const std::string home = testsupport::temporaryFolder() + "/home";
   setVariable("HOME", home.c_str());
-  struct Case {
-    const char* configHome;
-    std::string expected;
-  };
-  const Case cases[] = {
+  const std::pair<const char*, std::string> cases[] = {
       {"/srv/config", "/srv/config/Tamrix/Editor.ini"},
       {nullptr, home + "/.config/Tamrix/Editor.ini"},
       {"", home + "/.config/Tamrix/Editor.ini"},
       {"relative/config", home + "/.config/Tamrix/Editor.ini"},
   };
-  for (const auto& c : cases) {
-    setVariable("XDG_CONFIG_HOME", c.configHome);
-    EXPECT_EQ(userSettingsPath("Tamrix", "Editor"), fs::path(c.expected)) << (c.configHome ? c.configHome : "unset");
+  for (const auto& [configHome, expected] : cases) {
+    setVariable("XDG_CONFIG_HOME", configHome);
+    EXPECT_EQ(userSettingsPath("Tamrix", "Editor"), fs::path(expected)) << (configHome ? configHome : "unset");
   }
 }
 
@@ -46,11 +42,7 @@ TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   const fs::path file = userSettingsPath("Tamrix", "Editor");
   ASSERT_FALSE(fs::exists(file));
 
-  struct Entry {
-    std::string key;
-    std::string value;
-  };
-  const Entry texts[] = {
+  const std::pair<std::string, std::string> texts[] = {
       {"plain", "photo"},
       {"empty", ""},
       {"signs", "a=b; c # d [e] \"f\" 'g' \\h"},
@@ -62,7 +54,7 @@ TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   };
   {
     QtSettingsStore first(file);
-    for (const auto& entry : texts) first.setText(entry.key, entry.value);
+    for (const auto& [key, value] : texts) first.setText(key, value);
     first.setInteger("photoPickCounter", 17);
     first.setInteger("lowest", std::numeric_limits<std::int64_t>::min());
     first.setInteger("highest", std::numeric_limits<std::int64_t>::max());
@@ -74,13 +66,11 @@ TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   ASSERT_TRUE(fs::exists(file)) << "written under XDG_CONFIG_HOME";
 
   const QtSettingsStore second(file);
-  for (const auto& entry : texts) EXPECT_EQ(second.text(entry.key), entry.value) << entry.key;
+  for (const auto& [key, value] : texts) EXPECT_EQ(second.text(key), value) << key;
   EXPECT_EQ(second.integer("photoPickCounter"), 17);
   EXPECT_EQ(second.integer("lowest"), std::numeric_limits<std::int64_t>::min());
   EXPECT_EQ(second.integer("highest"), std::numeric_limits<std::int64_t>::max());
-  EXPECT_TRUE(second.boolean("consented"));
-  EXPECT_FALSE(second.boolean("declined"));
-  EXPECT_TRUE(second.contains("declined"));
+  EXPECT_TRUE(second.boolean("consented") && !second.boolean("declined") && second.contains("declined"));
   EXPECT_FALSE(second.contains("removed"));
   EXPECT_EQ(second.integer("followSnapchatCounter"), 0) << "a key never written reads as 0";
 }
