@@ -20,15 +20,12 @@ TEST_F(AdjustSessionTest, ASliderDragReachesThePreviewAndOnlyAConfirmReachesTheH
   commit(*session, withExposure(1));
   session->enterAdjustTool();
   EXPECT_EQ(adjustPanel->dotsFrom, withExposure(1));
-  EXPECT_FALSE(adjustPanel->selected);
-  EXPECT_TRUE(adjustSliderBar->hidden);
+  EXPECT_TRUE(!adjustPanel->selected && adjustSliderBar->hidden);
 
   adjustPanel->onToolSelected(AdjustTool::exposure);
   EXPECT_EQ(adjustSlider->range, (std::array<float, 3>{-3, 3, 0}));
   EXPECT_EQ(adjustSlider->value(), 1);
-  EXPECT_FALSE(adjustSliderBar->hidden);
-  EXPECT_TRUE(adjustPresetRow->hidden);
-  EXPECT_FALSE(adjustSlider->label);
+  EXPECT_TRUE(!adjustSliderBar->hidden && adjustPresetRow->hidden && !adjustSlider->label);
 
   adjustSlider->drag(2.5f);
   EXPECT_EQ(previewState().exposure, 2.5f);
@@ -56,34 +53,30 @@ TEST_F(AdjustSessionTest, ASliderDragReachesThePreviewAndOnlyAConfirmReachesTheH
 }
 
 TEST_F(AdjustSessionTest, TemperatureRunsOnItsCurveWithPresets) {
-  struct Case {
-    float kelvin;  // in the committed state
-    float slider;  // where the slider opens
-  };
-  for (const Case& c : {Case{6500, 0}, Case{2000, -100}, Case{1000, -100}, Case{10000, 100}}) {
-    SCOPED_TRACE(c.kelvin);
+  // The committed Kelvin, and where the slider opens.
+  for (const auto& [kelvin, slider] : {std::pair(6500.0f, 0.0f), {2000, -100}, {1000, -100}, {10000, 100}}) {
+    SCOPED_TRACE(kelvin);
     EditState state;
-    state.temperature = c.kelvin;
+    state.temperature = kelvin;
     auto session = openPhoto();
     commit(*session, state);
     session->enterAdjustTool();
     adjustPanel->onToolSelected(AdjustTool::temperature);
-    EXPECT_EQ(adjustSlider->value(), c.slider);
+    EXPECT_EQ(adjustSlider->value(), slider);
     ASSERT_TRUE(adjustSlider->label);
-    EXPECT_EQ(adjustSlider->label(c.slider), kelvinText(c.slider));
+    EXPECT_EQ(adjustSlider->label(slider), kelvinText(slider));
     EXPECT_FALSE(adjustPresetRow->hidden);
 
-    for (int kelvin : panels::kKelvinPresets) {
-      adjustSlider->onKelvinPresetTapped(kelvin);
-      EXPECT_NEAR(session->workingState().temperature, kelvin, 0.5f);
-      EXPECT_NEAR(kelvinFromSlider(adjustSlider->value()), kelvin, 0.5f);
+    for (int preset : panels::kKelvinPresets) {
+      adjustSlider->onKelvinPresetTapped(preset);
+      EXPECT_NEAR(session->workingState().temperature, preset, 0.5f);
+      EXPECT_NEAR(kelvinFromSlider(adjustSlider->value()), preset, 0.5f);
     }
     adjustSlider->onKelvinPresetTapped(6500);
     EXPECT_EQ(adjustSlider->value(), 0);
     EXPECT_EQ(previewState().temperature, 6500);
     adjustPanel->onToolSelected(AdjustTool::tint);
-    EXPECT_TRUE(adjustPresetRow->hidden);
-    EXPECT_FALSE(adjustSlider->label);
+    EXPECT_TRUE(adjustPresetRow->hidden && !adjustSlider->label);
     adjustPanel->onCancel();
   }
 }

@@ -1,5 +1,4 @@
 #include "EditorSessionFakes.h"
-#include <fstream>
 
 namespace halvane::editor_test {
 namespace {
@@ -8,24 +7,18 @@ using platform::media::ImageOrientation;
 using SessionLoadTest = EditorSessionTest;
 
 TEST_F(SessionLoadTest, APhotoLoadsUprightWithTheSizeOfItsBakedTexture) {
-  struct Case {
-    ImageOrientation orientation;
-    int width, height;
-  };
   // A stored 6 x 4 picture; the turned orientations come out 4 x 6.
-  const Case cases[] = {{ImageOrientation::up, 6, 4},           {ImageOrientation::down, 6, 4},
-                        {ImageOrientation::left, 4, 6},         {ImageOrientation::right, 4, 6},
-                        {ImageOrientation::upMirrored, 6, 4},   {ImageOrientation::downMirrored, 6, 4},
-                        {ImageOrientation::leftMirrored, 4, 6}, {ImageOrientation::rightMirrored, 4, 6}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(int(c.orientation));
-    auto session = open(makeImage(6, 4, c.orientation));
+  using enum ImageOrientation;
+  for (ImageOrientation orientation : {up, down, left, right, upMirrored, downMirrored, leftMirrored, rightMirrored}) {
+    SCOPED_TRACE(int(orientation));
+    const bool turned = orientation == left || orientation == right || orientation == leftMirrored ||
+                        orientation == rightMirrored;
+    auto session = open(makeImage(6, 4, orientation));
     ASSERT_TRUE(session->sourceTexture());
-    EXPECT_EQ(session->sourceWidth(), c.width);
-    EXPECT_EQ(session->sourceHeight(), c.height);
-    EXPECT_EQ(session->sourceImageOrientation(), ImageOrientation::up);
+    EXPECT_EQ(std::pair(session->sourceWidth(), session->sourceHeight()), turned ? std::pair(4, 6) : std::pair(6, 4));
+    EXPECT_EQ(session->sourceImageOrientation(), up);
     // The decoded picture is kept only when no turn was needed.
-    EXPECT_EQ(session->sourceCGImage().has_value(), c.orientation == ImageOrientation::up);
+    EXPECT_EQ(session->sourceCGImage().has_value(), orientation == up);
     EXPECT_EQ(container->renderingEngine->previewSource(), session->sourceTexture());
     EXPECT_EQ(container->renderingEngine->previewView(), session->previewView());
     EXPECT_EQ(toolStrip->isVideo, false);
@@ -33,22 +26,17 @@ TEST_F(SessionLoadTest, APhotoLoadsUprightWithTheSizeOfItsBakedTexture) {
 }
 
 TEST_F(SessionLoadTest, AMediumThatCannotLoadShowsTheAlertWhoseButtonCancelsAndDismisses) {
-  struct Case {
-    const char* name;
-    MediaContent content;
-  };
   videoLoader->hasVideoTrack = false;
-  const Case cases[] = {{"a photo without a bitmap", platform::media::Image{}},
-                        {"a video without a video track", tempFolder / "sound.m4a"}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  const std::pair<const char*, MediaContent> cases[] = {{"a photo without a bitmap", platform::media::Image{}},
+                                                        {"a video without a video track", tempFolder / "sound.m4a"}};
+  for (const auto& [name, content] : cases) {
+    SCOPED_TRACE(name);
     screen = std::make_shared<FakeScreen>();
     delegate->calls.clear();
-    auto session = open(c.content);
+    auto session = open(content);
     EXPECT_TRUE(screen->alerts.empty());  // on the next turn
     queue->runPending();
-    ASSERT_EQ(screen->alerts.size(), 1u);
-    EXPECT_EQ(screen->alerts[0], kLoadErrorAlert);
+    ASSERT_EQ(screen->alerts, std::vector<EditorAlert>{kLoadErrorAlert});
     EXPECT_TRUE(delegate->calls.empty());
     screen->alertButtons[0]();
     EXPECT_EQ(delegate->calls, std::vector<std::string>{"cancel"});
