@@ -27,13 +27,6 @@ struct Fake : Base {
   double alpha = 1;
 };
 
-template <typename View>
-std::shared_ptr<View> shownView() {
-  auto view = std::make_shared<View>();
-  view->hidden = false;
-  return view;
-}
-
 struct FakeAdjustPanel final : Fake<AdjustPanel> {
   void selectTool(std::optional<AdjustTool> tool) override { selected = tool; }
   void updateModifiedDots(const EditState& state) override { dotsFrom = state; }
@@ -247,6 +240,7 @@ class EditorSessionTest : public ::testing::Test {
     std::filesystem::create_directories(tempFolder);
     setenv("TMPDIR", tempFolder.c_str(), 1);
     for (MediaTool tool : kAllMediaTools) panels[size_t(tool)] = std::make_shared<Fake<ToolPanel>>(tool);
+    topBar->hidden = undoRedoBar->hidden = toolStrip->hidden = false;  // the idle screen's bars
   }
   void TearDown() override {
     unsetenv("TMPDIR");
@@ -281,6 +275,13 @@ class EditorSessionTest : public ::testing::Test {
     session.setWorkingState(state);
     panel(tool).onConfirm();
   }
+  // `session` with an edit committed, then shared, with its host or none.
+  std::shared_ptr<EditorSession> shareEdited(std::shared_ptr<EditorSession> session, bool host = true) {
+    if (!host) session->setDelegate({});
+    commit(*session, withExposure(0.5f));
+    session->shareTapped();
+    return session;
+  }
   const EditState& previewState() const { return container->renderingEngine->previewState(); }
   ToolPanel& panel(MediaTool tool) {
     return tool == MediaTool::adjust ? *adjustPanel : static_cast<ToolPanel&>(*panels[size_t(tool)]);
@@ -306,15 +307,15 @@ class EditorSessionTest : public ::testing::Test {
   std::shared_ptr<FakePhotoExport> photoExport = std::make_shared<FakePhotoExport>();
   std::shared_ptr<FakeVideoLoader> videoLoader = std::make_shared<FakeVideoLoader>();
   std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>();
-  std::shared_ptr<Fake<FadingView>> topBar = shownView<Fake<FadingView>>(),
+  std::shared_ptr<Fake<FadingView>> topBar = std::make_shared<Fake<FadingView>>(),
                                     filterSliderBar = std::make_shared<Fake<FadingView>>(),
                                     adjustSliderBar = std::make_shared<Fake<FadingView>>(),
                                     adjustPresetRow = std::make_shared<Fake<FadingView>>(),
                                     focusControls = std::make_shared<Fake<FadingView>>(),
                                     focusOverlay = std::make_shared<Fake<FadingView>>(),
                                     cropOverlay = std::make_shared<Fake<FadingView>>();
-  std::shared_ptr<FakeUndoRedo> undoRedoBar = shownView<FakeUndoRedo>();
-  std::shared_ptr<FakeToolStrip> toolStrip = shownView<FakeToolStrip>();
+  std::shared_ptr<FakeUndoRedo> undoRedoBar = std::make_shared<FakeUndoRedo>();
+  std::shared_ptr<FakeToolStrip> toolStrip = std::make_shared<FakeToolStrip>();
   std::array<std::shared_ptr<Fake<ToolPanel>>, 6> panels;
   std::shared_ptr<FakeAdjustPanel> adjustPanel = std::make_shared<FakeAdjustPanel>();
   std::shared_ptr<FakeAdjustSlider> adjustSlider = std::make_shared<FakeAdjustSlider>();

@@ -27,9 +27,7 @@ TEST_F(ExportFlowTest, TwoFastShareTapsStartOneExportOfTheCommittedState) {
   ASSERT_EQ(photoExport->renderedStates, std::vector<EditState>{withExposure(0.5f)});
   EXPECT_EQ(std::count(delegate->calls.begin(), delegate->calls.end(), "willBegin"), 1);
 
-  auto video = openVideo(tempFolder / "clip.mov");
-  commit(*video, withExposure(0.5f));
-  video->shareTapped();
+  auto video = shareEdited(openVideo(tempFolder / "clip.mov"));
   video->shareTapped();
   EXPECT_EQ(videoLoader->video->exportURLs.size(), 1u);
 }
@@ -61,9 +59,7 @@ TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
     SCOPED_TRACE(int(preset));
     delegate->results.clear();
     photoExport->renders.clear();
-    auto session = openPhoto(withPhotoPreset(preset));
-    commit(*session, withExposure(0.5f));
-    session->shareTapped();
+    auto session = shareEdited(openPhoto(withPhotoPreset(preset)));
     EXPECT_TRUE(screen->progressIndeterminate);
     ASSERT_EQ(photoExport->renders.size(), 1u);
     photoExport->renders[0](makeImage(4000, 3000));
@@ -75,10 +71,7 @@ TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
 }
 
 TEST_F(ExportFlowTest, WithoutAHostAPhotoGoesToTheShareSheetAsAJpegBelowMaxQuality) {
-  auto session = openPhoto(withPhotoPreset(PhotoExportPreset::balanced));
-  session->setDelegate({});
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
+  auto session = shareEdited(openPhoto(withPhotoPreset(PhotoExportPreset::balanced)), false);
   photoExport->renders[0](makeImage(8, 6));
   ASSERT_EQ(photoExport->writes.size(), 1u);
   const auto jpeg = makeTempFile("out.jpg");
@@ -103,10 +96,7 @@ TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
     SCOPED_TRACE(host);
     screen = std::make_shared<FakeScreen>();
     photoExport->renders.clear();
-    auto session = openPhoto();
-    if (!host) session->setDelegate({});
-    commit(*session, withExposure(0.5f));
-    session->shareTapped();
+    auto session = shareEdited(openPhoto(), host);
     photoExport->renders[0](std::nullopt);
     EXPECT_FALSE(session->isExporting());
     EXPECT_EQ(screen->alerts, host ? std::vector<EditorAlert>{} : std::vector<EditorAlert>{kExportErrorAlert});
@@ -128,9 +118,7 @@ TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
     SCOPED_TRACE(name);
     delegate->errors.clear();
     photoExport->renders.clear();
-    auto session = openPhoto();
-    commit(*session, withExposure(0.5f));
-    session->shareTapped();
+    auto session = shareEdited(openPhoto());
     end(session);
     EXPECT_FALSE(session && session->isExporting());
     photoExport->renders[0](makeImage(8, 6));
@@ -141,9 +129,7 @@ TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
 }
 
 TEST_F(ExportFlowTest, ClosingDuringAVideoExportReportsOneErrorAndDismisses) {
-  auto session = openVideo(tempFolder / "clip.mov");
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
+  auto session = shareEdited(openVideo(tempFolder / "clip.mov"));
   session->closeTapped();
   EXPECT_EQ(videoLoader->video->cancels, 1);
   EXPECT_FALSE(session->isExporting());
@@ -157,9 +143,7 @@ TEST_F(ExportFlowTest, ClosingDuringAVideoExportReportsOneErrorAndDismisses) {
 }
 
 TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
-  auto session = openVideo(tempFolder / "clip.mov");
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
+  auto session = shareEdited(openVideo(tempFolder / "clip.mov"));
   auto& video = *videoLoader->video;
   EXPECT_FALSE(screen->progressIndeterminate);
   video.progresses[0](0.25f);
@@ -187,10 +171,7 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
     screen = std::make_shared<FakeScreen>();
     videoLoader->video = std::make_shared<FakeVideo>();
     delegate->errors.clear();
-    auto session = openVideo(tempFolder / "clip.mov");
-    if (!host) session->setDelegate({});
-    commit(*session, withExposure(0.5f));
-    session->shareTapped();
+    auto session = shareEdited(openVideo(tempFolder / "clip.mov"), host);
     if (stop == Stop::card) screen->progressViews[0]->onCancel();
     if (stop == Stop::close) session->closeTapped();
     EXPECT_EQ(videoLoader->video->cancels, stop == Stop::none ? 0 : 1);
@@ -206,9 +187,7 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
 
 TEST_F(ExportFlowTest, AVideoThatNeverLoadedFailsWithCodeThree) {
   videoLoader->hasVideoTrack = false;
-  auto session = openVideo(tempFolder / "clip.mov");
-  commit(*session, withExposure(0.5f));
-  session->shareTapped();
+  auto session = shareEdited(openVideo(tempFolder / "clip.mov"));
   EXPECT_FALSE(session->isExporting());
   ASSERT_EQ(delegate->errors.size(), 1u);
   const EditorError& error = delegate->errors[0];
@@ -256,27 +235,22 @@ TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredO
   EXPECT_FALSE(std::filesystem::exists(source));
 }
 
-class RealServicesTest : public EditorSessionTest {
- protected:
-  void SetUp() override {
-    EditorSessionTest::SetUp();
-    realServices = true;
-  }
-};
+using RealServicesTest = EditorSessionTest;
 
 TEST_F(RealServicesTest, AnEditedPhotoIsRenderedOffTheMainThreadAndDelivered) {
+  realServices = true;
   auto session = openPhoto();
   commit(*session, withExposure(-1));
   session->shareTapped();
   ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return !delegate->results.empty(); }));
   const auto& image = std::get<platform::media::Image>(delegate->results[0]);
-  EXPECT_EQ(image.width, 8);
-  EXPECT_EQ(image.height, 6);
+  EXPECT_EQ(std::pair(image.width, image.height), std::pair(8, 6));
   EXPECT_LT(image.pixel(4, 3)[1], 200);  // darker than the white source
   EXPECT_FALSE(session->isExporting());
 }
 
 TEST_F(RealServicesTest, AVideoOpensInTrimOnceLoadedAndItsExportReachesTheHost) {
+  realServices = true;
   const std::filesystem::path clip = testsupport::makeClip("editor-session-clip", {});
   HalvaneConfig config;
   config.initialTool = MediaTool::trim;
