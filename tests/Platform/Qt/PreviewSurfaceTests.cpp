@@ -93,17 +93,14 @@ class PreviewSurfaceTest : public ::testing::Test {
 TEST_F(PreviewSurfaceTest, TheDrawableIsTheSizeInDevicePixelsAndIsReportedOncePerChange) {
   const auto scaled = [](int width, int height) { return QSize(int(width * kRatio), int(height * kRatio)); };
   EXPECT_EQ(reports, std::vector<QSize>{scaled(40, 30)});
-  struct Step {
-    QSize size;
-    bool reported;
-  };
-  const Step steps[] = {{{40, 30}, false}, {{41, 30}, true}, {{41, 31}, true}, {{41, 31}, false},
-                        {{40, 30}, true},  {{1, 1}, true},   {{40, 30}, true}};
-  for (const auto& step : steps) {
+  // width, height, reported
+  const std::tuple<int, int, bool> steps[] = {{40, 30, false}, {41, 30, true}, {41, 31, true}, {41, 31, false},
+                                              {40, 30, true},  {1, 1, true},   {40, 30, true}};
+  for (const auto& [width, height, reported] : steps) {
     const size_t before = reports.size();
-    resize(step.size.width(), step.size.height());
-    EXPECT_EQ(surface->drawableSize(), scaled(step.size.width(), step.size.height())) << step.size.width();
-    EXPECT_EQ(reports.size(), before + (step.reported ? 1 : 0)) << step.size.width() << "x" << step.size.height();
+    resize(width, height);
+    EXPECT_EQ(surface->drawableSize(), scaled(width, height)) << width << "x" << height;
+    EXPECT_EQ(reports.size(), before + (reported ? 1 : 0)) << width << "x" << height;
   }
   const size_t before = reports.size();
   surface->move(surface->pos() + QPoint(7, 5));
@@ -121,8 +118,7 @@ TEST_F(PreviewSurfaceTest, FramesShowPixelForPixelTheLastStaysThroughAResizeAndO
   ASSERT_EQ(shot.size(), surface->drawableSize());
   const QPoint offset((shot.width() - old.width()) / 2, (shot.height() - old.height()) / 2);
   EXPECT_EQ(shot.copy(QRect(offset, old.size())), old);
-  EXPECT_EQ(shot.pixel(0, 0), qRgb(0, 0, 0));
-  EXPECT_EQ(shot.pixel(shot.width() - 1, shot.height() - 1), qRgb(0, 0, 0));
+  EXPECT_EQ(shot.pixel(0, 0) | shot.pixel(shot.width() - 1, shot.height() - 1), qRgb(0, 0, 0)) << "black around it";
 
   const QImage fresh = checker(surface->drawableSize(), 9);
   present(fresh);

@@ -12,7 +12,6 @@
 #include <thread>
 #include <vector>
 
-#include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/MediaClock.h"
 #include "Platform/Dispatch/NotificationCenter.h"
