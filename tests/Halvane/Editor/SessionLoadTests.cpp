@@ -44,7 +44,7 @@ TEST_F(SessionLoadTest, AMediumThatCannotLoadShowsTheAlertWhoseButtonCancelsAndD
   }
 }
 
-TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsIt) {
+TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsItAndAPhotosTrimIsIgnoredForGood) {
   HalvaneConfig config;
   config.initialTool = MediaTool::adjust;
   auto photo = openPhoto(config);
@@ -65,11 +65,10 @@ TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsIt) {
   videoLoader->video->loaded = true;
   videoLoader->video->onTrackPropertiesLoaded();
   EXPECT_EQ(video->activeTool(), MediaTool::trim);
-}
 
-TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
-  HalvaneConfig config;
-  config.initialTool = MediaTool::trim;
+  // On a photo an initial trim is ignored for good.
+  video.reset();
+  delegate->calls.clear();
   auto session = openPhoto(config);
   EXPECT_TRUE(session->didAutoEnterInitialTool());
   EXPECT_FALSE(session->isToolActive());
@@ -81,19 +80,16 @@ TEST_F(SessionLoadTest, AnInitialTrimOnAPhotoIsIgnoredForGood) {
 }
 
 TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
-  const auto ours = makeTemporaryDirectory();
-  EXPECT_TRUE(openVideo(ours / "clip.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_TRUE(openVideo(ours / "sub" / ".." / "clip.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_FALSE(
-      openVideo(std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov")->tempFiles().isVideoURLOwned());
-  EXPECT_FALSE(openVideo(ours.string() + "x/clip.mov")->tempFiles().isVideoURLOwned());
-  // A user's file in the shared temporary folder, and a link in ours to a file elsewhere,
-  // are not ours: teardown must never delete them.
-  EXPECT_FALSE(openVideo(tempFolder / "clip.mov")->tempFiles().isVideoURLOwned());
-  const auto userFile = tempFolder / "users-clip.mov";
+  const auto ours = makeTemporaryDirectory(), userFile = tempFolder / "users-clip.mov";
   std::ofstream(userFile) << "not ours";
   std::filesystem::create_symlink(userFile, ours / "link.mov");
-  EXPECT_FALSE(openVideo(ours / "link.mov")->tempFiles().isVideoURLOwned());
+  // A user's file in the shared temporary folder, and a link in ours to a file elsewhere,
+  // are not ours: teardown must never delete them.
+  const std::pair<std::filesystem::path, bool> cases[] = {
+      {ours / "clip.mov", true},        {ours / "sub" / ".." / "clip.mov", true},
+      {ours.string() + "x/clip.mov", false}, {std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov", false},
+      {tempFolder / "clip.mov", false}, {ours / "link.mov", false}};
+  for (const auto& [path, owned] : cases) EXPECT_EQ(openVideo(path)->tempFiles().isVideoURLOwned(), owned) << path;
   EXPECT_TRUE(std::filesystem::exists(userFile));
   EXPECT_EQ(toolStrip->isVideo, true);
 }
