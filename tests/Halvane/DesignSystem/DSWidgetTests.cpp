@@ -34,7 +34,7 @@ QColor over(const DSRGBA& top, const DSRGBA& backdrop) {
                           static_cast<float>(top.blue * a + backdrop.blue * (1 - a)));
 }
 
-void expectColourNear(QRgb actual, const QColor& expected, int tolerance, const std::string& what) {
+void expectColourNear(QRgb actual, const QColor& expected, int tolerance, const char* what) {
   EXPECT_NEAR(qRed(actual), expected.red(), tolerance) << what;
   EXPECT_NEAR(qGreen(actual), expected.green(), tolerance) << what;
   EXPECT_NEAR(qBlue(actual), expected.blue(), tolerance) << what;
@@ -57,19 +57,17 @@ TEST(DSButtonPainter, FillsAndOutlinesFollowStyleAndStateAtEveryPixelRatio) {
   for (qreal ratio : {1.0, 2.0}) {
     for (DSButtonStyle style : {DSButtonStyle::primary, DSButtonStyle::secondary, DSButtonStyle::tertiary}) {
       for (DSControlState state : {DSControlState::enabled, DSControlState::highlighted, DSControlState::disabled}) {
-        const std::string what = "style " + std::to_string(int(style)) + " state " + std::to_string(int(state)) +
-                                 " ratio " + std::to_string(ratio);
+        SCOPED_TRACE(::testing::Message() << "style " << int(style) << " state " << int(state) << " ratio " << ratio);
         const DSButtonAppearance look = buttonAppearance(style, state);
         const QImage image = paintedButton(style, state, ratio);
         // Inside the capsule, left of the centred title.
         const QRgb fill = image.pixel(static_cast<int>(30 * ratio), static_cast<int>(26 * ratio));
-        expectColourNear(fill, look.background ? over(*look.background, backdrop) : qColor(backdrop), 2, what);
+        expectColourNear(fill, look.background ? over(*look.background, backdrop) : qColor(backdrop), 2, "fill");
         // The middle of the left edge: the outline, or the fill running to the edge.
         const QRgb edge = image.pixel(0, static_cast<int>(26 * ratio));
-        if (look.stroke)
-          expectColourNear(edge, over(*look.stroke, backdrop), 40, what + " outline");
+        if (look.stroke) expectColourNear(edge, over(*look.stroke, backdrop), 40, "outline");
         // Corners stay outside the capsule.
-        expectColourNear(image.pixel(0, 0), qColor(backdrop), 2, what + " corner");
+        expectColourNear(image.pixel(0, 0), qColor(backdrop), 2, "corner");
       }
     }
   }
@@ -121,7 +119,8 @@ class DSButtonTest : public ::testing::Test {
   int taps_ = 0;
 };
 
-TEST_F(DSButtonTest, ClicksSpaceAndEnterTapWhileLoadingIgnoresThem) {
+TEST_F(DSButtonTest, ClicksSpaceAndEnterTapWhileLoadingIgnoresThemAndTabMovesOn) {
+  ASSERT_TRUE(first_->hasFocus());
   auto tapAllWays = [&] {
     QTest::mouseClick(first_, Qt::LeftButton);
     QTest::keyClick(first_, Qt::Key_Space);
@@ -140,10 +139,8 @@ TEST_F(DSButtonTest, ClicksSpaceAndEnterTapWhileLoadingIgnoresThem) {
   first_->setLoading(false);
   tapAllWays();
   EXPECT_EQ(taps_, 8);
-}
 
-TEST_F(DSButtonTest, TabMovesFocusAndTheButtonNamesItselfToAssistiveTechnology) {
-  ASSERT_TRUE(first_->hasFocus());
+  // Tab moves the focus on, and the button names itself to assistive technology.
   QTest::keyClick(&window_, Qt::Key_Tab);
   EXPECT_TRUE(second_->hasFocus());
   QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(second_);
