@@ -1,6 +1,6 @@
 // The panels' behaviour without widgets: the adjust ruler (value and offset, the feedback
 // guard, clicks and their hysteresis, dots and the mark, labels), the modified dots, the
-// tool strip's selection and video-only tools, and the progress card's state.
+// tool strip's selection steps, and the progress card's percent.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -151,7 +151,7 @@ TEST(AdjustPanelState, ModifiedMeansExactlyDifferentFromTheDefault) {
         << info.name;
 }
 
-TEST(ToolStripSelection, ChangesOfEachSelectionStepAndVideoToolsHideInOrder) {
+TEST(ToolStripSelection, ChangesOfEachSelectionStep) {
   using Changes = std::vector<ToolStripSelection::ButtonChange>;
   using enum MediaTool;
   constexpr double kRaised = ToolStripSelection::kSelectedScale;
@@ -165,13 +165,6 @@ TEST(ToolStripSelection, ChangesOfEachSelectionStepAndVideoToolsHideInOrder) {
   EXPECT_EQ(strip.selectedTool(), focus);
   EXPECT_EQ(strip.selectTool(std::nullopt), (Changes{{focus, false, 1.0}}));
   EXPECT_FALSE(strip.selectedTool());
-
-  EXPECT_EQ(strip.visibleTools(), std::vector<MediaTool>(kAllMediaTools.begin(), kAllMediaTools.end()));
-  strip.setVideoToolsVisible(false);
-  EXPECT_EQ(strip.visibleTools(), (std::vector<MediaTool>{transform, filter, adjust, focus}));
-  EXPECT_FALSE(strip.isVisible(trim) || strip.isVisible(audio));
-  strip.setVideoToolsVisible(true);
-  EXPECT_EQ(strip.visibleTools().size(), kAllMediaTools.size());
 }
 
 TEST(ExportProgressState, ClampsAndTruncatesThePercent) {
@@ -186,25 +179,6 @@ TEST(ExportProgressState, ClampsAndTruncatesThePercent) {
     EXPECT_DOUBLE_EQ(state.progress(), shown) << value;
     EXPECT_EQ(state.percentText(), text) << value;
   }
-}
-
-TEST(ExportProgressState, FirstValueTurnsIndeterminateIntoDeterminateAndItDismissesOnce) {
-  ExportProgressState state;
-  EXPECT_FALSE(state.isIndeterminate()) << "determinate is the default";
-  EXPECT_EQ(state.percentText(), "0%");
-  state.setIndeterminate();
-  EXPECT_TRUE(state.spinnerRunning());
-  EXPECT_FALSE(state.showsProgressBar() || state.showsPercent() || state.showsCancel());
-  state.setProgress(0.25);
-  EXPECT_FALSE(state.isIndeterminate() || state.spinnerRunning());
-  EXPECT_TRUE(state.showsProgressBar() && state.showsPercent() && state.showsCancel());
-  state.setProgress(0.75);
-  EXPECT_FALSE(state.isIndeterminate()) << "never back to indeterminate by itself";
-
-  EXPECT_TRUE(state.beginDismiss());
-  EXPECT_TRUE(state.isDismissing());
-  EXPECT_FALSE(state.beginDismiss());
-  EXPECT_FALSE(state.beginDismiss());
 }
 
 }  // namespace

@@ -365,7 +365,8 @@ TEST_F(ExportProgress, CoversItsParentFadesInAndFillsTheBar) {
   EXPECT_EQ(bar.pixelColor(bar.width() - 3, bar.height() / 2).rgb(), qColor(DSColor::accent).rgb()) << "full";
 }
 
-TEST_F(ExportProgress, IndeterminateUntilTheFirstValue) {
+TEST_F(ExportProgress, DeterminateByDefaultIndeterminateUntilTheFirstValue) {
+  EXPECT_FALSE(view->isIndeterminate());
   view->setIndeterminate("Importing...");
   EXPECT_TRUE(view->isIndeterminate());
   EXPECT_EQ(view->titleLabel()->text(), "Importing...");
@@ -378,6 +379,8 @@ TEST_F(ExportProgress, IndeterminateUntilTheFirstValue) {
   EXPECT_FALSE(view->spinner()->isRunning() || view->spinner()->isVisible());
   EXPECT_EQ(progressShown(), std::tuple(true, true, true));
   EXPECT_EQ(view->percentLabel()->text(), "30%");
+  view->setProgress(0.75);
+  EXPECT_FALSE(view->isIndeterminate()) << "never back to indeterminate by itself";
 }
 
 TEST_F(ExportProgress, SecondDismissNeverRunsItsCompletion) {
