@@ -12,28 +12,29 @@ namespace {
 
 class CompletionTest : public GpuTest {
  protected:
-  // A command buffer, not committed, that writes the pattern over `texture`.
-  std::shared_ptr<CommandBuffer> patternWork(const std::shared_ptr<ComputePipelineState>& pipeline,
-                                             const std::shared_ptr<Texture>& texture) {
-    const PatternParams params{texture->width(), texture->height(), 1};
-    return encodeDispatch(pipeline, {texture}, &params, sizeof params, groupsFor(texture->width(), texture->height()));
+  void SetUp() override {
+    GpuTest::SetUp();
+    pipeline = computePipeline("gpuPatternKernel");
   }
+  // A command buffer, not committed, that writes the pattern over `texture`.
+  std::shared_ptr<CommandBuffer> patternWork(const std::shared_ptr<Texture>& texture) {
+    const Params params{texture->width(), texture->height(), 1};
+    return encodeDispatch(pipeline, {texture}, &params, sizeof params);
+  }
+  std::shared_ptr<ComputePipelineState> pipeline;
 };
 
 TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOrderOffTheCommittingThreads) {
-  auto pipeline = computePipeline("gpuPatternKernel");
-  auto big = newTexture(1024, 512);
-  auto small = newTexture(16, 16);
+  auto big = newTexture(1024, 512), small = newTexture(16, 16);
   for (int round = 0; round < 10; ++round) {
     std::mutex mutex;
     std::vector<int> commitOrder, handlerOrder;
     std::vector<std::thread::id> handlerThreads, committingThreads;
     std::vector<std::shared_ptr<CommandBuffer>> buffers(3);
-
     auto commitOne = [&](int id) {
-      // The first buffer is heavy and the others light, so that completion out of
-      // order would show.
-      auto commandBuffer = patternWork(pipeline, id == 0 ? big : small);
+      // The first buffer is heavy and the others light, so that completion out of order
+      // would show.
+      auto commandBuffer = patternWork(id == 0 ? big : small);
       commandBuffer->addCompletedHandler([&, id](CommandBuffer& completed) {
         EXPECT_EQ(completed.status(), CommandBufferStatus::completed);
         std::lock_guard lock(mutex);
@@ -46,29 +47,21 @@ TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOr
       committingThreads.push_back(std::this_thread::get_id());
       commandBuffer->commit();
     };
-    std::thread first([&] {
-      commitOne(0);
-      commitOne(2);
-    });
-    std::thread second([&] { commitOne(1); });
-    first.join();
-    second.join();
+    std::thread first([&] { commitOne(0), commitOne(2); }), second([&] { commitOne(1); });
+    first.join(), second.join();
     for (auto& buffer : buffers) buffer->waitUntilCompleted();
 
     std::lock_guard lock(mutex);
     ASSERT_EQ(handlerOrder.size(), 3u);
     EXPECT_EQ(handlerOrder, commitOrder) << "round " << round;
-    for (std::thread::id handlerThread : handlerThreads) {
-      EXPECT_NE(handlerThread, std::this_thread::get_id());
+    committingThreads.push_back(std::this_thread::get_id());
+    for (std::thread::id handlerThread : handlerThreads)
       for (std::thread::id committing : committingThreads) EXPECT_NE(handlerThread, committing);
-    }
   }
 }
 
 TEST_F(CompletionTest, WaitUntilCompletedReturnsAfterTheHandlersRan) {
-  auto pipeline = computePipeline("gpuPatternKernel");
-  auto texture = newTexture(64, 64);
-  auto commandBuffer = patternWork(pipeline, texture);
+  auto commandBuffer = patternWork(newTexture(64, 64));
   std::atomic<int> ran{0};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
@@ -84,53 +77,44 @@ TEST_F(CompletionTest, WaitUntilCompletedReturnsAfterTheHandlersRan) {
 }
 
 TEST_F(CompletionTest, WhatAnEncodedCommandUsesStaysAliveUntilCompletion) {
-  auto pipeline = computePipeline("gpuPatternKernel");
   auto texture = newTexture(256, 256);
   const uint64_t bytes = device->allocatedTextureBytes();
   ASSERT_GT(bytes, 0u);
-  auto commandBuffer = patternWork(pipeline, texture);
+  auto commandBuffer = patternWork(texture);
   std::atomic<uint64_t> bytesInHandler{0};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) { bytesInHandler = device->allocatedTextureBytes(); });
-  texture.reset();
-  pipeline.reset();
+  texture.reset(), pipeline.reset();
   EXPECT_TRUE(run(commandBuffer));
-  EXPECT_EQ(bytesInHandler.load(), bytes);       // still held while handlers run
+  EXPECT_EQ(bytesInHandler.load(), bytes);         // still held while handlers run
   EXPECT_EQ(device->allocatedTextureBytes(), 0u);  // let go after
 }
 
 TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
-  auto pipeline = computePipeline("gpuPatternKernel");
   std::atomic<int> handled{0};
   std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
+  for (int t = 0; t < 4; ++t)
     threads.emplace_back([&] {
       for (int i = 0; i < 25; ++i) {
-        auto commandBuffer = patternWork(pipeline, newTexture(40, 20));
+        auto commandBuffer = patternWork(newTexture(40, 20));
         commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++handled; });
         commandBuffer->commit();
       }
     });
-  }
   for (auto& thread : threads) thread.join();
   queue.reset();  // waits for every buffer of the queue
   EXPECT_EQ(handled.load(), 100);
 }
 
 TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
-  auto pipeline = computePipeline("gpuPatternKernel");
-  auto texture = newTexture(512, 512);
-  auto commandBuffer = patternWork(pipeline, texture);
+  auto commandBuffer = patternWork(newTexture(512, 512));
   std::atomic<bool> ran{false};
   commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
   commandBuffer->commit();
-  commandBuffer.reset();
-  texture.reset();
-  pipeline.reset();
+  commandBuffer.reset(), pipeline.reset();
   device.reset();  // the queue is still held: the device itself waits
   EXPECT_TRUE(ran.load());
   // A buffer made after the device went completes at once with an error.
-  auto late = queue->commandBuffer();
-  if (late) {
+  if (auto late = queue->commandBuffer()) {
     EXPECT_FALSE(run(late));
   }
 }

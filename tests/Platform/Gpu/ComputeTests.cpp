@@ -1,6 +1,11 @@
 // Compute dispatch: exact results over odd sizes in 16 by 16 groups, uniform blocks
 // byte for byte, and the checks an encoder makes. A tile in group memory with its
 // border is exercised by the colour pass's sharpness against its CPU reference.
+//
+// Hazards between passes are the layer's job: a texture written by one pass and read by
+// the next, in one command buffer or across buffers, always gives the right data. The
+// validation layer runs with synchronisation validation, so a missing barrier is also
+// reported as a message.
 #include <cstring>
 
 #include "GpuTestSupport.h"
@@ -10,17 +15,15 @@ namespace {
 
 using ComputeTest = GpuTest;
 
+// CPU reference of gpuPatternKernel.
 std::vector<uint8_t> expectedPattern(uint32_t width, uint32_t height, uint32_t seed) {
   std::vector<uint8_t> bytes(size_t(width) * height * 4);
-  for (uint32_t y = 0; y < height; ++y) {
+  for (uint32_t y = 0; y < height; ++y)
     for (uint32_t x = 0; x < width; ++x) {
-      uint8_t* p = &bytes[(size_t(y) * width + x) * 4];
-      p[0] = static_cast<uint8_t>((x * 7u + y * 131u + seed) & 255u);  // blue
-      p[1] = static_cast<uint8_t>(y & 255u);                             // green
-      p[2] = static_cast<uint8_t>(x & 255u);                             // red
-      p[3] = static_cast<uint8_t>((x >> 8) + (y >> 8) * 16u + 1u);       // alpha
+      const uint8_t bgra[4] = {uint8_t(x * 7u + y * 131u + seed), uint8_t(y), uint8_t(x),
+                               uint8_t((x >> 8) + (y >> 8) * 16u + 1u)};
+      std::memcpy(&bytes[(size_t(y) * width + x) * 4], bgra, 4);
     }
-  }
   return bytes;
 }
 
@@ -28,12 +31,11 @@ TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesIncludingEdgeGroups
   // 1001 by 37: 62 full groups and a 9-wide one, 2 full rows and a 5-high one; the
   // overrunning groups' in-range pixels must be there like all others.
   auto pipeline = computePipeline("gpuPatternKernel");
-  for (auto [width, height, storage] : {std::tuple{1001u, 37u, StorageMode::privateStorage},
-                                        std::tuple{33u, 17u, StorageMode::shared}}) {
+  for (auto [width, height, storage] :
+       {std::tuple{1001u, 37u, StorageMode::privateStorage}, std::tuple{33u, 17u, StorageMode::shared}}) {
     auto output = newTexture(width, height, storage);
-    PatternParams params{width, height, 77};
-    auto done = dispatch(pipeline, {output}, &params, sizeof params, groupsFor(width, height));
-    ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
+    const Params params{width, height, 77};
+    ASSERT_TRUE(run(encodeDispatch(pipeline, {output}, &params, sizeof params)));
     EXPECT_TRUE(readBack(output) == expectedPattern(width, height, 77)) << width << "x" << height;
   }
 }
@@ -41,38 +43,28 @@ TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesIncludingEdgeGroups
 TEST_F(ComputeTest, EachDispatchSeesTheBytesSetBeforeIt) {
   // Two dispatches in one encoder with different seeds: the ring keeps both blocks.
   auto pipeline = computePipeline("gpuPatternKernel");
-  auto first = newTexture(20, 20);
-  auto second = newTexture(20, 20);
+  const Textures outputs = {newTexture(20, 20), newTexture(20, 20)};
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
-  encoder->setComputePipelineState(pipeline);
-  for (auto [texture, seed] : {std::pair{first, 1u}, std::pair{second, 2u}}) {
-    PatternParams params{20, 20, seed};
-    encoder->setBytes(&params, sizeof params, 0);
-    encoder->setTexture(texture, 0);
-    encoder->dispatchThreadgroups(groupsFor(20, 20), kGroupSize);
+  for (uint32_t seed : {0u, 1u}) {
+    const Params params{20, 20, seed};
+    encode(*encoder, pipeline, {outputs[seed]}, &params, sizeof params);
   }
   encoder->endEncoding();
-  ASSERT_TRUE(run(commandBuffer)) << commandBuffer->errorMessage();
-  EXPECT_TRUE(readBack(first) == expectedPattern(20, 20, 1));
-  EXPECT_TRUE(readBack(second) == expectedPattern(20, 20, 2));
+  ASSERT_TRUE(run(commandBuffer));
+  for (uint32_t seed : {0u, 1u}) EXPECT_TRUE(readBack(outputs[seed]) == expectedPattern(20, 20, seed)) << seed;
 }
 
 TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
-  struct Case {
+  const struct {
     std::vector<FunctionConstant> constants;
     uint8_t red, green;
-  };
+  } cases[] = {{{}, 7, 9}, {{{5, 200}}, 7, 200}, {{{3, 40}, {5, 2}}, 40, 2}, {{{11, 1}}, 7, 9}};
   // Defaults without constants; one or both replaced; an id the kernel lacks ignored.
-  for (const Case& c : {Case{{}, 7, 9}, Case{{{5, 200}}, 7, 200}, Case{{{3, 40}, {5, 2}}, 40, 2},
-                        Case{{{11, 1}}, 7, 9}}) {
-    auto made = device->newComputePipelineState(library, "gpuConstantKernel", c.constants);
-    ASSERT_TRUE(made) << made.error().message;
-    auto pipeline = *made;
+  for (const auto& c : cases) {
     auto output = newTexture(20, 3);
-    PatternParams params{20, 3, 0};
-    auto done = dispatch(pipeline, {output}, &params, sizeof params, groupsFor(20, 3));
-    ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
+    const Params params{20, 3, 0};
+    ASSERT_TRUE(run(encodeDispatch(computePipeline("gpuConstantKernel", c.constants), {output}, &params, 12)));
     const std::vector<uint8_t> actual = readBack(output);
     for (size_t i = 0; i < actual.size(); i += 4) {
       ASSERT_EQ(actual[i + 2], c.red) << "pixel " << i / 4;
@@ -88,32 +80,31 @@ TEST_F(ComputeTest, A208ByteBlockReachesTheShaderByteForByte) {
   for (int i = 0; i < 208; ++i) block[i] = static_cast<uint8_t>(i * 37 + 11);
   const uint32_t specials[] = {0x7fc00001u, 0x7f800000u, 0x80000000u, 0xffffffffu};
   std::memcpy(block + 100, specials, sizeof specials);
-  auto done = dispatch(computePipeline("gpuBlockKernel"), {output}, block, sizeof block, {4, 1, 1});
-  ASSERT_EQ(done->status(), CommandBufferStatus::completed) << done->errorMessage();
+  ASSERT_TRUE(run(encodeDispatch(computePipeline("gpuBlockKernel"), {output}, block, sizeof block)));
   const std::vector<uint8_t> seen = readBack(output);
   for (int i = 0; i < 208; ++i) EXPECT_EQ(seen[i], block[i]) << "byte " << i;
 }
 
 TEST_F(ComputeTest, MisuseOfAnEncoderFailsTheBufferWithAMessage) {
   EXPECT_FALSE(device->capabilities().supportsNonUniformThreadgroups);
-  auto pattern = computePipeline("gpuPatternKernel");
-  auto blockKernel = computePipeline("gpuBlockKernel");
   auto output = newTexture(52, 16, StorageMode::shared);
-  PatternParams params{16, 16, 0};
-  uint8_t shortBlock[64] = {};
-  EXPECT_NE(dispatch(pattern, {output}, &params, sizeof params, {2, 2, 1}, {8, 8, 1})->errorMessage().find("16x16x1"),
-            std::string::npos);
-  EXPECT_NE(dispatch(blockKernel, {output}, nullptr, 0, {4, 1, 1})->errorMessage().find("no bytes at index 0"),
-            std::string::npos);
-  EXPECT_NE(dispatch(blockKernel, {output}, shortBlock, sizeof shortBlock, {4, 1, 1})->errorMessage().find("reads 208"),
-            std::string::npos);
+  auto failure = [&](const char* kernel, const void* bytes, size_t length, Size groupSize = kGroupSize) {
+    auto commandBuffer = encodeDispatch(computePipeline(kernel), {output}, bytes, length, {}, groupSize);
+    EXPECT_FALSE(run(commandBuffer)) << kernel;
+    return commandBuffer->errorMessage();
+  };
+  const Params params{16, 16, 0};
+  const uint8_t shortBlock[64] = {};
+  EXPECT_THAT(failure("gpuPatternKernel", &params, sizeof params, {8, 8, 1}), HasSubstr("16x16x1"));
+  EXPECT_THAT(failure("gpuBlockKernel", nullptr, 0), HasSubstr("no bytes at index 0"));
+  EXPECT_THAT(failure("gpuBlockKernel", shortBlock, sizeof shortBlock), HasSubstr("reads 208"));
 
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
   encoder->setThreadgroupMemoryLength(size_t(device->capabilities().maxThreadgroupMemoryLength) + 16, 0);
   encoder->endEncoding();
   EXPECT_FALSE(run(commandBuffer));
-  EXPECT_NE(commandBuffer->errorMessage().find("setThreadgroupMemoryLength"), std::string::npos);
+  EXPECT_THAT(commandBuffer->errorMessage(), HasSubstr("setThreadgroupMemoryLength"));
 }
 
 TEST_F(ComputeTest, OneEncoderAtATime) {
@@ -126,6 +117,84 @@ TEST_F(ComputeTest, OneEncoderAtATime) {
   // Commit closes an encoder left open.
   EXPECT_TRUE(run(commandBuffer));
   EXPECT_FALSE(commandBuffer->computeCommandEncoder());
+}
+
+class BarrierTest : public GpuTest {
+ protected:
+  void SetUp() override {
+    GpuTest::SetUp();
+    pipeline = computePipeline("gpuSwizzleKernel");
+  }
+  // Textures of the test's size; the first `uploads` hold patterns of seeds 1, 2, ...
+  Textures textures(int count, int uploads) {
+    Textures made;
+    for (int i = 0; i < count; ++i)
+      made.push_back(i < uploads ? patterned(width, height, i + 1) : newTexture(width, height));
+    return made;
+  }
+  void encodeSwizzle(ComputeCommandEncoder& encoder, const std::shared_ptr<Texture>& from,
+                     const std::shared_ptr<Texture>& to, uint32_t delta) {
+    const Params params{width, height, delta};
+    encode(encoder, pipeline, {from, to}, &params, sizeof params);
+  }
+  // One command buffer of one swizzle, committed without waiting.
+  std::shared_ptr<CommandBuffer> commitSwizzle(const std::shared_ptr<Texture>& from, const std::shared_ptr<Texture>& to,
+                                               uint32_t delta) {
+    const Params params{width, height, delta};
+    auto commandBuffer = encodeDispatch(pipeline, {from, to}, &params, sizeof params);
+    commandBuffer->commit();
+    return commandBuffer;
+  }
+  static std::vector<uint8_t> pattern(uint32_t seed) { return patternBytes(width, height, seed); }
+
+  std::shared_ptr<ComputePipelineState> pipeline;
+  static constexpr uint32_t width = 70, height = 41;
+};
+
+TEST_F(BarrierTest, SampledReadStorageWriteChainAcrossPassesOfOneCommandBuffer) {
+  Textures t = textures(4, 1);
+  auto result = newTexture(width, height, StorageMode::shared);
+  auto commandBuffer = queue->commandBuffer();
+  auto encoder = commandBuffer->computeCommandEncoder();
+  encodeSwizzle(*encoder, t[0], t[1], 1);  // storage write of t1
+  encoder->endEncoding();
+  encoder = commandBuffer->computeCommandEncoder();
+  encodeSwizzle(*encoder, t[1], t[2], 2);  // sampled read of t1 in the next pass
+  encodeSwizzle(*encoder, t[2], t[3], 3);  // and within one encoder: t2 written, then read
+  encoder->endEncoding();
+  auto blit = commandBuffer->blitCommandEncoder();
+  blit->copyFromTexture(t[3], {0, 0}, {width, height, 1}, result, {0, 0});
+  blit->endEncoding();
+  ASSERT_TRUE(run(commandBuffer));
+  EXPECT_TRUE(readBack(result) == swizzle(swizzle(swizzle(pattern(1), 1), 2), 3));
+}
+
+TEST_F(BarrierTest, WriteAfterReadWaitsForTheReader) {
+  Textures t = textures(4, 2);  // t0 and t1 hold patterns 1 and 2
+  auto commandBuffer = queue->commandBuffer();
+  auto encoder = commandBuffer->computeCommandEncoder();
+  encodeSwizzle(*encoder, t[0], t[2], 0);  // t2 = f(t0)
+  encodeSwizzle(*encoder, t[2], t[3], 0);  // t3 reads t2
+  encodeSwizzle(*encoder, t[1], t[2], 5);  // t2 rewritten: must not overtake the read above
+  encodeSwizzle(*encoder, t[2], t[0], 0);  // t0 = f(new t2): t0 was read by the first pass
+  encoder->endEncoding();
+  ASSERT_TRUE(run(commandBuffer));
+  EXPECT_TRUE(readBack(t[3]) == swizzle(swizzle(pattern(1), 0), 0));
+  EXPECT_TRUE(readBack(t[0]) == swizzle(swizzle(pattern(2), 5), 0));
+}
+
+TEST_F(BarrierTest, WorkOfOneCommandBufferIsSeenByTheNextAndUploadsLandInOrder) {
+  // Without waiting, the second buffer reads what the first wrote. replaceRegion is
+  // immediate: work committed after it sees the new bytes, work committed before it the
+  // old ones.
+  Textures t = textures(4, 1);
+  commitSwizzle(t[0], t[1], 7);
+  commitSwizzle(t[1], t[2], 8);
+  upload(t[0], pattern(12));
+  commitSwizzle(t[0], t[3], 0)->waitUntilCompleted();
+  EXPECT_TRUE(readBack(t[1]) == swizzle(pattern(1), 7));
+  EXPECT_TRUE(readBack(t[2]) == swizzle(swizzle(pattern(1), 7), 8));
+  EXPECT_TRUE(readBack(t[3]) == swizzle(pattern(12), 0));
 }
 
 }  // namespace

@@ -4,11 +4,7 @@
 layout(local_size_x = 16, local_size_y = 16) in;
 layout(constant_id = 3) const uint first = 7u;
 layout(constant_id = 5) const uint second = 9u;
-layout(set = 0, binding = 0, std140) uniform Params {
-  uint width;
-  uint height;
-  uint seed;
-} p;
+layout(set = 0, binding = 0, std140) uniform Params { uint width, height, seed; } p;
 layout(set = 0, binding = 8) uniform writeonly image2D outputImage;
 
 void main() {

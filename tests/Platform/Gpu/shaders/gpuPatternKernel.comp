@@ -2,11 +2,7 @@
 // Writes a pattern that depends on the position and a seed, so that every pixel of an
 // odd-sized texture can be checked against the CPU. Output: texture 0.
 layout(local_size_x = 16, local_size_y = 16) in;
-layout(set = 0, binding = 0, std140) uniform Params {
-  uint width;
-  uint height;
-  uint seed;
-} p;
+layout(set = 0, binding = 0, std140) uniform Params { uint width, height, seed; } p;
 layout(set = 0, binding = 8) uniform writeonly image2D outputImage;
 
 void main() {

@@ -1,7 +1,11 @@
-// Textures: host access, blit copies, sizes, the memory budget.
+// Textures: host access, blit copies, sizes, the memory budget; the shared read-back: a
+// private texture through its host-readable copy, and the textures and rows it refuses
+// without writing.
+#include <algorithm>
 #include <cstring>
 
 #include "GpuTestSupport.h"
+#include "Platform/Gpu/ReadBack.h"
 
 namespace platform::gpu::testing {
 namespace {
@@ -17,54 +21,43 @@ void copyRect(const std::vector<uint8_t>& from, uint32_t fromWidth, uint32_t sx,
 
 TEST_F(TextureTest, ReplaceRegionOfASubRectangleReachesSharedAndPrivateImages) {
   for (StorageMode storage : {StorageMode::shared, StorageMode::privateStorage}) {
-    auto texture = newTexture(19, 13, storage);
+    auto texture = patterned(19, 13, 3, storage);
     std::vector<uint8_t> all = patternBytes(19, 13, 3);
-    upload(texture, all);
     // A patch at the far corner, with a row pitch wider than its rows.
-    std::vector<uint8_t> patch = patternBytes(8, 5, 4);
+    const std::vector<uint8_t> patch = patternBytes(8, 5, 4);
     texture->replaceRegion({{15, 8}, 4, 5}, patch.data(), 8 * 4);
     copyRect(patch, 8, 0, 0, all, 19, 15, 8, 4, 5);
     EXPECT_TRUE(readBack(texture) == all);
-    if (storage == StorageMode::shared) {
-      uint8_t corner[4];
-      texture->getBytes(corner, 4, {{18, 12}, 1, 1});
-      EXPECT_EQ(0, std::memcmp(corner, &all[(12 * 19 + 18) * 4], 4));
-    } else {
-      // getBytes on a private texture does nothing.
-      std::vector<uint8_t> untouched(16, 0xab);
-      texture->getBytes(untouched.data(), 16, {{0, 0}, 4, 1});
-      EXPECT_TRUE(untouched == std::vector<uint8_t>(16, 0xab));
-    }
+    // getBytes reads a shared texture's corner; on a private texture it does nothing.
+    std::vector<uint8_t> corner(4, 0xab);
+    texture->getBytes(corner.data(), 4, {{18, 12}, 1, 1});
+    EXPECT_TRUE(corner == (storage == StorageMode::shared ? std::vector(all.end() - 4, all.end())
+                                                          : std::vector<uint8_t>(4, 0xab)));
   }
 }
 
 TEST_F(TextureTest, BlitCopiesASubRectangleFromASharedTexture) {
-  auto source = newTexture(40, 30, StorageMode::shared);
-  auto destination = newTexture(50, 50);
-  std::vector<uint8_t> sourceBytes = patternBytes(40, 30, 7);
+  auto source = patterned(40, 30, 7, StorageMode::shared), destination = patterned(50, 50, 8);
   std::vector<uint8_t> expected = patternBytes(50, 50, 8);
-  upload(source, sourceBytes);
-  upload(destination, expected);
   auto commandBuffer = queue->commandBuffer();
   auto blit = commandBuffer->blitCommandEncoder();
   blit->copyFromTexture(source, {5, 7}, {20, 10, 1}, destination, {13, 21});
   blit->endEncoding();
-  ASSERT_TRUE(run(commandBuffer)) << commandBuffer->errorMessage();
-  copyRect(sourceBytes, 40, 5, 7, expected, 50, 13, 21, 20, 10);
+  ASSERT_TRUE(run(commandBuffer));
+  copyRect(patternBytes(40, 30, 7), 40, 5, 7, expected, 50, 13, 21, 20, 10);
   EXPECT_TRUE(readBack(destination) == expected);
 }
 
 TEST_F(TextureTest, BlitWithinOneTextureAndOutOfBounds) {
-  auto texture = newTexture(32, 8, StorageMode::shared);
+  auto texture = patterned(32, 8, 9, StorageMode::shared);
   std::vector<uint8_t> bytes = patternBytes(32, 8, 9);
-  upload(texture, bytes);
   auto commandBuffer = queue->commandBuffer();
   auto blit = commandBuffer->blitCommandEncoder();
   blit->copyFromTexture(texture, {0, 0}, {16, 8, 1}, texture, {16, 0});
   blit->copyFromTexture(texture, {20, 0}, {16, 8, 1}, texture, {0, 0});  // past the right edge: refused
   blit->endEncoding();
   EXPECT_FALSE(run(commandBuffer));
-  EXPECT_NE(commandBuffer->errorMessage().find("outside"), std::string::npos);
+  EXPECT_THAT(commandBuffer->errorMessage(), HasSubstr("outside"));
   copyRect(bytes, 32, 0, 0, bytes, 32, 16, 0, 16, 8);
   EXPECT_TRUE(readBack(texture) == bytes);
 }
@@ -72,12 +65,8 @@ TEST_F(TextureTest, BlitWithinOneTextureAndOutOfBounds) {
 TEST_F(TextureTest, SizesOutsideTheDeviceLimitGiveNone) {
   const uint32_t limit = device->capabilities().maxTextureDimension;
   ASSERT_GT(limit, 0u);
-  for (auto [width, height] : {std::pair{limit + 1, 1u}, std::pair{1u, limit + 1}, std::pair{1u, 0u}}) {
-    TextureDescriptor descriptor;
-    descriptor.width = width;
-    descriptor.height = height;
-    EXPECT_FALSE(device->newTexture(descriptor)) << width << "x" << height;
-  }
+  for (auto [width, height] : {std::pair{limit + 1, 1u}, std::pair{1u, limit + 1}, std::pair{1u, 0u}})
+    EXPECT_FALSE(device->newTexture({.width = width, .height = height})) << width << "x" << height;
   EXPECT_EQ(device->allocatedTextureBytes(), 0u);
 }
 
@@ -87,11 +76,9 @@ TEST_F(TextureTest, TexturesBeyondTheDevicesMemoryGiveNone) {
   const DeviceCapabilities& caps = device->capabilities();
   ASSERT_GT(caps.memoryBudgetBytes, 0u);
   const uint64_t each = uint64_t(caps.maxTextureDimension) * caps.maxTextureDimension * 4;
-  TextureDescriptor descriptor;
-  descriptor.width = descriptor.height = caps.maxTextureDimension;
-  std::vector<std::shared_ptr<Texture>> held;
+  Textures held;
   for (uint64_t i = 0; i <= caps.memoryBudgetBytes / each + 1; ++i) {
-    auto texture = device->newTexture(descriptor);
+    auto texture = device->newTexture({.width = caps.maxTextureDimension, .height = caps.maxTextureDimension});
     if (!texture) break;
     held.push_back(texture);
   }
@@ -113,22 +100,44 @@ class BudgetTest : public GpuTest {
 
 TEST_F(BudgetTest, AnExplicitBudgetRefusesWhatWouldPassIt) {
   EXPECT_EQ(device->capabilities().memoryBudgetBytes, kBudget);
-  TextureDescriptor descriptor;
-  descriptor.width = descriptor.height = 512;  // 1 MiB each
-  auto a = device->newTexture(descriptor);
-  auto b = device->newTexture(descriptor);
-  auto c = device->newTexture(descriptor);
+  auto texture = [&](uint32_t side, StorageMode storage = StorageMode::privateStorage) {
+    return device->newTexture({.width = side, .height = side, .storageMode = storage});
+  };
+  auto a = texture(512), b = texture(512), c = texture(512);  // 1 MiB each
   ASSERT_TRUE(a && b && c);
-  EXPECT_FALSE(device->newTexture(descriptor));
+  EXPECT_FALSE(texture(512));
   // 256 KiB fit in what is left, but not twice that: a shared texture's staging copy counts too.
-  descriptor.width = descriptor.height = 256;
-  descriptor.storageMode = StorageMode::shared;
-  EXPECT_FALSE(device->newTexture(descriptor));
-  descriptor.storageMode = StorageMode::privateStorage;
-  EXPECT_TRUE(device->newTexture(descriptor));
+  EXPECT_FALSE(texture(256, StorageMode::shared));
+  EXPECT_TRUE(texture(256));
   a.reset();
-  descriptor.width = descriptor.height = 512;
-  EXPECT_TRUE(device->newTexture(descriptor));
+  EXPECT_TRUE(texture(512));
+}
+
+using ReadBackTest = GpuTest;
+
+TEST_F(ReadBackTest, APrivateTextureComesBackThroughItsCopyWithPaddedRows) {
+  auto texture = patterned(5, 3, 4);
+  const std::vector<uint8_t> pixels = patternBytes(5, 3, 4);
+  auto commandBuffer = queue->commandBuffer();
+  auto readable = encodeHostReadableCopy(*device, *commandBuffer, texture);
+  ASSERT_TRUE(readable);
+  ASSERT_TRUE(run(commandBuffer));
+  const size_t rowBytes = 5 * 4 + 8;
+  std::vector<uint8_t> rows(rowBytes * 3, 0xEE);
+  ASSERT_TRUE(readBackBGRA8(*readable, rows.data(), rowBytes));
+  for (size_t y = 0; y < 3; ++y) {
+    EXPECT_TRUE(std::equal(pixels.begin() + y * 20, pixels.begin() + (y + 1) * 20, rows.begin() + y * rowBytes)) << y;
+    EXPECT_EQ(rows[y * rowBytes + 20], 0xEE) << "the padding is left alone";
+  }
+}
+
+TEST_F(ReadBackTest, RefusesWithoutWritingWhatItCannotRead) {
+  auto privateTexture = newTexture(4, 2), shared = newTexture(4, 2, StorageMode::shared);
+  std::vector<uint8_t> rows(4 * 4 * 2, 0xEE);
+  EXPECT_FALSE(readBackBGRA8(*privateTexture, rows.data(), 16));
+  EXPECT_FALSE(readBackBGRA8(*shared, rows.data(), 15));
+  EXPECT_FALSE(readBackBGRA8(*shared, nullptr, 16));
+  EXPECT_TRUE(rows == std::vector<uint8_t>(rows.size(), 0xEE));
 }
 
 }  // namespace
