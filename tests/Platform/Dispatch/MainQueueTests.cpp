@@ -1,10 +1,6 @@
-// ManualMainQueue's order and turns, work items, the shared queue and assertMainQueue.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <chrono>
-#include <thread>
-
+// The main queues: ManualMainQueue's order and turns, RunLoopMainQueue's order, delayed
+// work, wake-ups from other threads and clean stops; work items, the shared queue and
+// assertMainQueue.
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/WorkItem.h"
@@ -13,8 +9,7 @@
 namespace platform::dispatch {
 namespace {
 
-using namespace std::chrono_literals;
-using ::testing::ElementsAre;
+using namespace testing;
 
 TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChainsUntilIdle) {
   ManualMainQueue queue;
@@ -46,38 +41,36 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChain
 
 TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadInEachProducersOrder) {
   ManualMainQueue queue;
-  std::vector<std::pair<int, int>> ran;  // (producer, index)
-  std::vector<std::thread::id> ranOn;
+  const std::thread::id pumping = std::this_thread::get_id();
+  std::vector<int> next(3, 0);
   std::vector<std::thread> producers;
-  for (int p = 0; p < 3; ++p) {
+  for (int p = 0; p < 3; ++p)
     producers.emplace_back([&, p] {
-      for (int i = 0; i < 200; ++i) queue.async([&, p, i] {
-        ran.emplace_back(p, i);
-        ranOn.push_back(std::this_thread::get_id());
-      });
+      for (int i = 0; i < 200; ++i)
+        queue.async([&, p, i] {
+          EXPECT_EQ(i, next[p]++);
+          EXPECT_EQ(std::this_thread::get_id(), pumping);
+        });
     });
-  }
   for (auto& producer : producers) producer.join();
   EXPECT_EQ(queue.runPending(), 600u);
-  std::vector<int> next(3, 0);
-  for (const auto& [producer, index] : ran) EXPECT_EQ(index, next[producer]++);
   EXPECT_EQ(next, (std::vector<int>{200, 200, 200}));
-  for (const auto id : ranOn) EXPECT_EQ(id, std::this_thread::get_id());
 }
 
 TEST(ManualMainQueue, DelayedWorkWaitsForTheFakeClockAndRunsInDueOrder) {
   ManualMainQueue queue;
   std::vector<std::string> order;
-  queue.asyncAfter(30ms, [&] { order.push_back("30ms"); });
-  queue.asyncAfter(10ms, [&] { order.push_back("10ms"); });
-  queue.asyncAfter(20ms, [&] { order.push_back("20ms a"); });
-  queue.asyncAfter(20ms, [&] { order.push_back("20ms b"); });
-  queue.asyncAfter(-5s, [&] { order.push_back("negative"); });  // counts as no delay
-  queue.async([&] { order.push_back("now"); });
+  auto note = [&](const char* name) { return [&order, name] { order.push_back(name); }; };
+  queue.asyncAfter(30ms, note("30ms"));
+  queue.asyncAfter(10ms, note("10ms"));
+  queue.asyncAfter(20ms, note("20ms a"));
+  queue.asyncAfter(20ms, note("20ms b"));
+  queue.asyncAfter(-5s, note("negative"));  // counts as no delay
+  queue.async(note("now"));
   EXPECT_EQ(queue.runPending(), 2u);
   queue.advance(15ms);
   EXPECT_THAT(order, ElementsAre("negative", "now")) << "advancing alone runs nothing";
-  queue.async([&] { order.push_back("after advance"); });
+  queue.async(note("after advance"));
   EXPECT_EQ(queue.runPending(), 2u);
   EXPECT_THAT(order, ElementsAre("negative", "now", "10ms", "after advance")) << "work due earlier runs first";
   queue.advance(1h);
@@ -111,10 +104,9 @@ TEST(ManualMainQueue, CancelledWorkItemsNeverRun) {
 TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
   ManualMainQueue queue;
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any pump";
-  bool otherBeforePump = true;
+  bool otherBeforePump = true, insideWork = false;
   std::thread([&] { otherBeforePump = queue.isCurrentThread(); }).join();
   EXPECT_FALSE(otherBeforePump);
-  bool insideWork = false;
   std::thread([&] {
     queue.async([&] { insideWork = queue.isCurrentThread(); });
     queue.runPending();
@@ -128,16 +120,14 @@ TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
 TEST(ManualMainQueue, CapturesAreReleasedOnceRunOrWithTheQueueUnrun) {
   auto capture = std::make_shared<int>(0);
   std::weak_ptr<int> watch = capture;
-  bool ran = false;
   {
     ManualMainQueue queue;
     queue.async([capture] {});
     queue.runPending();
-    queue.async([&ran, capture] { ran = true; });
+    queue.async([capture] { ADD_FAILURE(); });
     capture.reset();
     EXPECT_FALSE(watch.expired());
   }
-  EXPECT_FALSE(ran);
   EXPECT_TRUE(watch.expired());
 }
 
@@ -181,6 +171,92 @@ TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
         assertMainQueue();
       },
       "no main queue is set");
+}
+
+TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  bool onRunner = false;
+  EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
+  std::thread([&] {
+    queue.async([&] {
+      order.push_back("a");
+      queue.async([&] { order.push_back("queued by a"), onRunner = queue.isCurrentThread(), queue.stop(); });
+    });
+    queue.async([&] { order.push_back("b"); });
+    runGuarded(queue);
+  }).join();
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
+  EXPECT_TRUE(onRunner);
+  EXPECT_FALSE(queue.isCurrentThread());
+}
+
+TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  // Queued latest-due first; the gaps between due times only need to exceed the time
+  // between two calls here, so they say nothing about speed.
+  queue.asyncAfter(150ms, [&] { order.push_back("150ms"), queue.stop(); });
+  queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
+  queue.asyncAfter(75ms, cancelled);
+  queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
+  queue.async([&] { order.push_back("now"); });
+  cancelled->cancel();
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
+}
+
+TEST(RunLoopMainQueue, WakesForWorkFromAnotherThreadWhileWaitingForLaterWork) {
+  RunLoopMainQueue queue;
+  Gate looping;
+  queue.asyncAfter(1h, [&] { ADD_FAILURE() << "delayed work ran"; });
+  queue.async([&] { looping.open(); });
+  std::thread producer([&] {
+    ASSERT_TRUE(looping.wait());
+    // Not a clock wait: it gives the loop time to go to sleep with nothing due, so that
+    // the new work has to wake it.
+    std::this_thread::sleep_for(20ms);
+    queue.async([&] { queue.stop(); });
+  });
+  runGuarded(queue);
+  producer.join();
+}
+
+TEST(RunLoopMainQueue, StopEndsTheRunFromAnyThreadAndLeavesTheRestForTheNextRun) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  Gate looping;
+  queue.async([&] { looping.open(); });
+  std::thread stopper([&] {
+    EXPECT_TRUE(looping.wait());
+    queue.stop();
+  });
+  runGuarded(queue);
+  stopper.join();
+
+  queue.async([&] { order.push_back("first"), queue.stop(); });
+  queue.async([&] { order.push_back("second"); });
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("first"));
+  queue.stop();  // before run: the next run returns at once
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("first"));
+  queue.async([&] { queue.stop(); });
+  runGuarded(queue);  // the earlier stop was used up
+  EXPECT_THAT(order, ElementsAre("first", "second"));
+}
+
+TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {
+  auto capture = std::make_shared<int>(0);
+  std::weak_ptr<int> watch = capture;
+  {
+    RunLoopMainQueue queue;
+    queue.asyncAfter(1h, [capture] { ADD_FAILURE(); });
+    queue.async([capture] { ADD_FAILURE(); });
+    capture.reset();
+  }
+  EXPECT_TRUE(watch.expired());
 }
 
 }  // namespace

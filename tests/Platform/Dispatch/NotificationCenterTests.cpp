@@ -1,73 +1,72 @@
 // NotificationCenter: order, observation by object and name, removal, handlers that
 // change the observers or post, and threads.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <atomic>
-#include <thread>
 
 #include "Platform/Dispatch/NotificationCenter.h"
+#include "TestSupport.h"
 
 namespace platform::dispatch {
 namespace {
 
-using ::testing::ElementsAre;
+using namespace testing;
 using Token = NotificationCenter::ObserverToken;
 
-TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsContents) {
+// Observers that note what they hear as "who:name".
+struct Heard {
   NotificationCenter center;
-  std::vector<int> order;
-  for (int i = 0; i < 3; ++i) center.addObserver("Changed", nullptr, [&order, i](const Notification&) { order.push_back(i); });
+  std::vector<std::string> notes;
+  Token add(const std::string& name, const void* object, std::string who) {
+    return center.addObserver(name, object,
+                              [this, who](const Notification& n) { notes.push_back(who + ":" + n.name); });
+  }
+};
+
+TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsContents) {
+  Heard heard;
+  for (const char* who : {"0", "1", "2"}) heard.add("Changed", nullptr, who);
   int sender = 0;
-  Notification heard;
-  std::thread::id heardOn;
-  center.addObserver("Changed", nullptr, [&](const Notification& n) {
-    heard = n;
-    heardOn = std::this_thread::get_id();
-  });
-  std::thread::id postedOn;
+  Notification last;
+  heard.center.addObserver("Changed", nullptr, [&](const Notification& n) { last = n; });
   std::thread([&] {
-    postedOn = std::this_thread::get_id();
-    center.post("Changed", &sender, {{"count", 3}, {"label", std::string("three")}});
-    EXPECT_EQ(heardOn, postedOn) << "delivered before post returned";
+    const std::thread::id posting = std::this_thread::get_id();
+    heard.center.addObserver("Changed", nullptr, [&](const Notification&) {
+      EXPECT_EQ(std::this_thread::get_id(), posting) << "delivered before post returned";
+    });
+    heard.center.post("Changed", &sender, {{"count", 3}, {"label", std::string("three")}});
   }).join();
-  EXPECT_EQ(order, (std::vector<int>{0, 1, 2}));
-  EXPECT_EQ(heard.name, "Changed");
-  EXPECT_EQ(heard.object, &sender);
-  ASSERT_EQ(heard.userInfo.size(), 2u);
-  EXPECT_EQ(std::any_cast<int>(heard.userInfo.at("count")), 3);
-  EXPECT_EQ(std::any_cast<std::string>(heard.userInfo.at("label")), "three");
+  EXPECT_THAT(heard.notes, ElementsAre("0:Changed", "1:Changed", "2:Changed"));
+  EXPECT_EQ(last.name, "Changed");
+  EXPECT_EQ(last.object, &sender);
+  ASSERT_EQ(last.userInfo.size(), 2u);
+  EXPECT_EQ(std::any_cast<int>(last.userInfo.at("count")), 3);
+  EXPECT_EQ(std::any_cast<std::string>(last.userInfo.at("label")), "three");
 }
 
 TEST(NotificationCenter, DeliversOnlyMatchingNamesAndObjects) {
-  NotificationCenter center;
+  Heard heard;
   int first = 0, second = 0;
-  std::vector<std::string> heard;
-  auto hear = [&](std::string who) {
-    return [&heard, who](const Notification& n) { heard.push_back(who + ":" + n.name); };
-  };
-  center.addObserver("Ended", &first, hear("first"));
-  center.addObserver("Ended", nullptr, hear("any object"));
-  center.addObserver("", nullptr, hear("any name"));
-  center.post("Ended", &second);
-  center.post("Ended", nullptr);  // does not reach an object's observer
-  center.post("Ended", &first);
-  center.post("Unrelated");
-  EXPECT_THAT(heard, ElementsAre("any object:Ended", "any name:Ended", "any object:Ended", "any name:Ended",
-                                 "first:Ended", "any object:Ended", "any name:Ended", "any name:Unrelated"));
+  heard.add("Ended", &first, "first");
+  heard.add("Ended", nullptr, "any object");
+  heard.add("", nullptr, "any name");
+  heard.center.post("Ended", &second);
+  heard.center.post("Ended", nullptr);  // does not reach an object's observer
+  heard.center.post("Ended", &first);
+  heard.center.post("Unrelated");
+  EXPECT_THAT(heard.notes, ElementsAre("any object:Ended", "any name:Ended", "any object:Ended", "any name:Ended",
+                                       "first:Ended", "any object:Ended", "any name:Ended", "any name:Unrelated"));
 }
 
 TEST(NotificationCenter, RemovedObserversHearNothingAndLetTheirHandlersGo) {
-  NotificationCenter center;
-  std::vector<int> heard;
-  const Token a = center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back(1); });
-  center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back(2); });
+  Heard heard;
+  NotificationCenter& center = heard.center;
+  const Token a = heard.add("Changed", nullptr, "a");
+  heard.add("Changed", nullptr, "b");
   EXPECT_NE(a, 0u);
   EXPECT_TRUE(center.removeObserver(a));
   EXPECT_FALSE(center.removeObserver(a)) << "a second removal is ignored";
   EXPECT_FALSE(center.removeObserver(0));
   center.post("Changed");
-  EXPECT_EQ(heard, (std::vector<int>{2}));
+  EXPECT_THAT(heard.notes, ElementsAre("b:Changed"));
 
   // A handler that removes itself keeps its captures until it returns.
   auto token = std::make_shared<Token>(0);
@@ -89,30 +88,29 @@ TEST(NotificationCenter, RemovedObserversHearNothingAndLetTheirHandlersGo) {
 // A handler may remove a later observer (it is not called), add one (it hears the next
 // post) and post (delivered at once, inside).
 TEST(NotificationCenter, HandlersMayChangeTheObserversAndPost) {
-  NotificationCenter center;
-  std::vector<std::string> heard;
+  Heard heard;
   Token later = 0;
   bool added = false;
-  center.addObserver("Changed", nullptr, [&](const Notification&) {
-    heard.push_back("first");
-    center.removeObserver(later);
-    if (!std::exchange(added, true))
-      center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("added"); });
-    center.post("Inner");
+  heard.center.addObserver("Changed", nullptr, [&](const Notification& n) {
+    heard.notes.push_back("first:" + n.name);
+    heard.center.removeObserver(later);
+    if (!std::exchange(added, true)) heard.add("Changed", nullptr, "added");
+    heard.center.post("Inner");
   });
-  later = center.addObserver("Changed", nullptr, [&](const Notification&) { heard.push_back("later"); });
-  center.addObserver("Inner", nullptr, [&](const Notification&) { heard.push_back("inner"); });
-  center.post("Changed");
-  EXPECT_THAT(heard, ElementsAre("first", "inner"));
-  center.post("Changed");
-  EXPECT_THAT(heard, ElementsAre("first", "inner", "first", "inner", "added"));
+  later = heard.add("Changed", nullptr, "later");
+  heard.add("Inner", nullptr, "inner");
+  heard.center.post("Changed");
+  EXPECT_THAT(heard.notes, ElementsAre("first:Changed", "inner:Inner"));
+  heard.center.post("Changed");
+  EXPECT_THAT(heard.notes,
+              ElementsAre("first:Changed", "inner:Inner", "first:Changed", "inner:Inner", "added:Changed"));
 }
 
 TEST(NotificationCenter, IsSafeFromManyThreads) {
   NotificationCenter center;
   std::atomic<int> delivered{0};
   std::vector<std::thread> threads;
-  for (int t = 0; t < 4; ++t) {
+  for (int t = 0; t < 4; ++t)
     threads.emplace_back([&] {
       for (int i = 0; i < 200; ++i) {
         const auto token = center.addObserver("Tick", nullptr, [&](const Notification&) { delivered.fetch_add(1); });
@@ -120,7 +118,6 @@ TEST(NotificationCenter, IsSafeFromManyThreads) {
         center.removeObserver(token);
       }
     });
-  }
   for (auto& thread : threads) thread.join();
   // Each post reaches at least its own observer; others come and go meanwhile.
   EXPECT_GE(delivered.load(), 800);
