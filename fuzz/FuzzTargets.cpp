@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string>
@@ -30,20 +31,14 @@ void require(bool condition) {
 }
 
 // A decoded image is whole and within the limits; an error says something.
-void checkDecode(const DecodeResult& result) {
-  if (!result) {
-    require(!result.error().message.empty());
-    return;
-  }
+template <DecodeResult (*decode)(std::span<const std::uint8_t>)>
+void decodeImage(std::span<const std::uint8_t> input) {
+  const DecodeResult result = decode(input);
+  if (!result) return require(!result.error().message.empty());
   const Image& image = *result;
   require(image.width > 0 && image.height > 0);
   require(image.width <= platform::media::kMaxImageSide && image.height <= platform::media::kMaxImageSide);
   require(image.pixels.size() == image.bytesPerRow() * static_cast<std::size_t>(image.height));
-}
-
-template <DecodeResult (*decode)(std::span<const std::uint8_t>)>
-void decodeImage(std::span<const std::uint8_t> input) {
-  checkDecode(decode(input));
 }
 
 // JSON nested deeper than any edit is refused before parsing: the parser recurses once
@@ -53,11 +48,8 @@ constexpr int kMaxNesting = 64;
 bool nestsTooDeep(std::span<const std::uint8_t> input) {
   int depth = 0;
   for (const std::uint8_t byte : input) {
-    if (byte == '[' || byte == '{') {
-      if (++depth > kMaxNesting) return true;
-    } else if ((byte == ']' || byte == '}') && depth > 0) {
-      --depth;
-    }
+    depth += (byte == '[' || byte == '{') - ((byte == ']' || byte == '}') && depth > 0);
+    if (depth > kMaxNesting) return true;
   }
   return false;
 }
@@ -106,18 +98,11 @@ class MemoryFile {
 
 // What opening a video does: the probe, then the first frames of its first video track.
 void probeAsset(std::span<const std::uint8_t> input) {
-  static const bool quiet = [] {
-    av_log_set_callback([](void*, int, const char*, va_list) {});
-    return true;
-  }();
-  (void)quiet;
+  av_log_set_callback([](void*, int, const char*, va_list) {});  // FFmpeg's messages would drown the fuzzer's
   const MemoryFile file(input);
   auto asset = platform::media::Asset::make(file.path());
   auto info = asset->loadNow();
-  if (!info) {
-    require(!info.error().message.empty());
-    return;
-  }
+  if (!info) return require(!info.error().message.empty());
   const auto videos = info->tracksOfType(platform::media::MediaType::video);
   if (videos.empty()) return;
   auto reader = platform::media::AssetReader::make(asset);
@@ -142,10 +127,9 @@ constexpr std::array kTargets = {
 std::span<const FuzzTarget> fuzzTargets() { return kTargets; }
 
 const FuzzTarget* findFuzzTarget(std::string_view name) {
-  for (const FuzzTarget& target : kTargets) {
-    if (target.name == name) return &target;
-  }
-  return nullptr;
+  const auto found =
+      std::find_if(kTargets.begin(), kTargets.end(), [&](const FuzzTarget& t) { return t.name == name; });
+  return found == kTargets.end() ? nullptr : &*found;
 }
 
 }  // namespace halvane::fuzz
