@@ -40,21 +40,6 @@ TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesIncludingEdgeGroups
   }
 }
 
-TEST_F(ComputeTest, EachDispatchSeesTheBytesSetBeforeIt) {
-  // Two dispatches in one encoder with different seeds: the ring keeps both blocks.
-  auto pipeline = computePipeline("gpuPatternKernel");
-  const Textures outputs = {newTexture(20, 20), newTexture(20, 20)};
-  auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  for (uint32_t seed : {0u, 1u}) {
-    const Params params{20, 20, seed};
-    encode(*encoder, pipeline, {outputs[seed]}, &params, sizeof params);
-  }
-  encoder->endEncoding();
-  ASSERT_TRUE(run(commandBuffer));
-  for (uint32_t seed : {0u, 1u}) EXPECT_TRUE(readBack(outputs[seed]) == expectedPattern(20, 20, seed)) << seed;
-}
-
 TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
   const struct {
     std::vector<FunctionConstant> constants;
@@ -65,11 +50,9 @@ TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
     auto output = newTexture(20, 3);
     const Params params{20, 3, 0};
     ASSERT_TRUE(run(encodeDispatch(computePipeline("gpuConstantKernel", c.constants), {output}, &params, 12)));
-    const std::vector<uint8_t> actual = readBack(output);
-    for (size_t i = 0; i < actual.size(); i += 4) {
-      ASSERT_EQ(actual[i + 2], c.red) << "pixel " << i / 4;
-      ASSERT_EQ(actual[i + 1], c.green) << "pixel " << i / 4;
-    }
+    std::vector<uint8_t> expected;
+    for (int i = 0; i < 20 * 3; ++i) expected.insert(expected.end(), {0, c.green, c.red, 255});
+    EXPECT_TRUE(readBack(output) == expected) << int(c.red) << " " << int(c.green);
   }
 }
 
@@ -124,44 +107,42 @@ class BarrierTest : public GpuTest {
   void SetUp() override {
     GpuTest::SetUp();
     pipeline = computePipeline("gpuSwizzleKernel");
+    t = {patterned(width, height, 1), patterned(width, height, 2), newTexture(width, height),
+         newTexture(width, height)};
   }
-  // Textures of the test's size; the first `uploads` hold patterns of seeds 1, 2, ...
-  Textures textures(int count, int uploads) {
-    Textures made;
-    for (int i = 0; i < count; ++i)
-      made.push_back(i < uploads ? patterned(width, height, i + 1) : newTexture(width, height));
-    return made;
+  struct Pass {
+    int from, to;
+    uint32_t delta;
+  };
+  // One compute encoder on `commandBuffer` with a swizzle of t[from] into t[to] per pass.
+  void swizzles(CommandBuffer& commandBuffer, std::initializer_list<Pass> passes) {
+    auto encoder = commandBuffer.computeCommandEncoder();
+    for (const Pass& pass : passes) {
+      const Params params{width, height, pass.delta};
+      encode(*encoder, pipeline, {t[pass.from], t[pass.to]}, &params, sizeof params);
+    }
+    encoder->endEncoding();
   }
-  void encodeSwizzle(ComputeCommandEncoder& encoder, const std::shared_ptr<Texture>& from,
-                     const std::shared_ptr<Texture>& to, uint32_t delta) {
-    const Params params{width, height, delta};
-    encode(encoder, pipeline, {from, to}, &params, sizeof params);
-  }
-  // One command buffer of one swizzle, committed without waiting.
-  std::shared_ptr<CommandBuffer> commitSwizzle(const std::shared_ptr<Texture>& from, const std::shared_ptr<Texture>& to,
-                                               uint32_t delta) {
-    const Params params{width, height, delta};
-    auto commandBuffer = encodeDispatch(pipeline, {from, to}, &params, sizeof params);
+  // The same in a command buffer of its own, committed without waiting.
+  std::shared_ptr<CommandBuffer> commitSwizzles(std::initializer_list<Pass> passes) {
+    auto commandBuffer = queue->commandBuffer();
+    swizzles(*commandBuffer, passes);
     commandBuffer->commit();
     return commandBuffer;
   }
   static std::vector<uint8_t> pattern(uint32_t seed) { return patternBytes(width, height, seed); }
 
-  std::shared_ptr<ComputePipelineState> pipeline;
   static constexpr uint32_t width = 70, height = 41;
+  std::shared_ptr<ComputePipelineState> pipeline;
+  Textures t;  // t0 and t1 hold patterns 1 and 2
 };
 
 TEST_F(BarrierTest, SampledReadStorageWriteChainAcrossPassesOfOneCommandBuffer) {
-  Textures t = textures(4, 1);
   auto result = newTexture(width, height, StorageMode::shared);
   auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  encodeSwizzle(*encoder, t[0], t[1], 1);  // storage write of t1
-  encoder->endEncoding();
-  encoder = commandBuffer->computeCommandEncoder();
-  encodeSwizzle(*encoder, t[1], t[2], 2);  // sampled read of t1 in the next pass
-  encodeSwizzle(*encoder, t[2], t[3], 3);  // and within one encoder: t2 written, then read
-  encoder->endEncoding();
+  swizzles(*commandBuffer, {{0, 1, 1}});  // storage write of t1
+  // A sampled read of t1 in the next pass, and within one encoder: t2 written, then read.
+  swizzles(*commandBuffer, {{1, 2, 2}, {2, 3, 3}});
   auto blit = commandBuffer->blitCommandEncoder();
   blit->copyFromTexture(t[3], {0, 0}, {width, height, 1}, result, {0, 0});
   blit->endEncoding();
@@ -170,14 +151,10 @@ TEST_F(BarrierTest, SampledReadStorageWriteChainAcrossPassesOfOneCommandBuffer) 
 }
 
 TEST_F(BarrierTest, WriteAfterReadWaitsForTheReader) {
-  Textures t = textures(4, 2);  // t0 and t1 hold patterns 1 and 2
+  // t2 = f(t0); t3 reads t2; t2 rewritten, which must not overtake that read; t0 = f(new
+  // t2), where t0 was read by the first pass.
   auto commandBuffer = queue->commandBuffer();
-  auto encoder = commandBuffer->computeCommandEncoder();
-  encodeSwizzle(*encoder, t[0], t[2], 0);  // t2 = f(t0)
-  encodeSwizzle(*encoder, t[2], t[3], 0);  // t3 reads t2
-  encodeSwizzle(*encoder, t[1], t[2], 5);  // t2 rewritten: must not overtake the read above
-  encodeSwizzle(*encoder, t[2], t[0], 0);  // t0 = f(new t2): t0 was read by the first pass
-  encoder->endEncoding();
+  swizzles(*commandBuffer, {{0, 2, 0}, {2, 3, 0}, {1, 2, 5}, {2, 0, 0}});
   ASSERT_TRUE(run(commandBuffer));
   EXPECT_TRUE(readBack(t[3]) == swizzle(swizzle(pattern(1), 0), 0));
   EXPECT_TRUE(readBack(t[0]) == swizzle(swizzle(pattern(2), 5), 0));
@@ -187,11 +164,10 @@ TEST_F(BarrierTest, WorkOfOneCommandBufferIsSeenByTheNextAndUploadsLandInOrder) 
   // Without waiting, the second buffer reads what the first wrote. replaceRegion is
   // immediate: work committed after it sees the new bytes, work committed before it the
   // old ones.
-  Textures t = textures(4, 1);
-  commitSwizzle(t[0], t[1], 7);
-  commitSwizzle(t[1], t[2], 8);
+  commitSwizzles({{0, 1, 7}});
+  commitSwizzles({{1, 2, 8}});
   upload(t[0], pattern(12));
-  commitSwizzle(t[0], t[3], 0)->waitUntilCompleted();
+  commitSwizzles({{0, 3, 0}})->waitUntilCompleted();
   EXPECT_TRUE(readBack(t[1]) == swizzle(pattern(1), 7));
   EXPECT_TRUE(readBack(t[2]) == swizzle(swizzle(pattern(1), 7), 8));
   EXPECT_TRUE(readBack(t[3]) == swizzle(pattern(12), 0));

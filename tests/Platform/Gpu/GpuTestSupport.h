@@ -8,12 +8,12 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Platform/Gpu/Device.h"
+#include "Platform/Gpu/ReadBack.h"
 
 namespace platform::gpu::testing {
 
@@ -21,25 +21,13 @@ using ::testing::HasSubstr;
 using Textures = std::vector<std::shared_ptr<Texture>>;
 inline const std::string kBundlePath = std::string(HALVANE_TEST_BUNDLE_DIR) + "/gpu";
 
-// Collects validation messages from any thread; check() fails the test once for each.
-struct ValidationLog {
-  std::mutex mutex;
-  std::vector<std::string> messages;
-
-  DeviceOptions options() {
-    DeviceOptions options;
-    options.preferredDevice = "cpu", options.enableValidation = true;
-    options.onValidationMessage = [this](const std::string& text) {
-      std::lock_guard lock(mutex);
-      messages.push_back(text);
-    };
-    return options;
-  }
-  void check() {
-    std::lock_guard lock(mutex);
-    for (const std::string& message : messages) ADD_FAILURE() << "validation: " << message;
-  }
-};
+// The CPU device with validation on; any message fails the running test, from any thread.
+inline DeviceOptions validatedCpuOptions() {
+  DeviceOptions options;
+  options.preferredDevice = "cpu", options.enableValidation = true;
+  options.onValidationMessage = [](const std::string& message) { ADD_FAILURE() << "validation: " << message; };
+  return options;
+}
 
 // The block of the test kernels: the size, and a seed or a delta.
 struct Params {
@@ -74,12 +62,7 @@ class GpuTest : public ::testing::Test {
     ASSERT_TRUE(loaded) << loaded.error().message;
     library = *loaded;
   }
-  // After the members of derived fixtures went, so that the device's last messages count.
-  ~GpuTest() override {
-    library.reset(), queue.reset(), device.reset();
-    log.check();
-  }
-  virtual DeviceOptions options() { return log.options(); }
+  virtual DeviceOptions options() { return validatedCpuOptions(); }
 
   std::shared_ptr<ComputePipelineState> computePipeline(const std::string& name,
                                                         const std::vector<FunctionConstant>& constants = {}) {
@@ -134,20 +117,16 @@ class GpuTest : public ::testing::Test {
   }
 
   // Tightly packed BGRA bytes of the whole texture: a shared texture is read directly, a
-  // private one through a blit into a shared one.
-  std::vector<uint8_t> readBack(const std::shared_ptr<Texture>& texture) {
-    const uint32_t width = texture->width(), height = texture->height();
-    std::shared_ptr<Texture> readable = texture;
+  // private one through its host-readable copy.
+  std::vector<uint8_t> readBack(std::shared_ptr<Texture> texture) {
     if (texture->storageMode() != StorageMode::shared) {
-      readable = newTexture(width, height, StorageMode::shared, TextureUsage::shaderRead);
       auto commandBuffer = queue->commandBuffer();
-      auto blit = commandBuffer->blitCommandEncoder();
-      blit->copyFromTexture(texture, {0, 0}, {width, height, 1}, readable, {0, 0});
-      blit->endEncoding();
-      EXPECT_TRUE(run(commandBuffer));
+      texture = encodeHostReadableCopy(*device, *commandBuffer, texture);
+      EXPECT_TRUE(texture && run(commandBuffer));
+      if (!texture) return {};
     }
-    std::vector<uint8_t> bytes(size_t(width) * height * 4);
-    readable->getBytes(bytes.data(), size_t(width) * 4, {{0, 0}, width, height});
+    std::vector<uint8_t> bytes(size_t(texture->width()) * texture->height() * 4);
+    EXPECT_TRUE(readBackBGRA8(*texture, bytes.data(), size_t(texture->width()) * 4));
     return bytes;
   }
 
@@ -157,7 +136,6 @@ class GpuTest : public ::testing::Test {
 
   static constexpr Size kGroupSize{16, 16, 1};
 
-  ValidationLog log;  // first, so that it outlives the device's shutdown
   std::shared_ptr<Device> device;
   std::shared_ptr<CommandQueue> queue;
   std::shared_ptr<Library> library;
