@@ -18,29 +18,18 @@ struct Frame {
 const auto ignore = [](double, double) {};
 
 TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinAValidRange) {
-  const struct {
-    FrameRateRange range;
-    double rate;
-  } rates[] = {{{30, 120, 60}, 60},
-               {{24, 60, 30}, 30},
-               {{10, 15, 15}, 15},  // photo, video, trim line
-               {{}, FrameRateRange::kDisplayRate},
-               {{10, 15, 0}, 15},
-               {{90, 120, 0}, 90},
-               {{30, 0, 0}, 60}};
-  for (const auto& c : rates) EXPECT_DOUBLE_EQ(c.range.resolvedRate(), c.rate);
+  // clang-format off
+  const std::pair<FrameRateRange, double> rates[] = {
+      {{30, 120, 60}, 60}, {{24, 60, 30}, 30}, {{10, 15, 15}, 15},  // photo, video, trim line
+      {{}, FrameRateRange::kDisplayRate}, {{10, 15, 0}, 15}, {{90, 120, 0}, 90}, {{30, 0, 0}, 60}};
   // Maximum 0 has no upper bound. Invalid: minimum above maximum, preferred outside the
   // range, negative, not a number, infinite.
-  const std::pair<FrameRateRange, bool> validity[] = {{{}, true},
-                                                      {{30, 120, 60}, true},
-                                                      {{30, 120, 0}, true},
-                                                      {{30, 0, 240}, true},
-                                                      {{120, 30, 60}, false},
-                                                      {{30, 120, 20}, false},
-                                                      {{30, 120, 121}, false},
-                                                      {{-1, 120, 60}, false},
-                                                      {{30, 120, NAN}, false},
-                                                      {{30, INFINITY, 60}, false}};
+  const std::pair<FrameRateRange, bool> validity[] = {
+      {{}, true}, {{30, 120, 60}, true}, {{30, 120, 0}, true}, {{30, 0, 240}, true}, {{120, 30, 60}, false},
+      {{30, 120, 20}, false}, {{30, 120, 121}, false}, {{-1, 120, 60}, false}, {{30, 120, NAN}, false},
+      {{30, INFINITY, 60}, false}};
+  // clang-format on
+  for (const auto& [range, rate] : rates) EXPECT_DOUBLE_EQ(range.resolvedRate(), rate);
   for (const auto& [range, valid] : validity)
     EXPECT_EQ(range.isValid(), valid) << range.minimum << " " << range.maximum << " " << range.preferred;
   GTEST_FLAG_SET(death_test_style, "threadsafe");

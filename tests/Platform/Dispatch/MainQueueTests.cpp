@@ -14,10 +14,7 @@ using namespace testing;
 TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChainsUntilIdle) {
   ManualMainQueue queue;
   std::vector<std::string> order;
-  queue.async([&] {
-    order.push_back("first");
-    queue.async([&] { order.push_back("queued by first"); });
-  });
+  queue.async([&] { order.push_back("first"), queue.async([&] { order.push_back("queued by first"); }); });
   queue.async([&] { order.push_back("second"); });
   EXPECT_TRUE(order.empty()) << "nothing runs before the queue is pumped";
   EXPECT_EQ(queue.runPending(), 2u);
@@ -28,9 +25,7 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChain
   EXPECT_EQ(queue.runPending(), 0u);
   // runUntilIdle runs chained work to its end, or up to its limit.
   int depth = 0;
-  std::function<void()> chain = [&] {
-    if (++depth < 5) queue.async(chain);
-  };
+  std::function<void()> chain = [&] { if (++depth < 5) queue.async(chain); };
   queue.async(chain);
   EXPECT_EQ(queue.runUntilIdle(), 5u);
   std::function<void()> forever = [&] { queue.async(forever); };
@@ -47,10 +42,7 @@ TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadInEachProducersO
   for (int p = 0; p < 3; ++p)
     producers.emplace_back([&, p] {
       for (int i = 0; i < 200; ++i)
-        queue.async([&, p, i] {
-          EXPECT_EQ(i, next[p]++);
-          EXPECT_EQ(std::this_thread::get_id(), pumping);
-        });
+        queue.async([&, p, i] { EXPECT_EQ(i, next[p]++); EXPECT_EQ(std::this_thread::get_id(), pumping); });
     });
   for (auto& producer : producers) producer.join();
   EXPECT_EQ(queue.runPending(), 600u);
@@ -107,10 +99,7 @@ TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
   bool otherBeforePump = true, insideWork = false;
   std::thread([&] { otherBeforePump = queue.isCurrentThread(); }).join();
   EXPECT_FALSE(otherBeforePump);
-  std::thread([&] {
-    queue.async([&] { insideWork = queue.isCurrentThread(); });
-    queue.runPending();
-  }).join();
+  std::thread([&] { queue.async([&] { insideWork = queue.isCurrentThread(); }), queue.runPending(); }).join();
   EXPECT_TRUE(insideWork);
   EXPECT_FALSE(queue.isCurrentThread()) << "the other thread pumped last";
   queue.runPending();
@@ -149,28 +138,16 @@ TEST(SharedMainQueue, IsSeenFromEveryThreadAndAssertMainQueuePassesOnItsThread) 
 
 TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(std::make_shared<ManualMainQueue>());
-        std::thread([] { assertMainQueue(); }).join();
-      },
-      "assertMainQueue: called off the main queue's thread; called at .*MainQueueTests.cpp");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(std::make_shared<ManualMainQueue>());
-        ManualMainQueue other;
-        std::thread([&] {
-          other.async([] { assertMainQueue(); });
-          other.runPending();
-        }).join();
-      },
-      "called off the main queue's thread");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(nullptr);
-        assertMainQueue();
-      },
-      "no main queue is set");
+  ManualMainQueue other;
+  const std::pair<std::function<void()>, const char*> offTheMainQueue[] = {
+      {[] { std::thread([] { assertMainQueue(); }).join(); },
+       "assertMainQueue: called off the main queue's thread; called at .*MainQueueTests.cpp"},
+      {[&] { std::thread([&] { other.async([] { assertMainQueue(); }), other.runPending(); }).join(); },
+       "called off the main queue's thread"}};
+  MainQueue::setShared(std::make_shared<ManualMainQueue>());
+  for (const auto& [body, message] : offTheMainQueue) EXPECT_DEATH(body(), message);
+  MainQueue::setShared(nullptr);
+  EXPECT_DEATH(assertMainQueue(), "no main queue is set");
 }
 
 TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
@@ -207,33 +184,24 @@ TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
   EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
 }
 
-TEST(RunLoopMainQueue, WakesForWorkFromAnotherThreadWhileWaitingForLaterWork) {
-  RunLoopMainQueue queue;
-  Gate looping;
-  queue.asyncAfter(1h, [&] { ADD_FAILURE() << "delayed work ran"; });
-  queue.async([&] { looping.open(); });
-  std::thread producer([&] {
-    ASSERT_TRUE(looping.wait());
-    // Not a clock wait: it gives the loop time to go to sleep with nothing due, so that
-    // the new work has to wake it.
-    std::this_thread::sleep_for(20ms);
-    queue.async([&] { queue.stop(); });
-  });
-  runGuarded(queue);
-  producer.join();
-}
-
-TEST(RunLoopMainQueue, StopEndsTheRunFromAnyThreadAndLeavesTheRestForTheNextRun) {
+// The sleeps are not clock waits: they give the loop time to go to sleep with nothing
+// due, so that new work, then a stop, from another thread has to wake it.
+TEST(RunLoopMainQueue, WakesForWorkAndStopsFromAnotherThreadAndLeavesTheRestForTheNextRun) {
   RunLoopMainQueue queue;
   std::vector<std::string> order;
-  Gate looping;
-  queue.async([&] { looping.open(); });
-  std::thread stopper([&] {
-    EXPECT_TRUE(looping.wait());
+  Log looping;
+  queue.asyncAfter(1h, [&] { ADD_FAILURE() << "delayed work ran"; });
+  queue.async([&] { looping.add("started"); });
+  std::thread other([&] {
+    EXPECT_TRUE(looping.waitForCount(1));
+    std::this_thread::sleep_for(20ms);
+    queue.async([&] { looping.add("woken"); });
+    EXPECT_TRUE(looping.waitForCount(2));
+    std::this_thread::sleep_for(20ms);
     queue.stop();
   });
   runGuarded(queue);
-  stopper.join();
+  other.join();
 
   queue.async([&] { order.push_back("first"), queue.stop(); });
   queue.async([&] { order.push_back("second"); });
