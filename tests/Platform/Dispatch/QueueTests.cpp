@@ -48,13 +48,12 @@ TEST(GlobalQueue, HigherQualityIsTakenFirstWhenSaturated) {
   ASSERT_TRUE(started.waitForCount(workers));
   // Queued lowest quality first, two of each so that order within a quality shows too.
   using enum QualityOfService;
-  const std::pair<QualityOfService, const char*> qualities[] = {{background, "background"},
-                                                                {utility, "utility"},
+  const std::pair<QualityOfService, const char*> qualities[] = {{background, "background"}, {utility, "utility"},
                                                                 {userInitiated, "userInitiated"},
                                                                 {userInteractive, "userInteractive"}};
   for (const char* round : {" 1", " 2"})
     for (auto [quality, name] : qualities)
-      GlobalQueue::async(quality, [&order, entry = name + std::string(round)] { order.add(entry); });
+      GlobalQueue::async(quality, [&, entry = name + std::string(round)] { order.add(entry); });
   // Free one worker: it alone drains the queue, so its order is the pool's choice.
   gates[0].open();
   ASSERT_TRUE(order.waitForCount(8));
