@@ -6,7 +6,14 @@
 // the next, in one command buffer or across buffers, always gives the right data. The
 // validation layer runs with synchronisation validation, so a missing barrier is also
 // reported as a message.
+//
+// Completion: handlers run once each, after the GPU finished, on the layer's completion
+// thread, in commit order across threads; waiting returns after the handlers; what a
+// command buffer uses stays alive until then; queue and device wait for their work.
+#include <atomic>
+#include <chrono>
 #include <cstring>
+#include <thread>
 
 #include "GpuTestSupport.h"
 
@@ -16,43 +23,37 @@ namespace {
 using ComputeTest = GpuTest;
 
 // CPU reference of gpuPatternKernel.
-std::vector<uint8_t> expectedPattern(uint32_t width, uint32_t height, uint32_t seed) {
+std::vector<uint8_t> expectedPattern(uint32_t width, uint32_t height, uint32_t seed, uint32_t stepX, uint32_t stepY) {
   std::vector<uint8_t> bytes(size_t(width) * height * 4);
   for (uint32_t y = 0; y < height; ++y)
     for (uint32_t x = 0; x < width; ++x) {
-      const uint8_t bgra[4] = {uint8_t(x * 7u + y * 131u + seed), uint8_t(y), uint8_t(x),
+      const uint8_t bgra[4] = {uint8_t(x * stepX + y * stepY + seed), uint8_t(y), uint8_t(x),
                                uint8_t((x >> 8) + (y >> 8) * 16u + 1u)};
       std::memcpy(&bytes[(size_t(y) * width + x) * 4], bgra, 4);
     }
   return bytes;
 }
 
-TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesIncludingEdgeGroups) {
-  // 1001 by 37: 62 full groups and a 9-wide one, 2 full rows and a 5-high one; the
-  // overrunning groups' in-range pixels must be there like all others.
-  auto pipeline = computePipeline("gpuPatternKernel");
-  for (auto [width, height, storage] :
-       {std::tuple{1001u, 37u, StorageMode::privateStorage}, std::tuple{33u, 17u, StorageMode::shared}}) {
-    auto output = newTexture(width, height, storage);
-    const Params params{width, height, 77};
-    ASSERT_TRUE(run(encodeDispatch(pipeline, {output}, &params, sizeof params)));
-    EXPECT_TRUE(readBack(output) == expectedPattern(width, height, 77)) << width << "x" << height;
-  }
-}
-
-TEST_F(ComputeTest, FunctionConstantsSpecializeTheKernel) {
+// 1001 by 37: 62 full groups and a 9-wide one, 2 full rows and a 5-high one; the
+// overrunning groups' in-range pixels must be there like all others. The steps are
+// function constants: the defaults without any; one or both replaced; an id the kernel
+// lacks ignored.
+TEST_F(ComputeTest, OddSizedDispatchWritesExactlyTheCpuValuesAndFunctionConstantsSpecializeTheKernel) {
+  constexpr StorageMode kPrivate = StorageMode::privateStorage;
   const struct {
+    uint32_t width, height;
+    StorageMode storage;
     std::vector<FunctionConstant> constants;
-    uint8_t red, green;
-  } cases[] = {{{}, 7, 9}, {{{5, 200}}, 7, 200}, {{{3, 40}, {5, 2}}, 40, 2}, {{{11, 1}}, 7, 9}};
-  // Defaults without constants; one or both replaced; an id the kernel lacks ignored.
+    uint32_t stepX, stepY;
+  } cases[] = {{1001, 37, kPrivate, {}, 7, 131},        {33, 17, StorageMode::shared, {}, 7, 131},
+               {20, 3, kPrivate, {{5, 200}}, 7, 200},   {20, 3, kPrivate, {{3, 40}, {5, 2}}, 40, 2},
+               {20, 3, kPrivate, {{11, 1}}, 7, 131}};
   for (const auto& c : cases) {
-    auto output = newTexture(20, 3);
-    const Params params{20, 3, 0};
-    ASSERT_TRUE(run(encodeDispatch(computePipeline("gpuConstantKernel", c.constants), {output}, &params, 12)));
-    std::vector<uint8_t> expected;
-    for (int i = 0; i < 20 * 3; ++i) expected.insert(expected.end(), {0, c.green, c.red, 255});
-    EXPECT_TRUE(readBack(output) == expected) << int(c.red) << " " << int(c.green);
+    auto output = newTexture(c.width, c.height, c.storage);
+    const Params params{c.width, c.height, 77};
+    ASSERT_TRUE(run(encodeDispatch(computePipeline("gpuPatternKernel", c.constants), {output}, &params, 12)));
+    EXPECT_TRUE(readBack(output) == expectedPattern(c.width, c.height, 77, c.stepX, c.stepY))
+        << c.width << "x" << c.height << ", steps " << c.stepX << " " << c.stepY;
   }
 }
 
@@ -171,6 +172,118 @@ TEST_F(BarrierTest, WorkOfOneCommandBufferIsSeenByTheNextAndUploadsLandInOrder) 
   EXPECT_TRUE(readBack(t[1]) == swizzle(pattern(1), 7));
   EXPECT_TRUE(readBack(t[2]) == swizzle(swizzle(pattern(1), 7), 8));
   EXPECT_TRUE(readBack(t[3]) == swizzle(pattern(12), 0));
+}
+
+class CompletionTest : public GpuTest {
+ protected:
+  void SetUp() override {
+    GpuTest::SetUp();
+    pipeline = computePipeline("gpuPatternKernel");
+  }
+  // A command buffer, not committed, that writes the pattern over `texture`.
+  std::shared_ptr<CommandBuffer> patternWork(const std::shared_ptr<Texture>& texture) {
+    const Params params{texture->width(), texture->height(), 1};
+    return encodeDispatch(pipeline, {texture}, &params, sizeof params);
+  }
+  std::shared_ptr<ComputePipelineState> pipeline;
+};
+
+TEST_F(CompletionTest, HandlersOfBuffersCommittedFromTwoThreadsRunOnceInCommitOrderOffTheCommittingThreads) {
+  auto big = newTexture(1024, 512), small = newTexture(16, 16);
+  for (int round = 0; round < 10; ++round) {
+    std::mutex mutex;
+    std::vector<int> commitOrder, handlerOrder;
+    std::vector<std::thread::id> handlerThreads, committingThreads;
+    std::vector<std::shared_ptr<CommandBuffer>> buffers(3);
+    auto commitOne = [&](int id) {
+      // The first buffer is heavy and the others light, so that completion out of order
+      // would show.
+      auto commandBuffer = patternWork(id == 0 ? big : small);
+      commandBuffer->addCompletedHandler([&, id](CommandBuffer& completed) {
+        EXPECT_EQ(completed.status(), CommandBufferStatus::completed);
+        std::lock_guard lock(mutex);
+        handlerOrder.push_back(id);
+        handlerThreads.push_back(std::this_thread::get_id());
+      });
+      std::lock_guard lock(mutex);  // commit order is the order of this lock
+      buffers[id] = commandBuffer;
+      commitOrder.push_back(id);
+      committingThreads.push_back(std::this_thread::get_id());
+      commandBuffer->commit();
+    };
+    std::thread first([&] { commitOne(0), commitOne(2); }), second([&] { commitOne(1); });
+    first.join(), second.join();
+    for (auto& buffer : buffers) buffer->waitUntilCompleted();
+
+    std::lock_guard lock(mutex);
+    ASSERT_EQ(handlerOrder.size(), 3u);
+    EXPECT_EQ(handlerOrder, commitOrder) << "round " << round;
+    committingThreads.push_back(std::this_thread::get_id());
+    for (std::thread::id handlerThread : handlerThreads)
+      for (std::thread::id committing : committingThreads) EXPECT_NE(handlerThread, committing);
+  }
+}
+
+TEST_F(CompletionTest, WaitUntilCompletedReturnsAfterTheHandlersRanAndALateHandlerRunsAtOnce) {
+  auto never = queue->commandBuffer();
+  never->waitUntilCompleted();  // never committed: returns at once
+  EXPECT_EQ(never->status(), CommandBufferStatus::notEnqueued);
+  EXPECT_TRUE(run(never));  // empty
+  auto commandBuffer = patternWork(newTexture(64, 64));
+  std::atomic<int> ran{0};
+  commandBuffer->addCompletedHandler(
+      [&](CommandBuffer&) { std::this_thread::sleep_for(std::chrono::milliseconds(20)), ++ran; });
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++ran; });
+  EXPECT_EQ(commandBuffer->status(), CommandBufferStatus::notEnqueued);
+  EXPECT_TRUE(run(commandBuffer));
+  EXPECT_EQ(ran.load(), 2);
+  EXPECT_TRUE(commandBuffer->errorMessage().empty());
+  commandBuffer->waitUntilCompleted();  // again: returns at once
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++ran; });
+  EXPECT_EQ(ran.load(), 3) << "a handler added after completion runs at once";
+}
+
+TEST_F(CompletionTest, WhatAnEncodedCommandUsesStaysAliveUntilCompletion) {
+  auto texture = newTexture(256, 256);
+  const uint64_t bytes = device->allocatedTextureBytes();
+  ASSERT_GT(bytes, 0u);
+  auto commandBuffer = patternWork(texture);
+  std::atomic<uint64_t> bytesInHandler{0};
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { bytesInHandler = device->allocatedTextureBytes(); });
+  texture.reset(), pipeline.reset();
+  EXPECT_TRUE(run(commandBuffer));
+  EXPECT_EQ(bytesInHandler.load(), bytes);         // still held while handlers run
+  EXPECT_EQ(device->allocatedTextureBytes(), 0u);  // let go after
+}
+
+TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
+  std::atomic<int> handled{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      for (int i = 0; i < 25; ++i) {
+        auto commandBuffer = patternWork(newTexture(40, 20));
+        commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++handled; });
+        commandBuffer->commit();
+      }
+    });
+  for (auto& thread : threads) thread.join();
+  queue.reset();  // waits for every buffer of the queue
+  EXPECT_EQ(handled.load(), 100);
+}
+
+TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
+  auto commandBuffer = patternWork(newTexture(512, 512));
+  std::atomic<bool> ran{false};
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
+  commandBuffer->commit();
+  commandBuffer.reset(), pipeline.reset();
+  device.reset();  // the queue is still held: the device itself waits
+  EXPECT_TRUE(ran.load());
+  // A buffer made after the device went completes at once with an error.
+  if (auto late = queue->commandBuffer()) {
+    EXPECT_FALSE(run(late));
+  }
 }
 
 }  // namespace
