@@ -1,8 +1,14 @@
 // The main queues: ManualMainQueue's order and turns, RunLoopMainQueue's order, delayed
 // work, wake-ups from other threads and clean stops; work items, the shared queue and
-// assertMainQueue.
+// assertMainQueue. Display links: rates, pause, invalidation, weak owners, the run-loop
+// driver and the factory the host replaces; mediaTime(), the clock the run-loop driver
+// reads.
+#include <cmath>
+
+#include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Dispatch/MediaClock.h"
 #include "Platform/Dispatch/WorkItem.h"
 #include "TestSupport.h"
 
@@ -225,6 +231,194 @@ TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {
     capture.reset();
   }
   EXPECT_TRUE(watch.expired());
+}
+
+struct Frame {
+  double timestamp, targetTimestamp;
+};
+const auto ignore = [](double, double) {};
+
+TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinAValidRange) {
+  // clang-format off
+  const std::pair<FrameRateRange, double> rates[] = {
+      {{30, 120, 60}, 60}, {{24, 60, 30}, 30}, {{10, 15, 15}, 15},  // photo, video, trim line
+      {{}, FrameRateRange::kDisplayRate}, {{10, 15, 0}, 15}, {{90, 120, 0}, 90}, {{30, 0, 0}, 60}};
+  // Maximum 0 has no upper bound. Invalid: minimum above maximum, preferred outside the
+  // range, negative, not a number, infinite.
+  const std::pair<FrameRateRange, bool> validity[] = {
+      {{}, true}, {{30, 120, 60}, true}, {{30, 120, 0}, true}, {{30, 0, 240}, true}, {{120, 30, 60}, false},
+      {{30, 120, 20}, false}, {{30, 120, 121}, false}, {{-1, 120, 60}, false}, {{30, 120, NAN}, false},
+      {{30, INFINITY, 60}, false}};
+  // clang-format on
+  for (const auto& [range, rate] : rates) EXPECT_DOUBLE_EQ(range.resolvedRate(), rate);
+  for (const auto& [range, valid] : validity)
+    EXPECT_EQ(range.isValid(), valid) << range.minimum << " " << range.maximum << " " << range.preferred;
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(ManualDisplayLink(ignore).setPreferredFrameRateRange(120, 30, 60),
+               "setPreferredFrameRateRange: invalid range");
+}
+
+TEST(ManualDisplayLink, EachTickOfAnAddedLinkCallsTheTargetOnceWithFrameTimesOfItsRate) {
+  std::vector<Frame> frames;
+  ManualDisplayLink link([&](double t, double target) { frames.push_back({t, target}); });
+  EXPECT_FALSE(link.tick(1.0)) << "nothing before it is added";
+  link.addToMainQueue();
+  link.addToMainQueue();  // a second start changes nothing
+  EXPECT_TRUE(link.isRunning());
+  EXPECT_TRUE(link.tick(10.0));
+  EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12) << "the display's rate by default";
+  link.setPreferredFrameRateRange(24, 60, 30);
+  EXPECT_TRUE(link.tick(10.5));
+  ASSERT_EQ(frames.size(), 2u);
+  EXPECT_DOUBLE_EQ(frames[0].timestamp, 10.0);
+  EXPECT_DOUBLE_EQ(frames[0].targetTimestamp, 10.0 + 1.0 / 60.0);
+  EXPECT_DOUBLE_EQ(frames[1].targetTimestamp, 10.5 + 1.0 / 30.0);
+  EXPECT_DOUBLE_EQ(link.targetTimestamp(), 10.5 + 1.0 / 30.0);
+  link.setPaused(true);
+  EXPECT_FALSE(link.tick(11.0));
+  EXPECT_EQ(link.timestamp(), 10.5) << "a skipped refresh records nothing";
+  link.setPaused(false);
+  EXPECT_TRUE(link.tick(12.0));
+  EXPECT_EQ(frames.size(), 3u);
+}
+
+TEST(ManualDisplayLink, InvalidationFromTheTargetReleasesItAndNothingBringsTheLinkBack) {
+  int calls = 0;
+  auto capture = std::make_shared<int>(42);
+  std::weak_ptr<int> watch = capture;
+  ManualDisplayLink* self = nullptr;
+  ManualDisplayLink link([&, capture](double, double) {
+    ++calls;
+    self->invalidate();
+    EXPECT_EQ(*capture, 42) << "the running target stays alive until it returns";
+  });
+  self = &link;
+  capture.reset();
+  link.addToMainQueue();
+  EXPECT_TRUE(link.tick(1.0));
+  EXPECT_TRUE(watch.expired()) << "invalidate released the target";
+  EXPECT_FALSE(link.isValid());
+  link.setPaused(false);
+  link.addToMainQueue();
+  EXPECT_FALSE(link.tick(2.0));
+  EXPECT_EQ(calls, 1);
+}
+
+// Puts the process-wide factory and main queue back after each test.
+class DisplayLinkTest : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    setDisplayLinkFactory(nullptr);
+    MainQueue::setShared(nullptr);
+  }
+};
+
+// Owners held weakly: the pattern every user of a link follows.
+TEST_F(DisplayLinkTest, ALinkHoldsItsOwnerWeaklyAndTheManualFactoryForgetsLinksThatAreGone) {
+  struct Owner {
+    int ticks = 0;
+    std::shared_ptr<DisplayLink> link;
+  };
+  ManualDisplayLinkFactory links;
+  setDisplayLinkFactory(links.factory());
+  auto owner = std::make_shared<Owner>();
+  owner->link = makeDisplayLink([weak = std::weak_ptr<Owner>(owner)](double, double) {
+    if (const auto self = weak.lock()) ++self->ticks;
+  });
+  owner->link->addToMainQueue();
+  std::weak_ptr<Owner> watch = owner;
+  ASSERT_EQ(links.tickAll(1.0), 1u);
+  EXPECT_EQ(owner->ticks, 1);
+  EXPECT_EQ(owner.use_count(), 1) << "the link holds no strong reference to its owner";
+
+  // Something else keeps the link alive, as a run loop would; the owner still goes.
+  const auto keptLink = links.links().at(0);
+  owner.reset();
+  EXPECT_TRUE(watch.expired());
+  EXPECT_TRUE(keptLink->tick(2.0)) << "the target runs and finds its owner gone";
+
+  // The factory forgets links that are gone and ticks only added ones.
+  auto unadded = makeDisplayLink(ignore);
+  EXPECT_EQ(links.links().size(), 2u);
+  keptLink->invalidate();
+  EXPECT_EQ(links.tickAll(3.0), 0u) << "the remaining links are invalid or never added";
+  unadded->addToMainQueue();
+  EXPECT_EQ(links.tickAll(4.0), 1u);
+  unadded.reset();
+  EXPECT_EQ(links.links().size(), 1u);
+}
+
+TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueueAndNeedsOne) {
+  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  ManualDisplayLinkFactory manual;
+  setDisplayLinkFactory(manual.factory());
+  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  setDisplayLinkFactory(nullptr);
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  MainQueue::setShared(nullptr);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(makeDisplayLink(ignore), "no display link factory and no main queue");
+}
+
+// Each frame time lies on the grid of `interval` that the first one started.
+void expectOnOneGrid(const std::vector<Frame>& frames, double interval) {
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_NEAR(frames[i].targetTimestamp - frames[i].timestamp, interval, 1e-9);
+    if (i == 0) continue;
+    const double steps = (frames[i].timestamp - frames[0].timestamp) / interval;
+    EXPECT_NEAR(steps, std::round(steps), 1e-6) << "frame " << i << " is off the grid";
+    EXPECT_GT(frames[i].timestamp, frames[i - 1].timestamp);
+  }
+}
+
+// Five frames at 60 Hz; then paused for four frames' worth while the range changes, and
+// three frames at 15 Hz; then the last owner drops the link while a refresh is scheduled:
+// the queue holds it weakly, so it goes and calls nothing more. Frame times are
+// mediaTime(), which reads the steady clock.
+TEST(RunLoopDisplayLink, TicksOnTheMainThreadAtItsRateExceptWhilePausedUntilDropped) {
+  auto queue = std::make_shared<RunLoopMainQueue>();
+  std::vector<Frame> fast, slow;
+  bool paused = false;
+  std::shared_ptr<RunLoopDisplayLink> link;
+  link = RunLoopDisplayLink::create(queue, [&](double t, double target) {
+    EXPECT_TRUE(queue->isCurrentThread());
+    EXPECT_FALSE(paused);
+    (fast.size() < 5 ? fast : slow).push_back({t, target});
+    if (fast.size() == 5 && slow.empty()) {
+      link->setPaused(paused = true);
+      link->setPreferredFrameRateRange(10, 15, 15);
+      queue->asyncAfter(300ms, [&] { link->setPaused(paused = false); });
+    }
+    if (slow.size() == 3) {
+      queue->async([&] { link.reset(); });
+      // Give a stray refresh every chance to come before stopping.
+      queue->asyncAfter(100ms, [&] { queue->stop(); });
+    }
+  });
+  const std::weak_ptr<RunLoopDisplayLink> watch = link;
+  link->setPreferredFrameRateRange(30, 120, 60);
+  link->addToMainQueue();
+  const auto steadyNow = [] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  };
+  const double started = steadyNow();
+  runGuarded(*queue);
+  ASSERT_EQ(fast.size(), 5u);
+  ASSERT_EQ(slow.size(), 3u) << "no call after the link was dropped";
+  EXPECT_TRUE(watch.expired()) << "the queue's scheduled refresh holds the link weakly";
+  EXPECT_GT(fast[0].timestamp, started - 1e-6);  // a microsecond of slack for rounding to double
+  EXPECT_LE(slow.back().timestamp, steadyNow() + 1e-6);
+  expectOnOneGrid(fast, 1.0 / 60.0);
+  expectOnOneGrid(slow, 1.0 / 15.0);
+}
+
+TEST(MediaClock, NeverGoesBackwards) {
+  for (double previous = mediaTime(), i = 0; i < 100000; ++i) {
+    const double now = mediaTime();
+    ASSERT_GE(now, previous);
+    previous = now;
+  }
 }
 
 }  // namespace
