@@ -9,6 +9,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/ImageDecoder.h"
@@ -73,10 +74,7 @@ TEST_F(HalvaneTool, RendersEverySamplePhotoUprightAtItsSize) {
   for (const char* sampleFolder : {"photo", "exif-orientation", "livephoto"}) {
     for (const auto& entry : fs::directory_iterator(sample(sampleFolder))) {
       const fs::path& photo = entry.path();
-      const std::string extension = photo.extension().string();
-      if (extension != ".jpg" && extension != ".png" && extension != ".webp" && extension != ".heic" &&
-          extension != ".HEIC")
-        continue;
+      if (!std::set<fs::path>{".jpg", ".png", ".webp", ".heic", ".HEIC"}.contains(photo.extension())) continue;
       auto source = decodeImageFile(photo);
       ASSERT_TRUE(source) << photo;
       const auto result = runTool({"render", photo.string(), output});
@@ -124,18 +122,14 @@ TEST_F(HalvaneTool, FailuresExplainThemselvesAndLeaveNoFile) {
   const auto text = (folder / "text.jpg").string(), empty = (folder / "empty.jpg").string();
   std::ofstream(text) << "not a picture";
   std::ofstream(empty).flush();
+  // clang-format off
   const std::vector<std::vector<std::string>> failing = {
-      {"render", (folder / "missing.jpg").string(), output},
-      {"render", text, output},
-      {"render", empty, output},
-      {"render", landscape, output, "--set", "exposure=7"},
-      {"render", landscape, output, "--set", "noSuchField=1"},
-      {"render", landscape, output, "--set", "exposure"},
-      {"render", landscape, output, "--preset", "huge"},
-      {"render", landscape, output, "--edit", (folder / "missing.json").string()},
-      {"render", landscape},
-      {"render", landscape, (folder / "no/such/folder/out.jpg").string()},
-  };
+      {"render", (folder / "missing.jpg").string(), output}, {"render", text, output}, {"render", empty, output},
+      {"render", landscape, output, "--set", "exposure=7"}, {"render", landscape, output, "--set", "noSuchField=1"},
+      {"render", landscape, output, "--set", "exposure"}, {"render", landscape, output, "--preset", "huge"},
+      {"render", landscape, output, "--edit", (folder / "missing.json").string()}, {"render", landscape},
+      {"render", landscape, (folder / "no/such/folder/out.jpg").string()}};
+  // clang-format on
   for (const auto& arguments : failing) {
     const auto result = runTool(arguments);
     EXPECT_NE(result.exitStatus, 0) << arguments.back();
@@ -191,10 +185,8 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
   const auto before = contents(input);
   for (const fs::path& target :
        {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg", folder / "hard.jpg"}) {
-    for (const bool overwrite : {true, false}) {
-      std::vector<std::string> arguments = {"render", input.string(), target.string()};
-      if (overwrite) arguments.push_back("-y");
-      const auto result = runTool(arguments);
+    const std::string in = input.string(), out = target.string();
+    for (const auto& result : {runTool({"render", in, out}), runTool({"render", in, out, "-y"})}) {
       EXPECT_EQ(result.exitStatus, 1) << target;
       EXPECT_THAT(result.standardError, HasSubstr("is the input file"));
     }
