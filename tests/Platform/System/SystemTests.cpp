@@ -26,19 +26,15 @@ using namespace std::chrono_literals;
 
 TEST(SettingsStore, ReadsWholeNumbersAndTruthValuesFromTextAndAnythingElseAsZero) {
   // The one past the largest is out of range.
-  const struct {
-    const char* stored;
-    std::int64_t integer;
-    bool boolean;
-  } cases[] = {
+  const std::tuple<const char*, std::int64_t, bool> cases[] = {
       {"42", 42, false}, {"-7", -7, false}, {"0", 0, false}, {"1", 1, false}, {"true", 0, true}, {"TRUE", 0, false},
       {"9223372036854775807", std::numeric_limits<std::int64_t>::max(), false}, {"9223372036854775808", 0, false},
       {"12abc", 0, false}, {" 12", 0, false}, {"+3", 0, false}, {"1.5", 0, false}, {"", 0, false}};
   InMemorySettingsStore store;
-  for (const auto& c : cases) {
-    store.setText("value", c.stored);
-    EXPECT_EQ(store.integer("value"), c.integer) << '"' << c.stored << '"';
-    EXPECT_EQ(store.boolean("value"), c.boolean) << '"' << c.stored << '"';
+  for (const auto& [stored, integer, boolean] : cases) {
+    store.setText("value", stored);
+    EXPECT_EQ(store.integer("value"), integer) << '"' << stored << '"';
+    EXPECT_EQ(store.boolean("value"), boolean) << '"' << stored << '"';
   }
 }
 
@@ -66,19 +62,13 @@ TEST(SettingsStoreDeathTest, AKeyASettingsFileCannotHoldStopsTheProgram) {
 }
 
 // The reading end of a pipe as a source; the test keeps the writing end.
-class PipeSource final : public MemoryPressureSource {
- public:
-  explicit PipeSource(int reader) : reader_(reader) {}
-  ~PipeSource() override { close(reader_); }
-  int descriptor() const override { return reader_; }
+struct PipeSource final : MemoryPressureSource {
+  explicit PipeSource(int reader) : reader(reader) {}
+  ~PipeSource() override { close(reader); }
+  int descriptor() const override { return reader; }
   short events() const override { return POLLIN; }
-  void consume() override {
-    char byte;
-    (void)!read(reader_, &byte, 1);
-  }
-
- private:
-  int reader_;
+  void consume() override { char byte; (void)!read(reader, &byte, 1); }
+  const int reader;
 };
 
 // A monitor over a pipe, counting its calls and noting the thread of the last.
@@ -102,9 +92,7 @@ struct Monitored {
   }
   ~Monitored() { monitor.reset(), hangUp(); }
   void report() const { EXPECT_EQ(write(writer, "!", 1), 1); }
-  void hangUp() {
-    if (writer >= 0) close(std::exchange(writer, -1));
-  }
+  void hangUp() { if (writer >= 0) close(std::exchange(writer, -1)); }
   bool waitFor(int wanted) {
     std::unique_lock guard(lock);
     return changed.wait_for(guard, 10s, [&] { return count >= wanted; });
