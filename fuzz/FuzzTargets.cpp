@@ -26,9 +26,7 @@ using platform::media::Image;
 using platform::media::detail::DecodeResult;
 
 // An invariant the code promises; breaking it is a finding like a crash.
-void require(bool condition) {
-  if (!condition) std::abort();
-}
+void require(bool condition) { if (!condition) std::abort(); }
 
 // A decoded image is whole and within the limits; an error says something.
 template <DecodeResult (*decode)(std::span<const std::uint8_t>)>
@@ -77,23 +75,16 @@ void decodeEditCoding(std::span<const std::uint8_t> input) {
 
 // The bytes as a file without touching the disk: an anonymous memory file, named by
 // its /proc path, which FFmpeg opens like any other.
-class MemoryFile {
- public:
-  explicit MemoryFile(std::span<const std::uint8_t> bytes) : fd_(memfd_create("fuzz-input", MFD_CLOEXEC)) {
-    require(fd_ >= 0);
-    for (std::size_t written = 0; written < bytes.size();) {
-      const ssize_t put = ::write(fd_, bytes.data() + written, bytes.size() - written);
-      require(put > 0);
-      written += static_cast<std::size_t>(put);
-    }
+struct MemoryFile {
+  explicit MemoryFile(std::span<const std::uint8_t> bytes) {
+    require(fd >= 0);
+    for (ssize_t put = 0; !bytes.empty(); bytes = bytes.subspan(std::size_t(put)))
+      require((put = ::write(fd, bytes.data(), bytes.size())) > 0);
   }
-  ~MemoryFile() { ::close(fd_); }
+  ~MemoryFile() { ::close(fd); }
   MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-
- private:
-  int fd_;
+  std::string path() const { return "/proc/self/fd/" + std::to_string(fd); }
+  const int fd = memfd_create("fuzz-input", MFD_CLOEXEC);
 };
 
 // What opening a video does: the probe, then the first frames of its first video track.
