@@ -61,16 +61,13 @@ TEST(DeviceChoice, TheOptionsWinOverTheEnvironmentAnIndexChoosesAndAnUnknownChoi
   EXPECT_TRUE(sawCpu);
 }
 
-TEST_F(DeviceTest, TheLibraryListsItsModulesAndAMissingBundleGivesNone) {
+TEST_F(DeviceTest, TheLibraryListsItsModulesAndWhatCannotBeMadeGivesItsError) {
   EXPECT_EQ(library->path(), kBundlePath);
   EXPECT_TRUE(library->hasFunction("gpuPatternKernel"));
   EXPECT_TRUE(library->hasFunction("gpuQuadVertex"));
   EXPECT_FALSE(library->hasFunction("gpuPatternKernel.spv"));
   EXPECT_THAT(library->functionNames(), ::testing::Contains("gpuSwizzleKernel"));
   expectError(device->newLibrary("/no/such/folder"), Kind::unreadableLibrary, "/no/such/folder");
-}
-
-TEST_F(DeviceTest, PipelinesThatCannotBeMadeGiveTheirError) {
   for (auto [name, kind, message] : {std::tuple{"noSuchKernel", Kind::missingFunction, "noSuchKernel"},
                                      std::tuple{"gpuMisplacedKernel", Kind::unsupportedShader, "binding 2"},
                                      std::tuple{"gpuFormattedKernel", Kind::unsupportedShader, "format"},
