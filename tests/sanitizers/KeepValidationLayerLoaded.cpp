@@ -5,6 +5,8 @@
 // symbols from standing in for the loader's.
 #include <dlfcn.h>
 
+#include <initializer_list>
+
 namespace {
 
 const bool kKeptLoaded = [] {
