@@ -51,7 +51,8 @@ TEST(DeviceChoice, TheOptionsWinOverTheEnvironmentAnIndexChoosesAndAnUnknownChoi
   }
   options.preferredDevice.clear();  // the environment chooses
   expectCpu();
-  // Some index is the CPU device.
+  // Some index is the CPU device (other devices there are not validated).
+  options = DeviceOptions{};
   bool sawCpu = false;
   for (int index = 0; index < 8 && !sawCpu; ++index) {
     options.preferredDevice = std::to_string(index);
