@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string>
@@ -25,25 +26,17 @@ using platform::media::Image;
 using platform::media::detail::DecodeResult;
 
 // An invariant the code promises; breaking it is a finding like a crash.
-void require(bool condition) {
-  if (!condition) std::abort();
-}
+void require(bool condition) { if (!condition) std::abort(); }
 
 // A decoded image is whole and within the limits; an error says something.
-void checkDecode(const DecodeResult& result) {
-  if (!result) {
-    require(!result.error().message.empty());
-    return;
-  }
+template <DecodeResult (*decode)(std::span<const std::uint8_t>)>
+void decodeImage(std::span<const std::uint8_t> input) {
+  const DecodeResult result = decode(input);
+  if (!result) return require(!result.error().message.empty());
   const Image& image = *result;
   require(image.width > 0 && image.height > 0);
   require(image.width <= platform::media::kMaxImageSide && image.height <= platform::media::kMaxImageSide);
   require(image.pixels.size() == image.bytesPerRow() * static_cast<std::size_t>(image.height));
-}
-
-template <DecodeResult (*decode)(std::span<const std::uint8_t>)>
-void decodeImage(std::span<const std::uint8_t> input) {
-  checkDecode(decode(input));
 }
 
 // JSON nested deeper than any edit is refused before parsing: the parser recurses once
@@ -53,11 +46,8 @@ constexpr int kMaxNesting = 64;
 bool nestsTooDeep(std::span<const std::uint8_t> input) {
   int depth = 0;
   for (const std::uint8_t byte : input) {
-    if (byte == '[' || byte == '{') {
-      if (++depth > kMaxNesting) return true;
-    } else if ((byte == ']' || byte == '}') && depth > 0) {
-      --depth;
-    }
+    depth += (byte == '[' || byte == '{') - ((byte == ']' || byte == '}') && depth > 0);
+    if (depth > kMaxNesting) return true;
   }
   return false;
 }
@@ -85,39 +75,25 @@ void decodeEditCoding(std::span<const std::uint8_t> input) {
 
 // The bytes as a file without touching the disk: an anonymous memory file, named by
 // its /proc path, which FFmpeg opens like any other.
-class MemoryFile {
- public:
-  explicit MemoryFile(std::span<const std::uint8_t> bytes) : fd_(memfd_create("fuzz-input", MFD_CLOEXEC)) {
-    require(fd_ >= 0);
-    for (std::size_t written = 0; written < bytes.size();) {
-      const ssize_t put = ::write(fd_, bytes.data() + written, bytes.size() - written);
-      require(put > 0);
-      written += static_cast<std::size_t>(put);
-    }
+struct MemoryFile {
+  explicit MemoryFile(std::span<const std::uint8_t> bytes) {
+    require(fd >= 0);
+    for (ssize_t put = 0; !bytes.empty(); bytes = bytes.subspan(std::size_t(put)))
+      require((put = ::write(fd, bytes.data(), bytes.size())) > 0);
   }
-  ~MemoryFile() { ::close(fd_); }
+  ~MemoryFile() { ::close(fd); }
   MemoryFile(const MemoryFile&) = delete;
-  MemoryFile& operator=(const MemoryFile&) = delete;
-  std::string path() const { return "/proc/self/fd/" + std::to_string(fd_); }
-
- private:
-  int fd_;
+  std::string path() const { return "/proc/self/fd/" + std::to_string(fd); }
+  const int fd = memfd_create("fuzz-input", MFD_CLOEXEC);
 };
 
 // What opening a video does: the probe, then the first frames of its first video track.
 void probeAsset(std::span<const std::uint8_t> input) {
-  static const bool quiet = [] {
-    av_log_set_callback([](void*, int, const char*, va_list) {});
-    return true;
-  }();
-  (void)quiet;
+  av_log_set_callback([](void*, int, const char*, va_list) {});  // FFmpeg's messages would drown the fuzzer's
   const MemoryFile file(input);
   auto asset = platform::media::Asset::make(file.path());
   auto info = asset->loadNow();
-  if (!info) {
-    require(!info.error().message.empty());
-    return;
-  }
+  if (!info) return require(!info.error().message.empty());
   const auto videos = info->tracksOfType(platform::media::MediaType::video);
   if (videos.empty()) return;
   auto reader = platform::media::AssetReader::make(asset);
@@ -142,10 +118,9 @@ constexpr std::array kTargets = {
 std::span<const FuzzTarget> fuzzTargets() { return kTargets; }
 
 const FuzzTarget* findFuzzTarget(std::string_view name) {
-  for (const FuzzTarget& target : kTargets) {
-    if (target.name == name) return &target;
-  }
-  return nullptr;
+  const auto found =
+      std::find_if(kTargets.begin(), kTargets.end(), [&](const FuzzTarget& t) { return t.name == name; });
+  return found == kTargets.end() ? nullptr : &*found;
 }
 
 }  // namespace halvane::fuzz

@@ -1,14 +1,17 @@
 // Linked into the tests of a sanitizer build only. The Vulkan loader unloads the
-// validation layer before the leak check runs, which would leave the layer's own leaks
-// without a module name to suppress them by. Opening it once more with RTLD_NODELETE
-// keeps it mapped to the end; RTLD_LOCAL keeps its symbols from standing in for the
-// loader's.
+// validation layer and the CPU driver (lavapipe) before the leak check runs, which
+// would leave their own leaks without a module name to suppress them by. Opening them
+// once more with RTLD_NODELETE keeps them mapped to the end; RTLD_LOCAL keeps their
+// symbols from standing in for the loader's.
 #include <dlfcn.h>
+
+#include <initializer_list>
 
 namespace {
 
 const bool kKeptLoaded = [] {
-  dlopen(HALVANE_VALIDATION_LAYER_PATH, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
+  for (const char* library : {HALVANE_VALIDATION_LAYER_PATH, "libvulkan_lvp.so"})
+    dlopen(library, RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   return true;
 }();
 

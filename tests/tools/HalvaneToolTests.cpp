@@ -1,34 +1,71 @@
+// The `halvane` command-line tool, run as its own process: what it writes, its error
+// texts and exit codes, and the files it never touches.
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/ImageDecoder.h"
-#include "ToolRunner.h"
+
+extern char** environ;
 
 namespace halvane {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::runTool;
+using platform::media::decodeImageFile;
+using ::testing::HasSubstr;
+
+std::string contents(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+struct ToolResult {
+  int exitStatus = -1;  // 128 + the signal when killed
+  std::string standardOutput, standardError;
+};
+
+// Runs the real executable with `arguments`, its output captured through files.
+ToolResult runTool(std::vector<std::string> arguments) {
+  const fs::path out = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(getpid()) + ".out");
+  const fs::path err = fs::path(out).replace_extension(".err");
+  arguments.insert(arguments.begin(), HALVANE_TOOL_PATH);
+  std::vector<char*> argv;
+  for (auto& argument : arguments) argv.push_back(argument.data());
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  ToolResult result;
+  pid_t pid = 0;
+  int status = 0;
+  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0 && waitpid(pid, &status, 0) == pid)
+    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  posix_spawn_file_actions_destroy(&actions);
+  result.standardOutput = contents(out), result.standardError = contents(err);
+  fs::remove(out), fs::remove(err);
+  return result;
+}
 
 class HalvaneTool : public ::testing::Test {
  protected:
-  void SetUp() override {
-    folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
-    fs::create_directories(folder);
-  }
+  void SetUp() override { fs::create_directories(folder); }
   void TearDown() override { fs::remove_all(folder); }
-  fs::path folder;
+  static std::string sample(const char* relative) { return (fs::path(HALVANE_MEDIA_DIR) / relative).string(); }
+  long entries() const { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
+
+  const fs::path folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
+  const std::string output = (folder / "out.jpg").string();
 };
-
-fs::path sample(const char* relative) { return fs::path(HALVANE_MEDIA_DIR) / relative; }
-
-std::vector<uint8_t> fileBytes(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return std::vector<uint8_t>(std::istreambuf_iterator<char>(file), {});
-}
 
 // Every sample photo comes out upright (a quarter turn swaps the sides) at full size;
 // classic-car.heic among them is the tiled phone HEIC that comes out portrait.
@@ -37,16 +74,12 @@ TEST_F(HalvaneTool, RendersEverySamplePhotoUprightAtItsSize) {
   for (const char* sampleFolder : {"photo", "exif-orientation", "livephoto"}) {
     for (const auto& entry : fs::directory_iterator(sample(sampleFolder))) {
       const fs::path& photo = entry.path();
-      const auto extension = photo.extension().string();
-      if (extension != ".jpg" && extension != ".png" && extension != ".webp" && extension != ".heic" &&
-          extension != ".HEIC")
-        continue;
-      auto source = platform::media::decodeImageFile(photo);
+      if (!std::set<fs::path>{".jpg", ".png", ".webp", ".heic", ".HEIC"}.contains(photo.extension())) continue;
+      auto source = decodeImageFile(photo);
       ASSERT_TRUE(source) << photo;
-      const auto output = folder / (photo.stem().string() + ".jpg");
-      const auto result = runTool({"render", photo.string(), output.string()});
+      const auto result = runTool({"render", photo.string(), output});
       ASSERT_EQ(result.exitStatus, 0) << photo << ": " << result.standardError;
-      auto written = platform::media::decodeImageFile(output);
+      auto written = decodeImageFile(output);
       ASSERT_TRUE(written) << photo;
       const int raw = int(source->orientation);
       const bool swapped = raw == 2 || raw == 3 || raw == 6 || raw == 7;
@@ -60,82 +93,69 @@ TEST_F(HalvaneTool, RendersEverySamplePhotoUprightAtItsSize) {
   EXPECT_GE(rendered, 15);
 }
 
-TEST_F(HalvaneTool, CropAndTurnFollowOutputSize) {
+TEST_F(HalvaneTool, CropAndTurnFollowOutputSizeAndTheCompressedPresetLimitsTheLongestSide) {
   const auto input = sample("exif-orientation/Landscape_0.jpg");
-  auto source = platform::media::decodeImageFile(input);
+  auto source = decodeImageFile(input);
   ASSERT_TRUE(source);
-  const auto output = folder / "turned.jpg";
-  const auto result = runTool({"render", input.string(), output.string(), "--set", "rotationQuarterTurns=1", "--set",
-                               "cropRect=[[0.1,0.2],[0.5,0.3]]"});
+  auto result =
+      runTool({"render", input, output, "--set", "rotationQuarterTurns=1", "--set", "cropRect=[[0.1,0.2],[0.5,0.3]]"});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
   EditState state;
   state.rotationQuarterTurns = 1;
   state.cropRect = {0.1, 0.2, 0.5, 0.3};
   const auto size = RenderingEngine::outputSize(uint64_t(source->width), uint64_t(source->height), state);
-  auto written = platform::media::decodeImageFile(output);
+  auto written = decodeImageFile(output);
   ASSERT_TRUE(written);
   EXPECT_EQ(written->width, int(size.width));
   EXPECT_EQ(written->height, int(size.height));
-}
 
-TEST_F(HalvaneTool, CompressedPresetLimitsTheLongestSide) {
-  const auto output = folder / "small.jpg";
-  const auto result = runTool({"render", sample("photo/sewing-threads.heic").string(),
-                               output.string(), "--preset", "compressed"});
+  const auto small = (folder / "small.jpg").string();
+  result = runTool({"render", sample("photo/sewing-threads.heic"), small, "--preset", "compressed"});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  auto written = platform::media::decodeImageFile(output);
+  written = decodeImageFile(small);
   ASSERT_TRUE(written);
   EXPECT_EQ(std::max(written->width, written->height), 2048);
 }
 
 TEST_F(HalvaneTool, FailuresExplainThemselvesAndLeaveNoFile) {
-  const auto output = folder / "out.jpg";
-  const auto landscape = (sample("exif-orientation/Landscape_0.jpg")).string();
-  const auto text = folder / "text.jpg";
+  const auto landscape = sample("exif-orientation/Landscape_0.jpg");
+  const auto text = (folder / "text.jpg").string(), empty = (folder / "empty.jpg").string();
   std::ofstream(text) << "not a picture";
-  std::ofstream(folder / "empty.jpg").flush();
+  std::ofstream(empty).flush();
+  // clang-format off
   const std::vector<std::vector<std::string>> failing = {
-      {"render", (folder / "missing.jpg").string(), output.string()},
-      {"render", text.string(), output.string()},
-      {"render", (folder / "empty.jpg").string(), output.string()},
-      {"render", landscape, output.string(), "--set", "exposure=7"},
-      {"render", landscape, output.string(), "--set", "noSuchField=1"},
-      {"render", landscape, output.string(), "--set", "exposure"},
-      {"render", landscape, output.string(), "--preset", "huge"},
-      {"render", landscape, output.string(), "--edit", (folder / "missing.json").string()},
-      {"render", landscape},
-      {"render", landscape, (folder / "no/such/folder/out.jpg").string()},
-  };
+      {"render", (folder / "missing.jpg").string(), output}, {"render", text, output}, {"render", empty, output},
+      {"render", landscape, output, "--set", "exposure=7"}, {"render", landscape, output, "--set", "noSuchField=1"},
+      {"render", landscape, output, "--set", "exposure"}, {"render", landscape, output, "--preset", "huge"},
+      {"render", landscape, output, "--edit", (folder / "missing.json").string()}, {"render", landscape},
+      {"render", landscape, (folder / "no/such/folder/out.jpg").string()}};
+  // clang-format on
   for (const auto& arguments : failing) {
     const auto result = runTool(arguments);
     EXPECT_NE(result.exitStatus, 0) << arguments.back();
     EXPECT_FALSE(result.standardError.empty()) << arguments.back();
-    EXPECT_FALSE(fs::exists(output)) << arguments.back();
   }
-  // Nothing but the test's own two inputs is left in the folder.
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
+  EXPECT_EQ(entries(), 2) << "nothing but the test's own two inputs";
 }
 
 TEST_F(HalvaneTool, EditFileAndSettingsCombine) {
-  const auto edit = folder / "edit.json";
+  const auto edit = (folder / "edit.json").string();
   std::ofstream(edit) << R"({"exposure": 1.5, "filterType": 12})";
-  const auto result = runTool({"edit", "--print", "--edit", edit.string(), "--set", "contrast=1.25"});
+  const auto result = runTool({"edit", "--print", "--edit", edit, "--set", "contrast=1.25"});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  EXPECT_NE(result.standardOutput.find("\"exposure\": 1.5"), std::string::npos);
-  EXPECT_NE(result.standardOutput.find("\"filterType\": 12"), std::string::npos);
-  EXPECT_NE(result.standardOutput.find("\"contrast\": 1.25"), std::string::npos);
+  for (const char* field : {"\"exposure\": 1.5", "\"filterType\": 12", "\"contrast\": 1.25"})
+    EXPECT_THAT(result.standardOutput, HasSubstr(field));
   std::ofstream(edit) << "[1, 2]";
-  EXPECT_NE(runTool({"edit", "--print", "--edit", edit.string()}).exitStatus, 0);
+  EXPECT_NE(runTool({"edit", "--print", "--edit", edit}).exitStatus, 0);
 }
 
 TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
-  const auto script = folder / "script.json";
+  const auto script = (folder / "script.json").string(), frameFile = (folder / "frame.png").string();
   std::ofstream(script) << R"([{"tick": 2, "set": {"rotationQuarterTurns": 1}}, {"tick": 4, "set": {"exposure": 1}}])";
-  const auto output = folder / "frame.png";
-  const auto result = runTool({"preview", sample("photo/hopper.png").string(), output.string(),
-                               "--ticks", "8", "--size", "200x100", "--script", script.string()});
+  const auto result = runTool(
+      {"preview", sample("photo/hopper.png"), frameFile, "--ticks", "8", "--size", "200x100", "--script", script});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  auto frame = platform::media::decodeImageFile(output);
+  auto frame = decodeImageFile(frameFile);
   ASSERT_TRUE(frame);
   EXPECT_EQ(frame->width, 200);
   EXPECT_EQ(frame->height, 100);
@@ -143,14 +163,14 @@ TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
   EXPECT_EQ(frame->pixel(5, 50)[1], 0);
   EXPECT_GT(int(frame->pixel(100, 50)[0]) + frame->pixel(100, 50)[1] + frame->pixel(100, 50)[2], 0);
   std::ofstream(script) << "{}";
-  EXPECT_NE(runTool({"preview", "x.png", output.string(), "--script", script.string()}).exitStatus, 0);
+  EXPECT_NE(runTool({"preview", "x.png", frameFile, "--script", script}).exitStatus, 0);
 }
 
 TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
   const auto edit = runTool({"edit", "--print-default"});
   ASSERT_EQ(edit.exitStatus, 0);
   EXPECT_EQ(edit.standardOutput.find("\"version\""), edit.standardOutput.find('"'));
-  EXPECT_NE(edit.standardOutput.find("\"cropRect\""), std::string::npos);
+  EXPECT_THAT(edit.standardOutput, HasSubstr("\"cropRect\""));
   const auto filters = runTool({"filters"});
   ASSERT_EQ(filters.exitStatus, 0);
   EXPECT_EQ(std::count(filters.standardOutput.begin(), filters.standardOutput.end(), '\n'), 146 + 11);
@@ -162,41 +182,33 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
   fs::create_symlink(input, folder / "link.jpg");
   fs::create_hard_link(input, folder / "hard.jpg");
   fs::create_directory(folder / "sub");
-  const auto before = fileBytes(input);
-  for (const fs::path& output : {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg",
-                                 folder / "hard.jpg"}) {
-    for (const bool overwrite : {true, false}) {
-      std::vector<std::string> arguments = {"render", input.string(), output.string()};
-      if (overwrite) arguments.push_back("-y");
-      const auto result = runTool(arguments);
-      EXPECT_EQ(result.exitStatus, 1) << output;
-      EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
+  const auto before = contents(input);
+  for (const fs::path& target :
+       {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg", folder / "hard.jpg"}) {
+    const std::string in = input.string(), out = target.string();
+    for (const auto& result : {runTool({"render", in, out}), runTool({"render", in, out, "-y"})}) {
+      EXPECT_EQ(result.exitStatus, 1) << target;
+      EXPECT_THAT(result.standardError, HasSubstr("is the input file"));
     }
   }
-  EXPECT_EQ(fileBytes(input), before);
+  EXPECT_EQ(contents(input), before);
 }
 
 TEST_F(HalvaneTool, TheOutputTypeFollowsItsNameAndAnExistingOneNeedsOverwrite) {
-  const auto input = sample("photo/hopper.png").string();
-  const auto png = folder / "out.PNG";
-  ASSERT_EQ(runTool({"render", input, png.string()}).exitStatus, 0);
-  const auto bytes = fileBytes(png);
-  ASSERT_GE(bytes.size(), 8u);
-  EXPECT_EQ(std::vector<uint8_t>(bytes.begin(), bytes.begin() + 4), (std::vector<uint8_t>{0x89, 'P', 'N', 'G'}));
-
-  std::ofstream(folder / "old.jpg") << "keep me";
-  const auto kept = runTool({"render", input, (folder / "old.jpg").string()});
+  const auto input = sample("photo/hopper.png");
+  const auto png = (folder / "out.PNG").string(), old = (folder / "old.jpg").string();
+  ASSERT_EQ(runTool({"render", input, png}).exitStatus, 0);
+  EXPECT_EQ(contents(png).substr(0, 4), "\x89PNG");
+  std::ofstream(old) << "keep me";
+  const auto kept = runTool({"render", input, old});
   EXPECT_EQ(kept.exitStatus, 1);
-  EXPECT_NE(kept.standardError.find("already exists"), std::string::npos) << kept.standardError;
-  EXPECT_EQ(fileBytes(folder / "old.jpg").size(), 7u);
-  ASSERT_EQ(runTool({"render", input, (folder / "old.jpg").string(), "--overwrite"}).exitStatus, 0);
-  auto replaced = platform::media::decodeImageFile(folder / "old.jpg");
-  ASSERT_TRUE(replaced);
-  EXPECT_EQ(fileBytes(folder / "old.jpg")[0], 0xFF);
-
+  EXPECT_THAT(kept.standardError, HasSubstr("already exists"));
+  EXPECT_EQ(contents(old), "keep me");
+  ASSERT_EQ(runTool({"render", input, old, "--overwrite"}).exitStatus, 0);
+  EXPECT_TRUE(decodeImageFile(old));
+  EXPECT_EQ(contents(old)[0], '\xFF');
   EXPECT_EQ(runTool({"render", input, (folder / "out.tif").string()}).exitStatus, 2);
-  EXPECT_FALSE(fs::exists(folder / "out.tif"));
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
+  EXPECT_EQ(entries(), 2) << "no out.tif";
 }
 
 TEST_F(HalvaneTool, DeeplyNestedEditsAreRefusedClearly) {
@@ -204,10 +216,10 @@ TEST_F(HalvaneTool, DeeplyNestedEditsAreRefusedClearly) {
   std::ofstream(folder / "deep.json") << "{\"exposure\": " << deep << "}";
   const auto file = runTool({"edit", "--print", "--edit", (folder / "deep.json").string()});
   EXPECT_EQ(file.exitStatus, 1);
-  EXPECT_NE(file.standardError.find("nested more than"), std::string::npos) << file.standardError;
+  EXPECT_THAT(file.standardError, HasSubstr("nested more than"));
   const auto setting = runTool({"edit", "--print", "--set", "exposure=" + deep});
   EXPECT_EQ(setting.exitStatus, 2);
-  EXPECT_NE(setting.standardError.find("nested more than"), std::string::npos) << setting.standardError;
+  EXPECT_THAT(setting.standardError, HasSubstr("nested more than"));
 }
 
 }  // namespace

@@ -1,28 +1,26 @@
-// ManualMainQueue's order and turns, work items, the shared queue and assertMainQueue.
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+// The main queues: ManualMainQueue's order and turns, RunLoopMainQueue's order, delayed
+// work, wake-ups from other threads and clean stops; work items, the shared queue and
+// assertMainQueue. Display links: rates, pause, invalidation, weak owners, the run-loop
+// driver and the factory the host replaces; mediaTime(), the clock the run-loop driver
+// reads.
+#include <cmath>
 
-#include <chrono>
-#include <thread>
-
+#include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
+#include "Platform/Dispatch/MediaClock.h"
 #include "Platform/Dispatch/WorkItem.h"
 #include "TestSupport.h"
 
 namespace platform::dispatch {
 namespace {
 
-using namespace std::chrono_literals;
-using ::testing::ElementsAre;
+using namespace testing;
 
 TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChainsUntilIdle) {
   ManualMainQueue queue;
   std::vector<std::string> order;
-  queue.async([&] {
-    order.push_back("first");
-    queue.async([&] { order.push_back("queued by first"); });
-  });
+  queue.async([&] { order.push_back("first"), queue.async([&] { order.push_back("queued by first"); }); });
   queue.async([&] { order.push_back("second"); });
   EXPECT_TRUE(order.empty()) << "nothing runs before the queue is pumped";
   EXPECT_EQ(queue.runPending(), 2u);
@@ -33,9 +31,7 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChain
   EXPECT_EQ(queue.runPending(), 0u);
   // runUntilIdle runs chained work to its end, or up to its limit.
   int depth = 0;
-  std::function<void()> chain = [&] {
-    if (++depth < 5) queue.async(chain);
-  };
+  std::function<void()> chain = [&] { if (++depth < 5) queue.async(chain); };
   queue.async(chain);
   EXPECT_EQ(queue.runUntilIdle(), 5u);
   std::function<void()> forever = [&] { queue.async(forever); };
@@ -46,38 +42,33 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChain
 
 TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadInEachProducersOrder) {
   ManualMainQueue queue;
-  std::vector<std::pair<int, int>> ran;  // (producer, index)
-  std::vector<std::thread::id> ranOn;
+  const std::thread::id pumping = std::this_thread::get_id();
+  std::vector<int> next(3, 0);
   std::vector<std::thread> producers;
-  for (int p = 0; p < 3; ++p) {
+  for (int p = 0; p < 3; ++p)
     producers.emplace_back([&, p] {
-      for (int i = 0; i < 200; ++i) queue.async([&, p, i] {
-        ran.emplace_back(p, i);
-        ranOn.push_back(std::this_thread::get_id());
-      });
+      for (int i = 0; i < 200; ++i)
+        queue.async([&, p, i] { EXPECT_EQ(i, next[p]++); EXPECT_EQ(std::this_thread::get_id(), pumping); });
     });
-  }
   for (auto& producer : producers) producer.join();
   EXPECT_EQ(queue.runPending(), 600u);
-  std::vector<int> next(3, 0);
-  for (const auto& [producer, index] : ran) EXPECT_EQ(index, next[producer]++);
   EXPECT_EQ(next, (std::vector<int>{200, 200, 200}));
-  for (const auto id : ranOn) EXPECT_EQ(id, std::this_thread::get_id());
 }
 
 TEST(ManualMainQueue, DelayedWorkWaitsForTheFakeClockAndRunsInDueOrder) {
   ManualMainQueue queue;
   std::vector<std::string> order;
-  queue.asyncAfter(30ms, [&] { order.push_back("30ms"); });
-  queue.asyncAfter(10ms, [&] { order.push_back("10ms"); });
-  queue.asyncAfter(20ms, [&] { order.push_back("20ms a"); });
-  queue.asyncAfter(20ms, [&] { order.push_back("20ms b"); });
-  queue.asyncAfter(-5s, [&] { order.push_back("negative"); });  // counts as no delay
-  queue.async([&] { order.push_back("now"); });
+  auto note = [&](const char* name) { return [&order, name] { order.push_back(name); }; };
+  queue.asyncAfter(30ms, note("30ms"));
+  queue.asyncAfter(10ms, note("10ms"));
+  queue.asyncAfter(20ms, note("20ms a"));
+  queue.asyncAfter(20ms, note("20ms b"));
+  queue.asyncAfter(-5s, note("negative"));  // counts as no delay
+  queue.async(note("now"));
   EXPECT_EQ(queue.runPending(), 2u);
   queue.advance(15ms);
   EXPECT_THAT(order, ElementsAre("negative", "now")) << "advancing alone runs nothing";
-  queue.async([&] { order.push_back("after advance"); });
+  queue.async(note("after advance"));
   EXPECT_EQ(queue.runPending(), 2u);
   EXPECT_THAT(order, ElementsAre("negative", "now", "10ms", "after advance")) << "work due earlier runs first";
   queue.advance(1h);
@@ -111,14 +102,10 @@ TEST(ManualMainQueue, CancelledWorkItemsNeverRun) {
 TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
   ManualMainQueue queue;
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any pump";
-  bool otherBeforePump = true;
+  bool otherBeforePump = true, insideWork = false;
   std::thread([&] { otherBeforePump = queue.isCurrentThread(); }).join();
   EXPECT_FALSE(otherBeforePump);
-  bool insideWork = false;
-  std::thread([&] {
-    queue.async([&] { insideWork = queue.isCurrentThread(); });
-    queue.runPending();
-  }).join();
+  std::thread([&] { queue.async([&] { insideWork = queue.isCurrentThread(); }), queue.runPending(); }).join();
   EXPECT_TRUE(insideWork);
   EXPECT_FALSE(queue.isCurrentThread()) << "the other thread pumped last";
   queue.runPending();
@@ -128,16 +115,14 @@ TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
 TEST(ManualMainQueue, CapturesAreReleasedOnceRunOrWithTheQueueUnrun) {
   auto capture = std::make_shared<int>(0);
   std::weak_ptr<int> watch = capture;
-  bool ran = false;
   {
     ManualMainQueue queue;
     queue.async([capture] {});
     queue.runPending();
-    queue.async([&ran, capture] { ran = true; });
+    queue.async([capture] { ADD_FAILURE(); });
     capture.reset();
     EXPECT_FALSE(watch.expired());
   }
-  EXPECT_FALSE(ran);
   EXPECT_TRUE(watch.expired());
 }
 
@@ -159,28 +144,281 @@ TEST(SharedMainQueue, IsSeenFromEveryThreadAndAssertMainQueuePassesOnItsThread) 
 
 TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(std::make_shared<ManualMainQueue>());
-        std::thread([] { assertMainQueue(); }).join();
-      },
-      "assertMainQueue: called off the main queue's thread; called at .*MainQueueTests.cpp");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(std::make_shared<ManualMainQueue>());
-        ManualMainQueue other;
-        std::thread([&] {
-          other.async([] { assertMainQueue(); });
-          other.runPending();
-        }).join();
-      },
-      "called off the main queue's thread");
-  EXPECT_DEATH(
-      {
-        MainQueue::setShared(nullptr);
-        assertMainQueue();
-      },
-      "no main queue is set");
+  ManualMainQueue other;
+  const std::pair<std::function<void()>, const char*> offTheMainQueue[] = {
+      {[] { std::thread([] { assertMainQueue(); }).join(); },
+       "assertMainQueue: called off the main queue's thread; called at .*MainQueueTests.cpp"},
+      {[&] { std::thread([&] { other.async([] { assertMainQueue(); }), other.runPending(); }).join(); },
+       "called off the main queue's thread"}};
+  MainQueue::setShared(std::make_shared<ManualMainQueue>());
+  for (const auto& [body, message] : offTheMainQueue) EXPECT_DEATH(body(), message);
+  MainQueue::setShared(nullptr);
+  EXPECT_DEATH(assertMainQueue(), "no main queue is set");
+}
+
+TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  bool onRunner = false;
+  EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
+  std::thread([&] {
+    queue.async([&] {
+      order.push_back("a");
+      queue.async([&] { order.push_back("queued by a"), onRunner = queue.isCurrentThread(), queue.stop(); });
+    });
+    queue.async([&] { order.push_back("b"); });
+    runGuarded(queue);
+  }).join();
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
+  EXPECT_TRUE(onRunner);
+  EXPECT_FALSE(queue.isCurrentThread());
+}
+
+TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  // Queued latest-due first; the gaps between due times only need to exceed the time
+  // between two calls here, so they say nothing about speed.
+  queue.asyncAfter(150ms, [&] { order.push_back("150ms"), queue.stop(); });
+  queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
+  queue.asyncAfter(75ms, cancelled);
+  queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
+  queue.async([&] { order.push_back("now"); });
+  cancelled->cancel();
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
+}
+
+// The sleeps are not clock waits: they give the loop time to go to sleep with nothing
+// due, so that new work, then a stop, from another thread has to wake it.
+TEST(RunLoopMainQueue, WakesForWorkAndStopsFromAnotherThreadAndLeavesTheRestForTheNextRun) {
+  RunLoopMainQueue queue;
+  std::vector<std::string> order;
+  Log looping;
+  queue.asyncAfter(1h, [&] { ADD_FAILURE() << "delayed work ran"; });
+  queue.async([&] { looping.add("started"); });
+  std::thread other([&] {
+    EXPECT_TRUE(looping.waitForCount(1));
+    std::this_thread::sleep_for(20ms);
+    queue.async([&] { looping.add("woken"); });
+    EXPECT_TRUE(looping.waitForCount(2));
+    std::this_thread::sleep_for(20ms);
+    queue.stop();
+  });
+  runGuarded(queue);
+  other.join();
+
+  queue.async([&] { order.push_back("first"), queue.stop(); });
+  queue.async([&] { order.push_back("second"); });
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("first"));
+  queue.stop();  // before run: the next run returns at once
+  runGuarded(queue);
+  EXPECT_THAT(order, ElementsAre("first"));
+  queue.async([&] { queue.stop(); });
+  runGuarded(queue);  // the earlier stop was used up
+  EXPECT_THAT(order, ElementsAre("first", "second"));
+}
+
+TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {
+  auto capture = std::make_shared<int>(0);
+  std::weak_ptr<int> watch = capture;
+  {
+    RunLoopMainQueue queue;
+    queue.asyncAfter(1h, [capture] { ADD_FAILURE(); });
+    queue.async([capture] { ADD_FAILURE(); });
+    capture.reset();
+  }
+  EXPECT_TRUE(watch.expired());
+}
+
+struct Frame {
+  double timestamp, targetTimestamp;
+};
+const auto ignore = [](double, double) {};
+
+TEST(FrameRateRange, ResolvesToThePreferredRateElseTheDisplayRateWithinAValidRange) {
+  // clang-format off
+  const std::pair<FrameRateRange, double> rates[] = {
+      {{30, 120, 60}, 60}, {{24, 60, 30}, 30}, {{10, 15, 15}, 15},  // photo, video, trim line
+      {{}, FrameRateRange::kDisplayRate}, {{10, 15, 0}, 15}, {{90, 120, 0}, 90}, {{30, 0, 0}, 60}};
+  // Maximum 0 has no upper bound. Invalid: minimum above maximum, preferred outside the
+  // range, negative, not a number, infinite.
+  const std::pair<FrameRateRange, bool> validity[] = {
+      {{}, true}, {{30, 120, 60}, true}, {{30, 120, 0}, true}, {{30, 0, 240}, true}, {{120, 30, 60}, false},
+      {{30, 120, 20}, false}, {{30, 120, 121}, false}, {{-1, 120, 60}, false}, {{30, 120, NAN}, false},
+      {{30, INFINITY, 60}, false}};
+  // clang-format on
+  for (const auto& [range, rate] : rates) EXPECT_DOUBLE_EQ(range.resolvedRate(), rate);
+  for (const auto& [range, valid] : validity)
+    EXPECT_EQ(range.isValid(), valid) << range.minimum << " " << range.maximum << " " << range.preferred;
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(ManualDisplayLink(ignore).setPreferredFrameRateRange(120, 30, 60),
+               "setPreferredFrameRateRange: invalid range");
+}
+
+TEST(ManualDisplayLink, EachTickOfAnAddedLinkCallsTheTargetOnceWithFrameTimesOfItsRate) {
+  std::vector<Frame> frames;
+  ManualDisplayLink link([&](double t, double target) { frames.push_back({t, target}); });
+  EXPECT_FALSE(link.tick(1.0)) << "nothing before it is added";
+  link.addToMainQueue();
+  link.addToMainQueue();  // a second start changes nothing
+  EXPECT_TRUE(link.isRunning());
+  EXPECT_TRUE(link.tick(10.0));
+  EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12) << "the display's rate by default";
+  link.setPreferredFrameRateRange(24, 60, 30);
+  EXPECT_TRUE(link.tick(10.5));
+  ASSERT_EQ(frames.size(), 2u);
+  EXPECT_DOUBLE_EQ(frames[0].timestamp, 10.0);
+  EXPECT_DOUBLE_EQ(frames[0].targetTimestamp, 10.0 + 1.0 / 60.0);
+  EXPECT_DOUBLE_EQ(frames[1].targetTimestamp, 10.5 + 1.0 / 30.0);
+  EXPECT_DOUBLE_EQ(link.targetTimestamp(), 10.5 + 1.0 / 30.0);
+  link.setPaused(true);
+  EXPECT_FALSE(link.tick(11.0));
+  EXPECT_EQ(link.timestamp(), 10.5) << "a skipped refresh records nothing";
+  link.setPaused(false);
+  EXPECT_TRUE(link.tick(12.0));
+  EXPECT_EQ(frames.size(), 3u);
+}
+
+TEST(ManualDisplayLink, InvalidationFromTheTargetReleasesItAndNothingBringsTheLinkBack) {
+  int calls = 0;
+  auto capture = std::make_shared<int>(42);
+  std::weak_ptr<int> watch = capture;
+  ManualDisplayLink* self = nullptr;
+  ManualDisplayLink link([&, capture](double, double) {
+    ++calls;
+    self->invalidate();
+    EXPECT_EQ(*capture, 42) << "the running target stays alive until it returns";
+  });
+  self = &link;
+  capture.reset();
+  link.addToMainQueue();
+  EXPECT_TRUE(link.tick(1.0));
+  EXPECT_TRUE(watch.expired()) << "invalidate released the target";
+  EXPECT_FALSE(link.isValid());
+  link.setPaused(false);
+  link.addToMainQueue();
+  EXPECT_FALSE(link.tick(2.0));
+  EXPECT_EQ(calls, 1);
+}
+
+// Puts the process-wide factory and main queue back after each test.
+class DisplayLinkTest : public ::testing::Test {
+ protected:
+  void TearDown() override {
+    setDisplayLinkFactory(nullptr);
+    MainQueue::setShared(nullptr);
+  }
+};
+
+// Owners held weakly: the pattern every user of a link follows.
+TEST_F(DisplayLinkTest, ALinkHoldsItsOwnerWeaklyAndTheManualFactoryForgetsLinksThatAreGone) {
+  struct Owner {
+    int ticks = 0;
+    std::shared_ptr<DisplayLink> link;
+  };
+  ManualDisplayLinkFactory links;
+  setDisplayLinkFactory(links.factory());
+  auto owner = std::make_shared<Owner>();
+  owner->link = makeDisplayLink([weak = std::weak_ptr<Owner>(owner)](double, double) {
+    if (const auto self = weak.lock()) ++self->ticks;
+  });
+  owner->link->addToMainQueue();
+  std::weak_ptr<Owner> watch = owner;
+  ASSERT_EQ(links.tickAll(1.0), 1u);
+  EXPECT_EQ(owner->ticks, 1);
+  EXPECT_EQ(owner.use_count(), 1) << "the link holds no strong reference to its owner";
+
+  // Something else keeps the link alive, as a run loop would; the owner still goes.
+  const auto keptLink = links.links().at(0);
+  owner.reset();
+  EXPECT_TRUE(watch.expired());
+  EXPECT_TRUE(keptLink->tick(2.0)) << "the target runs and finds its owner gone";
+
+  // The factory forgets links that are gone and ticks only added ones.
+  auto unadded = makeDisplayLink(ignore);
+  EXPECT_EQ(links.links().size(), 2u);
+  keptLink->invalidate();
+  EXPECT_EQ(links.tickAll(3.0), 0u) << "the remaining links are invalid or never added";
+  unadded->addToMainQueue();
+  EXPECT_EQ(links.tickAll(4.0), 1u);
+  unadded.reset();
+  EXPECT_EQ(links.links().size(), 1u);
+}
+
+TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueueAndNeedsOne) {
+  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  ManualDisplayLinkFactory manual;
+  setDisplayLinkFactory(manual.factory());
+  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  setDisplayLinkFactory(nullptr);
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  MainQueue::setShared(nullptr);
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(makeDisplayLink(ignore), "no display link factory and no main queue");
+}
+
+// Each frame time lies on the grid of `interval` that the first one started.
+void expectOnOneGrid(const std::vector<Frame>& frames, double interval) {
+  for (std::size_t i = 0; i < frames.size(); ++i) {
+    EXPECT_NEAR(frames[i].targetTimestamp - frames[i].timestamp, interval, 1e-9);
+    if (i == 0) continue;
+    const double steps = (frames[i].timestamp - frames[0].timestamp) / interval;
+    EXPECT_NEAR(steps, std::round(steps), 1e-6) << "frame " << i << " is off the grid";
+    EXPECT_GT(frames[i].timestamp, frames[i - 1].timestamp);
+  }
+}
+
+// Five frames at 60 Hz; then paused for four frames' worth while the range changes, and
+// three frames at 15 Hz; then the last owner drops the link while a refresh is scheduled:
+// the queue holds it weakly, so it goes and calls nothing more. Frame times are
+// mediaTime(), which reads the steady clock.
+TEST(RunLoopDisplayLink, TicksOnTheMainThreadAtItsRateExceptWhilePausedUntilDropped) {
+  auto queue = std::make_shared<RunLoopMainQueue>();
+  std::vector<Frame> fast, slow;
+  bool paused = false;
+  std::shared_ptr<RunLoopDisplayLink> link;
+  link = RunLoopDisplayLink::create(queue, [&](double t, double target) {
+    EXPECT_TRUE(queue->isCurrentThread());
+    EXPECT_FALSE(paused);
+    (fast.size() < 5 ? fast : slow).push_back({t, target});
+    if (fast.size() == 5 && slow.empty()) {
+      link->setPaused(paused = true);
+      link->setPreferredFrameRateRange(10, 15, 15);
+      queue->asyncAfter(300ms, [&] { link->setPaused(paused = false); });
+    }
+    if (slow.size() == 3) {
+      queue->async([&] { link.reset(); });
+      // Give a stray refresh every chance to come before stopping.
+      queue->asyncAfter(100ms, [&] { queue->stop(); });
+    }
+  });
+  const std::weak_ptr<RunLoopDisplayLink> watch = link;
+  link->setPreferredFrameRateRange(30, 120, 60);
+  link->addToMainQueue();
+  const auto steadyNow = [] {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+  };
+  const double started = steadyNow();
+  runGuarded(*queue);
+  ASSERT_EQ(fast.size(), 5u);
+  ASSERT_EQ(slow.size(), 3u) << "no call after the link was dropped";
+  EXPECT_TRUE(watch.expired()) << "the queue's scheduled refresh holds the link weakly";
+  EXPECT_GT(fast[0].timestamp, started - 1e-6);  // a microsecond of slack for rounding to double
+  EXPECT_LE(slow.back().timestamp, steadyNow() + 1e-6);
+  expectOnOneGrid(fast, 1.0 / 60.0);
+  expectOnOneGrid(slow, 1.0 / 15.0);
+}
+
+TEST(MediaClock, NeverGoesBackwards) {
+  for (double previous = mediaTime(), i = 0; i < 100000; ++i) {
+    const double now = mediaTime();
+    ASSERT_GE(now, previous);
+    previous = now;
+  }
 }
 
 }  // namespace

@@ -2,9 +2,7 @@
 // Writes each 32-bit word of a 208-byte block into one pixel of a 52 by 1 texture, its
 // little-endian bytes in memory order (BGRA storage: blue is the first byte).
 layout(local_size_x = 16, local_size_y = 16) in;
-layout(set = 0, binding = 0, std140) uniform Block {
-  uvec4 words[13];
-} b;
+layout(set = 0, binding = 0, std140) uniform Block { uvec4 words[13]; } b;
 layout(set = 0, binding = 8) uniform writeonly image2D outputImage;
 
 void main() {

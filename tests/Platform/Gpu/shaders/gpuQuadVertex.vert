@@ -1,10 +1,7 @@
 #version 450
 // A quad from the vertex index as a triangle strip, placed by a 16-byte block (origin and
 // size in Vulkan clip space, y down); texture coordinates 0 to 1 from its top-left corner.
-layout(set = 0, binding = 0, std140) uniform Quad {
-  vec2 origin;
-  vec2 size;
-} quad;
+layout(set = 0, binding = 0, std140) uniform Quad { vec2 origin, size; } quad;
 layout(location = 0) out vec2 texCoord;
 
 void main() {

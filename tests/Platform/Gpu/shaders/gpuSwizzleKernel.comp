@@ -2,11 +2,7 @@
 // Reads texture 0 exactly (texelFetch through the sampler) and writes texture 1 with the
 // colour channels turned (r <- g, g <- b, b <- r) and `delta` code values added to red.
 layout(local_size_x = 16, local_size_y = 16) in;
-layout(set = 0, binding = 0, std140) uniform Params {
-  uint width;
-  uint height;
-  uint delta;
-} p;
+layout(set = 0, binding = 0, std140) uniform Params { uint width, height, delta; } p;
 layout(set = 0, binding = 8) uniform sampler2D inputTexture;
 layout(set = 0, binding = 9) uniform writeonly image2D outputImage;
 
