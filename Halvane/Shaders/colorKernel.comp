@@ -13,8 +13,8 @@ layout(local_size_x = 16, local_size_y = 16) in;
 layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
 #define COLOR_USES(feature) ((colorFeatures & (feature)) != 0u)
 
-// 18 x 18 pixels of 16 bytes: 5184 bytes of group memory.
-shared vec4 tile[18 * 18];
+// The luma of 18 x 18 pixels: 1296 bytes of group memory.
+shared float tile[18 * 18];
 
 #include "ColorAdjust.glsl"
 
@@ -55,7 +55,7 @@ void main() {
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
     for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
       ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
-      tile[i] = texelFetch(inputTexture, t, 0);
+      tile[i] = luma(texelFetch(inputTexture, t, 0).rgb);
     }
     barrier();
   }
@@ -66,12 +66,11 @@ void main() {
                        u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
-  vec4 center = COLOR_USES(COLOR_FEATURE_SHARPNESS) ? tile[ti] : texelFetch(inputTexture, pos, 0);
+  vec4 center = texelFetch(inputTexture, pos, 0);
   float blur3 = 0.0;
   if (usesSharpness(params)) {
-    blur3 = binomialBlur3x3(luma(tile[ti - 19].rgb), luma(tile[ti - 18].rgb), luma(tile[ti - 17].rgb),
-                            luma(tile[ti - 1].rgb), luma(tile[ti].rgb), luma(tile[ti + 1].rgb),
-                            luma(tile[ti + 17].rgb), luma(tile[ti + 18].rgb), luma(tile[ti + 19].rgb));
+    blur3 = binomialBlur3x3(tile[ti - 19], tile[ti - 18], tile[ti - 17], tile[ti - 1], tile[ti], tile[ti + 1],
+                            tile[ti + 17], tile[ti + 18], tile[ti + 19]);
   }
   vec3 result = colorPixel(params, vec2(pos) + vec2(0.5), center.rgb, blur3);
   imageStore(outputImage, pos, vec4(result, center.a));
