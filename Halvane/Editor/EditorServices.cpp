@@ -29,7 +29,8 @@ class EnginePhotoExportService final : public PhotoExportService {
               std::function<void(std::optional<platform::media::Image>)> completion) override {
     offMainThread<std::optional<platform::media::Image>>(
         [engine = engine_, source = std::move(source), state, colorSpace = std::move(colorSpace)] {
-          return engine->renderToImage(source, state, colorSpace, true);
+          auto image = engine->renderToImage(source, state, colorSpace, true);
+          return image ? std::optional(std::move(*image)) : std::nullopt;
         },
         std::move(completion));
   }

@@ -78,7 +78,9 @@ std::vector<FilterThumbnail> FilterThumbnailRenderer::renderBatch(const std::opt
                                                                   const std::vector<FilterDefinition>& filters) {
   std::optional<Image> source = sourceImage;
   // An unedited render is a plain read-back of the texture.
-  if (!source && sourceTexture) source = engine->renderToImage(sourceTexture, EditState{});
+  if (!source && sourceTexture) {
+    if (auto read = engine->renderToImage(sourceTexture, EditState{})) source = std::move(*read);
+  }
   if (!source || source->isEmpty()) return {};
 
   // The scale comes from the cropped output and applies to the whole source, so the

@@ -40,11 +40,21 @@ std::string defaultPipelineCachePath() {
   return error ? std::string() : (folder / "pipeline-cache.bin").string();
 }
 
+platform::Unexpected<GpuError> failure(GpuError::Kind kind, std::string message) {
+  return platform::unexpected(GpuError{kind, std::move(message)});
+}
+
 }  // namespace
 
 std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions options) {
+  auto engine = make(std::move(options));
+  if (!engine) fatalError(engine.error().message);
+  return *engine;
+}
+
+platform::Expected<std::shared_ptr<RenderingEngine>, GpuError> RenderingEngine::make(RenderingEngineOptions options) {
   std::shared_ptr<RenderingEngine> engine(new RenderingEngine());
-  engine->start(std::move(options));
+  if (auto started = engine->start(std::move(options)); !started) return platform::unexpected(started.error());
   // The warning may come from any thread; the purge runs on the main queue when there
   // is one, with the engine held weakly.
   std::weak_ptr<RenderingEngine> weakEngine = engine;
@@ -66,39 +76,38 @@ RenderingEngine::~RenderingEngine() {
   platform::dispatch::NotificationCenter::defaultCenter().removeObserver(memoryWarningObserver_);
 }
 
-void RenderingEngine::start(RenderingEngineOptions options) {
+platform::Expected<void, GpuError> RenderingEngine::start(RenderingEngineOptions options) {
+  using Kind = GpuError::Kind;
   auto deviceOptions = options.device;
   deviceOptions.pipelineCachePath =
       options.pipelineCachePath.empty() ? defaultPipelineCachePath() : options.pipelineCachePath;
   auto device = Device::createSystemDefault(deviceOptions);
-  if (!device) fatalError("no GPU device could be created: " + device.error().message);
+  if (!device) return failure(device.error().kind, "no GPU device could be created: " + device.error().message);
   metalDevice_ = *device;
   commandQueue_ = metalDevice_->newCommandQueue();
-  if (!commandQueue_) fatalError("no GPU command queue could be created");
+  if (!commandQueue_) return failure(Kind::driverFailed, "no GPU command queue could be created");
   texturePool_ = options.textureAllocator ? std::make_shared<TexturePool>(options.textureAllocator)
                                           : std::make_shared<TexturePool>(metalDevice_);
   supportsNonUniformThreadgroups_ = metalDevice_->capabilities().supportsNonUniformThreadgroups;
 
   const auto bundle = findBundle();
-  if (!bundle) fatalError("unable to find bundle named Halvane_Halvane");
+  if (!bundle) return failure(Kind::unreadableLibrary, "unable to find bundle named Halvane_Halvane");
   auto library = metalDevice_->newLibrary(*bundle);
-  if (!library) fatalError("unable to load the kernel library: " + library.error().message);
+  if (!library) return failure(library.error().kind, "unable to load the kernel library: " + library.error().message);
   library_ = *library;
   for (const char* name : {"geometryKernel", "colorKernel", "focusKernel"}) {
-    if (!library_->hasFunction(name)) fatalError(std::string("missing kernel ") + name);
+    if (!library_->hasFunction(name)) return failure(Kind::missingFunction, std::string("missing kernel ") + name);
   }
-  auto makePipeline = [&](const char* name) {
-    auto pipeline = metalDevice_->newComputePipelineState(library_, name);
-    if (!pipeline) fatalError(std::string("unable to make the pipeline of ") + name + ": " + pipeline.error().message);
-    return *pipeline;
-  };
-  geometryPipeline_ = makePipeline("geometryKernel");
+  auto geometry = metalDevice_->newComputePipelineState(library_, "geometryKernel");
+  if (!geometry) return failure(geometry.error().kind, "unable to make the geometry pipeline: " + geometry.error().message);
+  geometryPipeline_ = *geometry;
   colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_);
   auto colorWide = ColorWidePass::make(metalDevice_, library_, texturePool_);
-  if (!colorWide) fatalError("unable to make the colour pass's wide level: " + colorWide.error().message);
+  if (!colorWide)
+    return failure(colorWide.error().kind, "unable to make the colour pass's wide level: " + colorWide.error().message);
   colorWide_ = *colorWide;
   auto focusPass = FocusPass::make(metalDevice_, library_, texturePool_);
-  if (!focusPass) fatalError("unable to make the focus pass: " + focusPass.error().message);
+  if (!focusPass) return failure(focusPass.error().kind, "unable to make the focus pass: " + focusPass.error().message);
   focusPass_ = *focusPass;
 
   RenderPipelineDescriptor display;
@@ -107,8 +116,10 @@ void RenderingEngine::start(RenderingEngineOptions options) {
   display.fragmentFunction = "displayFragment";
   display.colorPixelFormat = PixelFormat::bgra8Unorm;
   auto displayPipeline = metalDevice_->newRenderPipelineState(display);
-  if (!displayPipeline) fatalError("unable to make the display pipeline: " + displayPipeline.error().message);
+  if (!displayPipeline)
+    return failure(displayPipeline.error().kind, "unable to make the display pipeline: " + displayPipeline.error().message);
   displayPipeline_ = *displayPipeline;
+  return {};
 }
 
 std::shared_ptr<Texture> RenderingEngine::makeTexture(const platform::media::Image& image) {
@@ -258,21 +269,25 @@ std::optional<platform::media::Image> RenderingEngine::readImage(const Texture& 
   return image;
 }
 
-std::optional<platform::media::Image> RenderingEngine::renderToImage(const std::shared_ptr<Texture>& source,
-                                                                     const EditState& state,
-                                                                     const std::vector<uint8_t>& colorSpace,
-                                                                     bool finalOutput) {
-  if (!source) return std::nullopt;
+platform::Expected<platform::media::Image, GpuError> RenderingEngine::renderToImage(
+    const std::shared_ptr<Texture>& source, const EditState& state, const std::vector<uint8_t>& colorSpace,
+    bool finalOutput) {
+  using Kind = GpuError::Kind;
+  if (!source) return failure(Kind::invalidArgument, "there is no picture to render");
   auto commandBuffer = commandQueue_->commandBuffer();
-  if (!commandBuffer) return std::nullopt;
+  if (!commandBuffer) return failure(Kind::driverFailed, "the GPU took no more work");
   const bool isDefault = state.isDefault();
   auto result = isDefault ? source : processTexture(source, state, *commandBuffer, finalOutput);
   auto readable = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
   commandBuffer->commit();
   commandBuffer->waitUntilCompleted();
   if (!isDefault && result != source) texturePool_->release(result);
-  if (!readable || commandBuffer->status() != CommandBufferStatus::completed) return std::nullopt;
-  return readImage(*readable, colorSpace);
+  if (commandBuffer->status() != CommandBufferStatus::completed)
+    return failure(Kind::driverFailed, "the GPU failed: " + commandBuffer->errorMessage());
+  if (!readable) return failure(Kind::driverFailed, "the GPU could not hold a readable copy of the picture");
+  auto image = readImage(*readable, colorSpace);
+  if (!image) return failure(Kind::driverFailed, "the picture could not be read back from the GPU");
+  return std::move(*image);
 }
 
 PixelSize RenderingEngine::outputSize(uint64_t sourceWidth, uint64_t sourceHeight, const EditState& state) {

@@ -53,6 +53,9 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
   // Stops the program when the GPU, the bundle or a kernel cannot be had: there is no
   // degraded engine.
   static std::shared_ptr<RenderingEngine> create(RenderingEngineOptions options = {});
+  // The same, saying why it could not start instead of stopping: for the command line.
+  static platform::Expected<std::shared_ptr<RenderingEngine>, platform::gpu::GpuError> make(
+      RenderingEngineOptions options = {});
   ~RenderingEngine();
 
   const std::shared_ptr<platform::gpu::Device>& metalDevice() const { return metalDevice_; }
@@ -82,12 +85,10 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
                                                          bool finalOutput);
 
   // Blocks until the GPU finished. The bitmap carries `colorSpace` (ICC bytes; empty
-  // means sRGB). None when the GPU could not produce it. Thumbnails render with
-  // finalOutput false, exports with true.
-  std::optional<platform::media::Image> renderToImage(const std::shared_ptr<platform::gpu::Texture>& source,
-                                                      const EditState& state,
-                                                      const std::vector<uint8_t>& colorSpace = {},
-                                                      bool finalOutput = true);
+  // means sRGB). Thumbnails render with finalOutput false, exports with true.
+  platform::Expected<platform::media::Image, platform::gpu::GpuError> renderToImage(
+      const std::shared_ptr<platform::gpu::Texture>& source, const EditState& state,
+      const std::vector<uint8_t>& colorSpace = {}, bool finalOutput = true);
   // The pixels of a host-readable copy (platform::gpu::encodeHostReadableCopy) whose
   // command buffer has completed, with `colorSpace`; none when they cannot be read.
   static std::optional<platform::media::Image> readImage(const platform::gpu::Texture& readable,
@@ -120,7 +121,7 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
 
  private:
   RenderingEngine() = default;
-  void start(RenderingEngineOptions options);
+  platform::Expected<void, platform::gpu::GpuError> start(RenderingEngineOptions options);
   void dispatch(platform::gpu::ComputeCommandEncoder& encoder, uint32_t width, uint32_t height) const;
 
   std::shared_ptr<platform::gpu::Device> metalDevice_;

@@ -13,8 +13,8 @@ layout(local_size_x = 16, local_size_y = 16) in;
 layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
 #define COLOR_USES(feature) ((colorFeatures & (feature)) != 0u)
 
-// 18 x 18 pixels of 16 bytes: 5184 bytes of group memory.
-shared vec4 tile[18 * 18];
+// The luma of 18 x 18 pixels: 1296 bytes of group memory.
+shared float tile[18 * 18];
 
 #include "ColorAdjust.glsl"
 
@@ -27,6 +27,10 @@ ColorParams params;
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
+// Whether the frame's look glows, the one reader of the colour blur: without it the
+// blur's four reads are left out.
+bool wideColorRead = false;
+
 WideBlur wideAt(vec2 p, float y) {
   ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
   vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
@@ -36,8 +40,11 @@ WideBlur wideAt(vec2 p, float y) {
   ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
   vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
                mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
-  vec4 c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
-               mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
+  vec4 c = vec4(0.0);
+  if (wideColorRead) {
+    c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
+            mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
+  }
   return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
 }
 #define COLOR_WIDE(p, y) wideAt(p, y)
@@ -55,7 +62,7 @@ void main() {
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
     for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
       ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
-      tile[i] = texelFetch(inputTexture, t, 0);
+      tile[i] = luma(texelFetch(inputTexture, t, 0).rgb);
     }
     barrier();
   }
@@ -64,14 +71,14 @@ void main() {
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                        u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
                        u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
+  wideColorRead = usesLook(params) && lookTable(params.filterType).fx.glow > 0.0;
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
-  vec4 center = COLOR_USES(COLOR_FEATURE_SHARPNESS) ? tile[ti] : texelFetch(inputTexture, pos, 0);
+  vec4 center = texelFetch(inputTexture, pos, 0);
   float blur3 = 0.0;
   if (usesSharpness(params)) {
-    blur3 = binomialBlur3x3(luma(tile[ti - 19].rgb), luma(tile[ti - 18].rgb), luma(tile[ti - 17].rgb),
-                            luma(tile[ti - 1].rgb), luma(tile[ti].rgb), luma(tile[ti + 1].rgb),
-                            luma(tile[ti + 17].rgb), luma(tile[ti + 18].rgb), luma(tile[ti + 19].rgb));
+    blur3 = binomialBlur3x3(tile[ti - 19], tile[ti - 18], tile[ti - 17], tile[ti - 1], tile[ti], tile[ti + 1],
+                            tile[ti + 17], tile[ti + 18], tile[ti + 19]);
   }
   vec3 result = colorPixel(params, vec2(pos) + vec2(0.5), center.rgb, blur3);
   imageStore(outputImage, pos, vec4(result, center.a));

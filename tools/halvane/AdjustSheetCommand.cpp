@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "Command.h"
+#include "EngineStart.h"
 #include "Halvane/Model/AdjustTool.h"
 #include "ReviewSheet.h"
 
@@ -31,7 +32,7 @@ Command makeAdjustSheetCommand() {
   return Command{"adjust-sheet", "adjust-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]",
                  [](const std::vector<std::string>& arguments) {
                    const SheetArguments args = parseSheetArguments(arguments, 200);
-                   auto engine = RenderingEngine::create();
+                   auto engine = startEngine();
                    const SheetPicture picture = loadSheetPicture(*engine, args.input, args.tileSide);
                    const int tileWidth = picture.image.width, tileHeight = picture.image.height;
 
@@ -43,7 +44,7 @@ Command makeAdjustSheetCommand() {
 
                    auto render = [&](const EditState& state) {
                      auto rendered = engine->renderToImage(picture.texture, state);
-                     if (!rendered) throw CommandError("rendering failed");
+                     if (!rendered) throw CommandError("rendering failed: " + rendered.error().message);
                      return *rendered;
                    };
                    sheet.label(gap, gap, "Original", tileWidth, ReviewSheet::kHeading);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "Command.h"
+#include "EngineStart.h"
 #include "Halvane/Model/FilterCatalogue.h"
 #include "ReviewSheet.h"
 
@@ -16,7 +17,7 @@ Command makeContactSheetCommand() {
       "contact-sheet", "contact-sheet INPUT OUTPUT.jpg [--tile PIXELS] [--quality 0..1]",
       [](const std::vector<std::string>& arguments) {
         const SheetArguments args = parseSheetArguments(arguments, 160);
-        auto engine = RenderingEngine::create();
+        auto engine = startEngine();
         const SheetPicture picture = loadSheetPicture(*engine, args.input, args.tileSide);
         const int tileWidth = picture.image.width, tileHeight = picture.image.height;
 
@@ -32,7 +33,7 @@ Command makeContactSheetCommand() {
         auto render = [&](EditState state, const std::string& name) {
           state.trimStart = 1;  // an edit even where the look is none, so every tile takes the same path
           auto rendered = engine->renderToImage(picture.texture, state);
-          if (!rendered) throw CommandError("rendering failed for " + name);
+          if (!rendered) throw CommandError("rendering failed for " + name + ": " + rendered.error().message);
           return *rendered;
         };
         int y = gap;

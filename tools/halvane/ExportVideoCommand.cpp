@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "Command.h"
+#include "EngineStart.h"
 #include "EditArguments.h"
 #include "OutputFile.h"
 #include "TerminationSignals.h"
@@ -67,7 +68,7 @@ VideoExportResult runExport(const std::string& input, const std::string& output,
   platform::dispatch::MainQueue::setShared(queue);
   std::optional<VideoExportResult> result;
   {
-    auto renderer = VideoRenderer::create(RenderingEngine::create());
+    auto renderer = VideoRenderer::create(startEngine());
     renderer->setAsset(platform::media::Asset::make(input));
     ProgressBar bar;
     std::function<void()> watchForSignals = [&] {

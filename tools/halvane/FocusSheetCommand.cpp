@@ -7,6 +7,7 @@
 
 #include "BitmapFont.h"
 #include "Command.h"
+#include "EngineStart.h"
 #include "Halvane/Model/FocusMode.h"
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "PhotoSource.h"
@@ -67,10 +68,10 @@ Command makeFocusSheetCommand() {
                    }
                    if (paths.size() != 2) throw UsageError("needs an input and an output path");
 
-                   auto engine = RenderingEngine::create();
+                   auto engine = startEngine();
                    const PhotoSource source = loadPhotoSource(*engine, paths[0]);
                    auto upright = engine->renderToImage(source.texture, EditState{});
-                   if (!upright) throw CommandError("the GPU could not read the picture back");
+                   if (!upright) throw CommandError(upright.error().message);
                    const double scale = double(tileSide) / std::max(upright->width, upright->height);
                    const int tileWidth = std::max(1, int(upright->width * scale + 0.5));
                    const int tileHeight = std::max(1, int(upright->height * scale + 0.5));
@@ -89,7 +90,8 @@ Command makeFocusSheetCommand() {
                    tools::fillRect(canvas, 0, 0, sheet.width, sheet.height, {24, 24, 24});
                    for (size_t i = 0; i < entries.size(); ++i) {
                      auto rendered = engine->renderToImage(texture, entries[i].state);
-                     if (!rendered) throw CommandError("rendering failed for " + entries[i].title);
+                     if (!rendered)
+                       throw CommandError("rendering failed for " + entries[i].title + ": " + rendered.error().message);
                      const int x = gap + int(i % columns) * (tileWidth + gap);
                      const int y = gap + int(i / columns) * (tileHeight + labelHeight + gap);
                      paste(sheet, *rendered, x, y);

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 
 #include "Command.h"
+#include "EngineStart.h"
 #include "EditArguments.h"
 #include "Halvane/Model/EditStateCoding.h"
 #include "Halvane/Rendering/PreviewView.h"
@@ -126,7 +127,7 @@ Command makePreviewCommand() {
 
         auto queue = std::make_shared<platform::dispatch::RunLoopMainQueue>();
         platform::dispatch::MainQueue::setShared(queue);
-        auto engine = RenderingEngine::create();
+        auto engine = startEngine();
         const PhotoSource source = loadPhotoSource(*engine, options.input);
 
         auto presenter = std::make_shared<LastFramePresenter>();

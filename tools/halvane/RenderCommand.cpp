@@ -1,6 +1,7 @@
 #include <cstdio>
 
 #include "Command.h"
+#include "EngineStart.h"
 #include "EditArguments.h"
 #include "Halvane/Rendering/PhotoOutput.h"
 #include "Halvane/Rendering/SourceOrientation.h"
@@ -40,12 +41,12 @@ Command makeRenderCommand() {
         // A signal during the render stops it before anything is written; the write
         // itself is short and all or nothing, so it is let finish.
         const TerminationGuard guard;
-        auto engine = RenderingEngine::create();
+        auto engine = startEngine();
         const PhotoSource source = loadStoredPhotoSource(*engine, io.input);
         const EditState state =
             foldOrientation(parsed.state, source.rawOrientation, source.texture->width(), source.texture->height());
         auto image = engine->renderToImage(source.texture, state, source.colorSpace);
-        if (!image) throw CommandError("rendering failed: the GPU could not produce the picture");
+        if (!image) throw CommandError("rendering failed: " + image.error().message);
         const auto limited = limitedImage(*image, platform::media::ImageOrientation::up, preset);
         if (const int signal = TerminationGuard::received()) {
           std::fprintf(stderr, "halvane render: stopped by a signal; nothing was written\n");

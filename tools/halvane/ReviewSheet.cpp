@@ -47,7 +47,7 @@ SheetArguments parseSheetArguments(const std::vector<std::string>& arguments, in
 SheetPicture loadSheetPicture(RenderingEngine& engine, const std::string& path, int tileSide) {
   const PhotoSource source = loadPhotoSource(engine, path);
   auto upright = engine.renderToImage(source.texture, EditState{});
-  if (!upright) throw CommandError("the GPU could not read the picture back");
+  if (!upright) throw CommandError(upright.error().message);
   const double scale = double(tileSide) / std::max(upright->width, upright->height);
   SheetPicture picture;
   picture.image = platform::media::scaleImage(*upright, std::max(1, int(upright->width * scale + 0.5)),

@@ -112,23 +112,27 @@ HostBuffer::~HostBuffer() {
   if (buffer_) vkDestroyBuffer(device_, buffer_, nullptr);
 }
 
+namespace {
+platform::Unexpected<GpuError> setUpFailure(GpuError::Kind kind, std::string message) {
+  return platform::unexpected(GpuError{kind, std::move(message)});
+}
+}  // namespace
+
 platform::Expected<std::shared_ptr<Context>, GpuError> Context::create(const DeviceOptions& options) {
   std::shared_ptr<Context> context(new Context());
-  // The steps of the set-up each name their failure here.
-  std::string error;
-  if (!context->initialize(options, &error)) return platform::unexpected(GpuError{GpuError::Kind::noDevice, error});
+  if (auto ready = context->initialize(options); !ready) return platform::unexpected(ready.error());
   return context;
 }
 
-bool Context::initialize(const DeviceOptions& options, std::string* error) {
+Context::SetUp Context::initialize(const DeviceOptions& options) {
   onValidationMessage_ = options.onValidationMessage;
-  if (!createInstance(options, error)) return false;
+  if (auto step = createInstance(options); !step) return step;
   std::string preference = options.preferredDevice;
   if (preference.empty()) {
     if (const char* env = std::getenv("HALVANE_GPU_DEVICE")) preference = env;
   }
-  if (!pickPhysicalDevice(preference, error)) return false;
-  if (!createDevice(error)) return false;
+  if (auto step = pickPhysicalDevice(preference); !step) return step;
+  if (auto step = createDevice(); !step) return step;
 
   capabilities_.kind = kindOf(properties_.deviceType);
   uint32_t maxDimension = properties_.limits.maxImageDimension2D;
@@ -148,19 +152,18 @@ bool Context::initialize(const DeviceOptions& options, std::string* error) {
   capabilities_.memoryBudgetBytes = options.memoryBudgetBytes ? options.memoryBudgetBytes : heap;
 
   pipelineCachePath_ = options.pipelineCachePath;
-  if (!createSharedObjects(error)) return false;
+  if (auto step = createSharedObjects(); !step) return step;
 
   completionThread_ = std::thread([this] { completionLoop(); });
   completionThreadId_ = completionThread_.get_id();
-  return true;
+  return {};
 }
 
-bool Context::createInstance(const DeviceOptions& options, std::string* error) {
+Context::SetUp Context::createInstance(const DeviceOptions& options) {
   uint32_t loaderVersion = VK_API_VERSION_1_0;
   vkEnumerateInstanceVersion(&loaderVersion);
   if (loaderVersion < VK_API_VERSION_1_2) {
-    if (error) *error = "the Vulkan loader does not support Vulkan 1.2";
-    return false;
+    return setUpFailure(GpuError::Kind::noDevice, "the Vulkan loader does not support Vulkan 1.2");
   }
 
   std::vector<const char*> layers;
@@ -208,8 +211,7 @@ bool Context::createInstance(const DeviceOptions& options, std::string* error) {
   if (validation) info.pNext = &debugInfo;
   VkResult result = vkCreateInstance(&info, nullptr, &instance_);
   if (result != VK_SUCCESS) {
-    if (error) *error = "vkCreateInstance failed: " + describe(result);
-    return false;
+    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateInstance failed: " + describe(result));
   }
   if (validation) {
     auto create = reinterpret_cast<PFN_vkCreateDebugUtilsMessengerEXT>(
@@ -217,17 +219,16 @@ bool Context::createInstance(const DeviceOptions& options, std::string* error) {
     VkDebugUtilsMessengerCreateInfoEXT messenger = messengerInfo(this);
     if (create) create(instance_, &messenger, nullptr, &messenger_);
   }
-  return true;
+  return {};
 }
 
-bool Context::pickPhysicalDevice(const std::string& preference, std::string* error) {
+Context::SetUp Context::pickPhysicalDevice(const std::string& preference) {
   uint32_t count = 0;
   vkEnumeratePhysicalDevices(instance_, &count, nullptr);
   std::vector<VkPhysicalDevice> devices(count);
   vkEnumeratePhysicalDevices(instance_, &count, devices.data());
   if (devices.empty()) {
-    if (error) *error = "no Vulkan device";
-    return false;
+    return setUpFailure(GpuError::Kind::noDevice, "no Vulkan device");
   }
 
   auto typeOf = [](VkPhysicalDevice device) {
@@ -240,13 +241,11 @@ bool Context::pickPhysicalDevice(const std::string& preference, std::string* err
   if (!preference.empty() && std::all_of(preference.begin(), preference.end(), ::isdigit)) {
     size_t index = std::stoul(preference);
     if (index >= devices.size()) {
-      if (error) *error = "no Vulkan device with index " + preference;
-      return false;
+      return setUpFailure(GpuError::Kind::noDevice, "no Vulkan device with index " + preference);
     }
     std::string why = unsuitability(devices[index]);
     if (!why.empty()) {
-      if (error) *error = "device " + preference + " cannot be used: " + why;
-      return false;
+      return setUpFailure(GpuError::Kind::noDevice, "device " + preference + " cannot be used: " + why);
     }
     chosen = devices[index];
   } else {
@@ -255,8 +254,8 @@ bool Context::pickPhysicalDevice(const std::string& preference, std::string* err
     else if (preference == "integrated") wanted = VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU;
     else if (preference == "cpu") wanted = VK_PHYSICAL_DEVICE_TYPE_CPU;
     else if (!preference.empty()) {
-      if (error) *error = "unknown device preference \"" + preference + "\" (discrete, integrated, cpu or an index)";
-      return false;
+      return setUpFailure(GpuError::Kind::noDevice, "unknown device preference \"" + preference +
+                                                         "\" (discrete, integrated, cpu or an index)");
     }
     // Default order: discrete, integrated, virtual, CPU, other.
     auto rank = [](VkPhysicalDeviceType type) {
@@ -285,10 +284,9 @@ bool Context::pickPhysicalDevice(const std::string& preference, std::string* err
       }
     }
     if (!chosen) {
-      if (error)
-        *error = (preference.empty() ? std::string("no usable Vulkan device") : "no usable " + preference + " device") +
-                 reasons;
-      return false;
+      return setUpFailure(GpuError::Kind::noDevice, (preference.empty() ? std::string("no usable Vulkan device")
+                                                                       : "no usable " + preference + " device") +
+                                                         reasons);
     }
   }
 
@@ -297,10 +295,10 @@ bool Context::pickPhysicalDevice(const std::string& preference, std::string* err
   vkGetPhysicalDeviceMemoryProperties(physicalDevice_, &memoryProperties_);
   queueFamily_ = static_cast<uint32_t>(queueFamilyFor(physicalDevice_));
   name_ = properties_.deviceName;
-  return true;
+  return {};
 }
 
-bool Context::createDevice(std::string* error) {
+Context::SetUp Context::createDevice() {
   VkPhysicalDeviceFeatures supported;
   vkGetPhysicalDeviceFeatures(physicalDevice_, &supported);
   readWithoutFormat_ = supported.shaderStorageImageReadWithoutFormat;
@@ -332,20 +330,18 @@ bool Context::createDevice(std::string* error) {
   info.ppEnabledExtensionNames = extensions.data();
   VkResult result = vkCreateDevice(physicalDevice_, &info, nullptr, &device_);
   if (result != VK_SUCCESS) {
-    if (error) *error = "vkCreateDevice failed: " + describe(result);
-    return false;
+    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateDevice failed: " + describe(result));
   }
   vkGetDeviceQueue(device_, queueFamily_, 0, &queue_);
   cmdPushDescriptorSet_ =
       reinterpret_cast<PFN_vkCmdPushDescriptorSetKHR>(vkGetDeviceProcAddr(device_, "vkCmdPushDescriptorSetKHR"));
   if (!cmdPushDescriptorSet_) {
-    if (error) *error = "vkCmdPushDescriptorSetKHR is missing";
-    return false;
+    return setUpFailure(GpuError::Kind::noDevice, "vkCmdPushDescriptorSetKHR is missing");
   }
-  return true;
+  return {};
 }
 
-bool Context::createSharedObjects(std::string* error) {
+Context::SetUp Context::createSharedObjects() {
   VkSemaphoreTypeCreateInfo timelineType{VK_STRUCTURE_TYPE_SEMAPHORE_TYPE_CREATE_INFO};
   timelineType.semaphoreType = VK_SEMAPHORE_TYPE_TIMELINE;
   timelineType.initialValue = 0;
@@ -353,8 +349,7 @@ bool Context::createSharedObjects(std::string* error) {
   semaphore.pNext = &timelineType;
   VkResult result = vkCreateSemaphore(device_, &semaphore, nullptr, &timeline_);
   if (result != VK_SUCCESS) {
-    if (error) *error = "vkCreateSemaphore failed: " + describe(result);
-    return false;
+    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateSemaphore failed: " + describe(result));
   }
 
   VkSamplerCreateInfo sampler{VK_STRUCTURE_TYPE_SAMPLER_CREATE_INFO};
@@ -367,8 +362,7 @@ bool Context::createSharedObjects(std::string* error) {
   sampler.maxLod = 0.0f;
   result = vkCreateSampler(device_, &sampler, nullptr, &sampler_);
   if (result != VK_SUCCESS) {
-    if (error) *error = "vkCreateSampler failed: " + describe(result);
-    return false;
+    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateSampler failed: " + describe(result));
   }
 
   // One render pass per load and store action. They differ only in those, so they are
@@ -417,14 +411,13 @@ bool Context::createSharedObjects(std::string* error) {
       info.pDependencies = dependencies;
       result = vkCreateRenderPass(device_, &info, nullptr, &renderPasses_[l][s]);
       if (result != VK_SUCCESS) {
-        if (error) *error = "vkCreateRenderPass failed: " + describe(result);
-        return false;
+        return setUpFailure(GpuError::Kind::driverFailed, "vkCreateRenderPass failed: " + describe(result));
       }
     }
   }
 
   loadPipelineCache(pipelineCachePath_);
-  return true;
+  return {};
 }
 
 void Context::loadPipelineCache(const std::string& path) {

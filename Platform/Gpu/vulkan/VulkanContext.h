@@ -115,11 +115,13 @@ class Context {
 
  private:
   Context() = default;
-  bool initialize(const DeviceOptions& options, std::string* error);
-  bool createInstance(const DeviceOptions& options, std::string* error);
-  bool pickPhysicalDevice(const std::string& preference, std::string* error);
-  bool createDevice(std::string* error);
-  bool createSharedObjects(std::string* error);
+  // The steps of the set-up; each names its failure.
+  using SetUp = platform::Expected<void, GpuError>;
+  SetUp initialize(const DeviceOptions& options);
+  SetUp createInstance(const DeviceOptions& options);
+  SetUp pickPhysicalDevice(const std::string& preference);
+  SetUp createDevice();
+  SetUp createSharedObjects();
   void loadPipelineCache(const std::string& path);
   void savePipelineCache();
   void completionLoop();

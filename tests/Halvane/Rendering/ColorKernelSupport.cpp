@@ -14,7 +14,7 @@ Image renderColor(RenderingEngine& engine, const Image& image, EditState state) 
   EXPECT_TRUE(texture != nullptr);
   if (!texture) return {};
   auto rendered = engine.renderToImage(texture, state);
-  EXPECT_TRUE(rendered.has_value());
+  EXPECT_TRUE(rendered.hasValue());
   return rendered ? *rendered : Image{};
 }
 

@@ -110,7 +110,7 @@ platform::media::Image loadPhoto(const std::string& relativePath, int width, int
 
 platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<Texture>& texture) {
   auto image = engine.renderToImage(texture, EditState{});
-  EXPECT_TRUE(image.has_value());
+  EXPECT_TRUE(image.hasValue());
   return image ? *image : platform::media::Image{};
 }
 
