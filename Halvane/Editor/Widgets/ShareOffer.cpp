@@ -18,23 +18,29 @@ std::string suggestedFileName(const ShareOffer& offer) {
   return stem + "-edited." + extension;
 }
 
-std::string copyFileAtomically(const std::filesystem::path& from, const std::filesystem::path& to) {
+platform::Expected<void, platform::media::MediaError> copyFileAtomically(const std::filesystem::path& from,
+                                                                         const std::filesystem::path& to) {
+  using Code = platform::media::MediaError::Code;
+  auto failure = [](Code code, std::string message) {
+    return platform::unexpected(platform::media::MediaError{code, std::move(message)});
+  };
   std::error_code error;
-  if (std::filesystem::equivalent(from, to, error)) return "the file cannot be saved over itself";
+  if (std::filesystem::equivalent(from, to, error))
+    return failure(Code::invalidArgument, "the file cannot be saved over itself");
   std::ifstream in(from, std::ios::binary);
-  if (!in) return "cannot read " + from.string();
+  if (!in) return failure(Code::openFailed, "cannot read " + from.string());
   auto partial = platform::media::TemporaryFile::createBeside(to);
-  if (!partial) return "cannot write in " + to.parent_path().string();
+  if (!partial) return failure(Code::writeFailed, "cannot write in " + to.parent_path().string());
   std::vector<char> chunk(1 << 16);
   while (in) {
     in.read(chunk.data(), std::streamsize(chunk.size()));
-    if (in.gcount() > 0 && !partial->writeAll(chunk.data(), std::size_t(in.gcount()))) {
-      return "writing " + to.string() + " failed";
-    }
+    if (in.gcount() > 0 && !partial->writeAll(chunk.data(), std::size_t(in.gcount())))
+      return failure(Code::writeFailed, "writing " + to.string() + " failed");
   }
-  if (in.bad() || !partial->syncAndClose()) return "writing " + to.string() + " failed";
+  if (in.bad() || !partial->syncAndClose()) return failure(Code::writeFailed, "writing " + to.string() + " failed");
   // The user chose the name in the dialog, which asked before replacing.
-  if (!partial->moveOnto(to, platform::media::ExistingFile::replace)) return "cannot replace " + to.string();
+  if (!partial->moveOnto(to, platform::media::ExistingFile::replace))
+    return failure(Code::writeFailed, "cannot replace " + to.string());
   return {};
 }
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <variant>
 
+#include "Platform/Base/Expected.h"
+#include "Platform/Media/AssetTypes.h"
 #include "Platform/Media/Image.h"
 
 namespace halvane::editor {
@@ -21,8 +23,8 @@ struct ShareOffer {
 std::string suggestedFileName(const ShareOffer& offer);
 
 // Copies `from` to `to` through a temporary file beside `to`, renamed over it only once
-// complete, so a failure leaves neither a partial file nor a changed target. Returns an
-// error message, or empty on success.
-std::string copyFileAtomically(const std::filesystem::path& from, const std::filesystem::path& to);
+// complete, so a failure leaves neither a partial file nor a changed target.
+platform::Expected<void, platform::media::MediaError> copyFileAtomically(const std::filesystem::path& from,
+                                                                         const std::filesystem::path& to);
 
 }  // namespace halvane::editor

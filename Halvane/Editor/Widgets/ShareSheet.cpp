@@ -106,7 +106,8 @@ bool ShareSheet::saveTo(const QString& path) {
     if (auto written = writeJPEGFile(*image, PhotoExportPreset::maxQuality, path.toStdString()); !written)
       error = written.error().message;
   } else {
-    error = copyFileAtomically(std::get<std::filesystem::path>(offer_.payload), path.toStdString());
+    if (auto copied = copyFileAtomically(std::get<std::filesystem::path>(offer_.payload), path.toStdString()); !copied)
+      error = copied.error().message;
   }
   if (error.empty()) return true;
   showError(DSL10n::text(DSL10n::Share::saveFailed) + u'\n' + QString::fromStdString(error));

@@ -275,12 +275,12 @@ TEST(ShareOffer, CopiesAFileWholeOrNotAtAll) {
   const fs::path source = writeFile(folder / "source.mov", "movie bytes");
   const fs::path target = writeFile(folder / "target.mov", "an older file");
 
-  EXPECT_EQ(copyFileAtomically(source, target), "");
+  EXPECT_TRUE(copyFileAtomically(source, target).hasValue());
   EXPECT_EQ(testsupport::fileContents(target), "movie bytes");
-  EXPECT_NE(copyFileAtomically(source, source), "");
+  EXPECT_FALSE(copyFileAtomically(source, source).hasValue());
   EXPECT_EQ(testsupport::fileContents(source), "movie bytes");
-  EXPECT_NE(copyFileAtomically(source, folder / "missing" / "target.mov"), "");
-  EXPECT_NE(copyFileAtomically(folder / "gone.mov", target), "");
+  EXPECT_FALSE(copyFileAtomically(source, folder / "missing" / "target.mov").hasValue());
+  EXPECT_FALSE(copyFileAtomically(folder / "gone.mov", target).hasValue());
   EXPECT_EQ(testsupport::fileContents(target), "movie bytes");
   // Nothing half-written is left beside the targets.
   EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2);
