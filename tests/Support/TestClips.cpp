@@ -9,20 +9,21 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
+#include <gtest/gtest.h>
+
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <stdexcept>
 
+#include "Platform/Media/Asset.h"
 #include "Support/AvCheck.h"
 
 namespace testsupport {
 
-using platform::media::PixelBuffer;
+using namespace platform::media;
 
 namespace {
 
@@ -44,8 +45,8 @@ struct Encoder {
 
 void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
   avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
-  AVPacket* packet = av_packet_alloc();
-  while (avcodec_receive_packet(encoder.context, packet) == 0) {
+  for (AVPacket* packet = av_packet_alloc();; av_packet_unref(packet)) {
+    if (avcodec_receive_packet(encoder.context, packet) != 0) return av_packet_free(&packet);
     // Video packets come without a duration; the last frame needs one to count in the
     // movie's length.
     if (packet->duration == 0 && encoder.context->codec_type == AVMEDIA_TYPE_VIDEO) packet->duration = 1;
@@ -53,7 +54,6 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
     packet->stream_index = encoder.stream->index;
     avCheck(av_interleaved_write_frame(format, packet), "write packet");
   }
-  av_packet_free(&packet);
 }
 
 // The matrix of a QuickTime track header (a, b, u, c, d, v, tx, ty, w; 16.16 but for
@@ -66,9 +66,9 @@ void setDisplayMatrix(AVStream* stream, int quarterTurns, int storedWidth, int s
   if (quarterTurns == 2) matrix[6] = storedWidth * one, matrix[7] = storedHeight * one;
   if (quarterTurns == 3) matrix[7] = storedWidth * one;
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
-  AVPacketSideData* side = av_packet_side_data_new(&stream->codecpar->coded_side_data,
-                                                   &stream->codecpar->nb_coded_side_data,
-                                                   AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
+  AVPacketSideData* side =
+      av_packet_side_data_new(&stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data,
+                              AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
   std::memcpy(side->data, matrix, sizeof matrix);
 #else
   std::memcpy(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix), matrix, sizeof matrix);
@@ -89,20 +89,17 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (!codec) throw std::runtime_error("no libx264");
   AVCodecContext* video = encoder.context = avcodec_alloc_context3(codec);
-  video->width = storedWidth;
-  video->height = storedHeight;
+  video->width = storedWidth, video->height = storedHeight;
   // 4:2:0 needs even sides; odd ones go 4:4:4.
   video->pix_fmt = (storedWidth % 2 || storedHeight % 2) ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV420P;
-  video->time_base = AVRational{1, clip.fps};
-  video->framerate = AVRational{clip.fps, 1};
-  video->gop_size = video->keyint_min = 10;
-  video->max_b_frames = 2;
-  av_opt_set(video->priv_data, "preset", "ultrafast", 0);
-  av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
-  av_opt_set(video->priv_data, "crf", "10", 0);
+  video->time_base = AVRational{1, clip.fps}, video->framerate = AVRational{clip.fps, 1};
+  video->gop_size = video->keyint_min = 10, video->max_b_frames = 2;
+  for (const auto& [key, value] :
+       {std::pair{"preset", "ultrafast"}, {"x264-params", "scenecut=0:log=-1"}, {"crf", "10"}})
+    av_opt_set(video->priv_data, key, value, 0);
   addStream(format, encoder, codec, AVRational{1, 600 * clip.fps});
-  const int turns = (clip.quarterTurns % 4 + 4) % 4;
-  if (turns != 0) setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
+  if (const int turns = (clip.quarterTurns % 4 + 4) % 4)
+    setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
 }
 
 void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -112,11 +109,10 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
                               : avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
   if (!codec) throw std::runtime_error("no audio encoder for the clip");
   AVCodecContext* audio = encoder.context = avcodec_alloc_context3(codec);
-  audio->sample_rate = clip.sampleRate;
+  audio->sample_rate = clip.sampleRate, audio->time_base = AVRational{1, clip.sampleRate};
   av_channel_layout_default(&audio->ch_layout, clip.channels);
   // Opus takes interleaved float, the same layout as planar for one channel.
   audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
-  audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 64000 * clip.channels;
   addStream(format, encoder, codec, AVRational{1, clip.sampleRate});
 }
@@ -124,9 +120,7 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
 void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   AVCodecContext* video = encoder.context;
   AVFrame* frame = av_frame_alloc();
-  frame->format = video->pix_fmt;
-  frame->width = video->width;
-  frame->height = video->height;
+  frame->format = video->pix_fmt, frame->width = video->width, frame->height = video->height;
   avCheck(av_frame_get_buffer(frame, 0), "video frame");
   SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
                                    video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
@@ -150,10 +144,8 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
   const int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
   const std::int64_t total = std::int64_t(clip.sampleRate) * clip.frames / clip.fps;
   AVFrame* frame = av_frame_alloc();
-  frame->format = audio->sample_fmt;
-  frame->sample_rate = audio->sample_rate;
+  frame->format = audio->sample_fmt, frame->sample_rate = audio->sample_rate, frame->nb_samples = frameSize;
   avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
-  frame->nb_samples = frameSize;
   avCheck(av_frame_get_buffer(frame, 0), "audio frame");
   for (std::int64_t start = 0; start < total; start += frameSize) {
     avCheck(av_frame_make_writable(frame), "writable frame");
@@ -161,11 +153,10 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
     for (int i = 0; i < frame->nb_samples; ++i) {
       const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * double(start + i) / clip.sampleRate));
       for (int c = 0; c < clip.channels; ++c) {
-        if (clip.audio == ClipAudio::pcm) {
+        if (clip.audio == ClipAudio::pcm)
           reinterpret_cast<std::int16_t*>(frame->data[0])[i * clip.channels + c] = std::int16_t(value * 32767);
-        } else {
+        else
           reinterpret_cast<float*>(frame->data[c])[i] = value;
-        }
       }
     }
     frame->pts = start;
@@ -181,8 +172,7 @@ void generate(const std::string& path, const ClipDescription& clip) {
   const char* container = clip.audio == ClipAudio::opus ? "mp4" : "mov";
   avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
-  const int storedWidth = sideways ? clip.height : clip.width;
-  const int storedHeight = sideways ? clip.width : clip.height;
+  const int storedWidth = sideways ? clip.height : clip.width, storedHeight = sideways ? clip.width : clip.height;
   Encoder video, audio;
   const bool hasAudio = clip.audio != ClipAudio::none;
   if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
@@ -261,9 +251,7 @@ Bgra pixelAt(const PixelBuffer& frame, int x, int y) {
   return {p[0], p[1], p[2]};
 }
 
-bool near(Bgra a, Bgra b) {
-  return std::abs(a.b - b.b) < 60 && std::abs(a.g - b.g) < 60 && std::abs(a.r - b.r) < 60;
-}
+bool near(Bgra a, Bgra b) { return std::abs(a.b - b.b) < 60 && std::abs(a.g - b.g) < 60 && std::abs(a.r - b.r) < 60; }
 
 }  // namespace
 
@@ -310,11 +298,8 @@ int frameNumber(const PixelBuffer& turnedFrame, int quarterTurns) {
   for (int bit = 0; bit < 8; ++bit) {
     const Bgra p = pixelAt(frame, (2 * bit + 1) * frame.width() / 16, frame.height() / 2);
     const int level = (p.b + p.g + p.r) / 3;
-    if (level > 160) {
-      number |= 1 << bit;
-    } else if (level > 95) {
-      return -1;  // neither black nor white
-    }
+    if (level > 95 && level <= 160) return -1;  // neither black nor white
+    number |= (level > 160) << bit;
   }
   return number;
 }
@@ -353,11 +338,7 @@ double meanDifference(const PixelBuffer& a, const PixelBuffer& b) {
 }
 
 double meanLevel(const PixelBuffer& frame) {
-  double sum = 0;
-  for (int y = 0; y < frame.height(); ++y)
-    for (int x = 0; x < frame.width() * 4; ++x)
-      if (x % 4 != 3) sum += frame.row(y)[x];
-  return sum / (double(frame.width()) * frame.height() * 3);
+  return meanDifference(frame, PixelBuffer::allocate(frame.width(), frame.height()));  // from black
 }
 
 MovieFacts probeMovie(const std::string& path) {
@@ -369,11 +350,16 @@ MovieFacts probeMovie(const std::string& path) {
     const AVCodecParameters* parameters = stream->codecpar;
     char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
     av_fourcc_make_string(tag, parameters->codec_tag);
-    const StreamFacts stream_facts{avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
-                                   av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr,
-                                   parameters->sample_rate, parameters->ch_layout.nb_channels};
-    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(stream_facts);
-    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(stream_facts);
+    const StreamFacts streamFacts{avcodec_get_name(parameters->codec_id),
+                                  tag,
+                                  parameters->width,
+                                  parameters->height,
+                                  av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr,
+                                  parameters->sample_rate,
+                                  parameters->ch_layout.nb_channels,
+                                  parameters->bit_rate};
+    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(streamFacts);
+    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(streamFacts);
   }
   return facts;
 }
@@ -381,9 +367,9 @@ MovieFacts probeMovie(const std::string& path) {
 int displayQuarterTurns(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_VIDEO);
-  if (index < 0) return 0;
-  const auto* matrix = reinterpret_cast<const int32_t*>(
-      av_stream_get_side_data(input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+  const auto* matrix = index < 0 ? nullptr
+                                 : reinterpret_cast<const int32_t*>(av_stream_get_side_data(
+                                       input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
   if (!matrix) return 0;
   // The angle read here is anticlockwise: ffprobe's -90 is one clockwise quarter turn.
   return int(std::lround(-av_display_rotation_get(matrix) / 90.0) % 4 + 4) % 4;
@@ -395,10 +381,8 @@ std::vector<double> videoFrameTimes(const std::string& path) {
   std::vector<double> times;
   if (index < 0) return times;
   const AVRational base = input.format->streams[index]->time_base;
-  decodeStream(input, index, [&](AVFrame* frame) {
-    times.push_back(double(frame->best_effort_timestamp) * av_q2d(base));
-    return true;
-  });
+  decodeStream(input, index,
+               [&](AVFrame* frame) { return times.push_back(frame->best_effort_timestamp * av_q2d(base)), true; });
   return times;
 }
 
@@ -406,10 +390,9 @@ std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_AUDIO);
   std::vector<std::vector<std::uint8_t>> packets;
-  if (index >= 0) forEachPacket(input, index, [&](const AVPacket* packet) {
-    packets.emplace_back(packet->data, packet->data + packet->size);
-    return true;
-  });
+  if (index >= 0)
+    forEachPacket(input, index,
+                  [&](const AVPacket* p) { return packets.emplace_back(p->data, p->data + p->size), true; });
   return packets;
 }
 
@@ -455,6 +438,43 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   });
   sws_freeContext(sws);
   return frames;
+}
+
+// The reader with one output of `type`, started; null (a failure noted) when it cannot be.
+template <typename Output>
+std::shared_ptr<Output> startReader(const std::string& path, MediaType type, TimeRange range,
+                                    std::shared_ptr<AssetReader>& reader,
+                                    std::function<std::shared_ptr<Output>(AssetReader&, const AssetTrack&)> add) {
+  auto asset = Asset::make(path);
+  auto made = AssetReader::make(asset);
+  EXPECT_TRUE(made.hasValue()) << path;
+  if (!made) return nullptr;
+  reader = *made;
+  auto output = add(*reader, asset->loadNow()->tracksOfType(type).front());
+  reader->setTimeRange(range);
+  EXPECT_TRUE(reader->startReading());
+  return output;
+}
+
+std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range) {
+  std::shared_ptr<AssetReader> reader;
+  auto output = startReader<AssetReaderVideoOutput>(
+      path, MediaType::video, range, reader, [](AssetReader& r, const AssetTrack& t) { return r.addVideoOutput(t); });
+  std::vector<PixelBuffer> frames;
+  while (PixelBuffer frame = output ? output->copyNextPixelBuffer() : PixelBuffer()) frames.push_back(frame);
+  if (reader) EXPECT_EQ(reader->status(), AssetReaderStatus::completed);
+  return frames;
+}
+
+std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode mode, TimeRange range) {
+  std::shared_ptr<AssetReader> reader;
+  auto output = startReader<AssetReaderAudioOutput>(
+      path, MediaType::audio, range, reader,
+      [mode](AssetReader& r, const AssetTrack& t) { return r.addAudioOutput(t, mode); });
+  std::vector<AudioSampleBuffer> buffers;
+  while (auto buffer = output ? output->copyNextSampleBuffer() : std::nullopt) buffers.push_back(std::move(*buffer));
+  if (reader) EXPECT_EQ(reader->status(), AssetReaderStatus::completed);
+  return buffers;
 }
 
 }  // namespace testsupport
