@@ -5,10 +5,7 @@
 // be made again.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "ImageCodecTestSupport.h"
 #include "Platform/Media/Asset.h"
@@ -19,23 +16,6 @@ namespace platform::media {
 namespace {
 
 using test::mediaPath;
-
-std::uint64_t checksum(const std::vector<std::uint8_t>& bytes) {
-  std::uint64_t hash = 14695981039346656037ull;  // FNV-1a
-  for (const std::uint8_t byte : bytes) hash = (hash ^ byte) * 1099511628211ull;
-  return hash;
-}
-
-bool isVideo(const std::filesystem::path& path) {
-  std::string extension = path.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
-  return extension == ".mov" || extension == ".mp4";
-}
-
-bool isSample(const std::filesystem::path& path) {
-  const std::string name = path.filename().string();
-  return !name.starts_with("LICENSE") && path.extension() != ".md" && path.extension() != ".markdown";
-}
 
 struct Variant {
   std::string name;
@@ -70,14 +50,13 @@ void expectDecodedOrRefused(const std::filesystem::path& file, bool asItStands) 
   auto result = decodeImageFile(file);
   if (result) {
     EXPECT_FALSE(result->isEmpty());
-    EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * static_cast<std::size_t>(result->height));
-  } else {
-    EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
-    const auto kind = result.error().kind;
-    if (asItStands) {
-      EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
-    }
+    EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * result->height);
+    return;
   }
+  EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
+  const auto kind = result.error().kind;
+  if (asItStands)
+    EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
 }
 
 // The probe, then up to three frames of the first video track. A reader that stops
@@ -100,25 +79,18 @@ void expectProbedOrRefused(const std::filesystem::path& file) {
   }
   int frames = 0;
   while (frames < 3 && output->copyNextPixelBuffer()) ++frames;
-  if (frames < 3) {
-    EXPECT_NE((*reader)->status(), AssetReaderStatus::reading);
-  }
+  if (frames < 3) EXPECT_NE((*reader)->status(), AssetReaderStatus::reading);
 }
 
-void expectHandled(const std::filesystem::path& file, bool asItStands) {
-  if (isVideo(file)) {
-    expectProbedOrRefused(file);
-  } else {
-    expectDecodedOrRefused(file, asItStands);
-  }
-}
-
+// The samples of a folder, sorted, without their licences and notes.
 std::vector<std::filesystem::path> samplesIn(const std::string& folder) {
   std::vector<std::filesystem::path> samples;
-  const auto path = mediaPath(folder);
-  if (!std::filesystem::is_directory(path)) return samples;
-  for (const auto& entry : std::filesystem::directory_iterator(path)) {
-    if (entry.is_regular_file() && isSample(entry.path())) samples.push_back(entry.path());
+  if (!std::filesystem::is_directory(mediaPath(folder))) return samples;
+  for (const auto& entry : std::filesystem::directory_iterator(mediaPath(folder))) {
+    const auto& path = entry.path();
+    const bool note =
+        path.filename().string().starts_with("LICENSE") || path.extension() == ".md" || path.extension() == ".markdown";
+    if (entry.is_regular_file() && !note) samples.push_back(path);
   }
   std::sort(samples.begin(), samples.end());
   return samples;
@@ -133,7 +105,6 @@ TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
   for (const auto& sample : samples) {
     SCOPED_TRACE(sample.filename().string());
     const auto original = test::readBytes(sample);
-    const auto before = checksum(original);
     test::ScratchFolder folder;
     std::vector<Variant> variants = damaged(original, random);
     // The damaged samples of the broken folder are tried as they are too.
@@ -142,11 +113,16 @@ TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
       SCOPED_TRACE(variant.name);
       const auto file = folder / sample.filename().string();
       test::writeBytes(file, variant.bytes);
-      expectHandled(file, variant.name == "as it is");
+      std::string extension = file.extension().string();
+      std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+      if (extension == ".mov" || extension == ".mp4")
+        expectProbedOrRefused(file);
+      else
+        expectDecodedOrRefused(file, variant.name == "as it is");
       EXPECT_EQ(folder.entries(), std::vector<std::string>{sample.filename().string()}) << "a file was left behind";
       std::filesystem::remove(file);
     }
-    EXPECT_EQ(checksum(test::readBytes(sample)), before) << "the sample changed";
+    EXPECT_TRUE(test::readBytes(sample) == original) << "the sample changed";
   }
 }
 

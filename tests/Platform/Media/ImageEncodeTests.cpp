@@ -4,26 +4,17 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cmath>
 #include <functional>
-#include <string_view>
 
 #include "ImageCodecTestSupport.h"
-#include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageEncoder.h"
 
 namespace platform::media {
 namespace {
 
-using test::mediaPath;
+using namespace test;
 using Kind = ImageError::Kind;
 namespace fs = std::filesystem;
-
-Image decodeBytes(const std::vector<std::uint8_t>& bytes) {
-  auto result = decodeImage(bytes);
-  EXPECT_TRUE(result) << (result ? "" : result.error().message);
-  return result ? std::move(result).value() : Image{};
-}
 
 std::size_t countOccurrences(const std::vector<std::uint8_t>& bytes, std::string_view needle) {
   std::size_t count = 0;
@@ -43,21 +34,15 @@ TEST(JpegQuality, MapsZeroToOneOntoLibjpegScaleWithItsFloor) {
 TEST(JpegWriting, Quality95KeepsOrientationAndReachesForty_dB) {
   const auto path = mediaPath("exif-orientation/Landscape_1.jpg");
   SKIP_IF_MISSING(path);
-  auto source = decodeImageFile(path);
-  ASSERT_TRUE(source);
-  Image image = std::move(source).value();
+  Image image = decodeOrFail(path);
   image.orientation = ImageOrientation::right;
-  test::ScratchFolder folder;
+  ScratchFolder folder;
   auto written = writeJPEG(image, folder / "out.jpg", 0.95);
   ASSERT_TRUE(written) << written.error().message;
-  auto back = decodeImageFile(folder / "out.jpg");
-  ASSERT_TRUE(back) << back.error().message;
-  EXPECT_EQ(back->orientation, ImageOrientation::right);
-  EXPECT_EQ(back->width, image.width);
-  EXPECT_EQ(back->height, image.height);
-  const double quality = test::psnr(*back, image);
-  EXPECT_GE(quality, 40.0);
-  RecordProperty("psnr_dB", std::to_string(quality));
+  const Image back = decodeOrFail(folder / "out.jpg");
+  EXPECT_EQ(back.orientation, ImageOrientation::right);
+  EXPECT_EQ(std::pair(back.width, back.height), std::pair(image.width, image.height));
+  EXPECT_GE(psnr(back, image), 40.0);
 }
 
 TEST(JpegWriting, EveryOrientationRoundTripsAsOneApp1ExifSegment) {
@@ -99,10 +84,10 @@ TEST(JpegWriting, PaddedRowsGiveTheSameFileAsTightRows) {
   const Image image = test::patternImage(33, 17);
   const std::size_t stride = image.bytesPerRow() + 12;
   std::vector<std::uint8_t> padded(stride * image.height, 0xAB);
-  for (int y = 0; y < image.height; ++y) std::copy_n(image.pixel(0, y), image.bytesPerRow(), padded.data() + y * stride);
+  for (int y = 0; y < image.height; ++y)
+    std::copy_n(image.pixel(0, y), image.bytesPerRow(), padded.data() + y * stride);
   BgraView view = image.view();
-  view.pixels = padded.data();
-  view.bytesPerRow = stride;
+  view.pixels = padded.data(), view.bytesPerRow = stride;
   auto fromView = encodeJPEG(view, 0.8);
   auto fromImage = encodeJPEG(image, 0.8);
   ASSERT_TRUE(fromView && fromImage);
@@ -122,12 +107,10 @@ TEST(ImageEncoding, RefusesWhatCannotBeEncoded) {
   BgraView shortRows = image.view();
   shortRows.bytesPerRow = 16;
   for (const BgraView& view : {Image{}.view(), shortRows}) {
-    auto jpeg = encodeJPEG(view, 0.85);
-    auto png = encodePNG(view);
-    ASSERT_FALSE(jpeg);
-    ASSERT_FALSE(png);
-    EXPECT_EQ(jpeg.error().kind, Kind::invalidArgument);
-    EXPECT_EQ(png.error().kind, Kind::invalidArgument);
+    for (auto encoded : {encodeJPEG(view, 0.85), encodePNG(view)}) {
+      ASSERT_FALSE(encoded);
+      EXPECT_EQ(encoded.error().kind, Kind::invalidArgument);
+    }
   }
 }
 
@@ -140,12 +123,10 @@ TEST(PngWriting, RoundTripsExactlyInPremultipliedForm) {
   for (int x = 0; x < 256; ++x) {
     for (int y = 0; y < 3; ++y) {
       std::uint8_t* p = ramp.pixel(x, y);
-      p[0] = static_cast<std::uint8_t>(x * y / 2);  // 0, half, all of alpha
-      p[1] = static_cast<std::uint8_t>(x / 3);
-      p[2] = p[3] = static_cast<std::uint8_t>(x);
+      p[0] = std::uint8_t(x * y / 2), p[1] = std::uint8_t(x / 3), p[2] = p[3] = std::uint8_t(x);  // alpha 0, half, all
     }
   }
-  for (const Image& image : {test::patternImage(97, 41), ramp}) {
+  for (const Image& image : {patternImage(97, 41), ramp}) {
     auto encoded = encodePNG(image);
     ASSERT_TRUE(encoded);
     const Image back = decodeBytes(*encoded);
@@ -157,9 +138,7 @@ TEST(PngWriting, RoundTripsExactlyInPremultipliedForm) {
 TEST(PngWriting, ProfileAndOrientationRoundTrip) {
   const auto path = mediaPath("livephoto/IMG_7943.HEIC");
   SKIP_IF_MISSING(path);
-  auto source = decodeImageFile(path);
-  ASSERT_TRUE(source);
-  Image image = std::move(source).value();
+  Image image = decodeOrFail(path);
   ASSERT_FALSE(image.iccProfile.empty());
   image.orientation = ImageOrientation::leftMirrored;
   auto encoded = encodePNG(image);
@@ -251,7 +230,8 @@ TEST(ImageWriting, FullDiskFailsAndLeavesNothing) {
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
     auto png = writePNG(image, folder / "sheet.png");
     auto jpeg = writeJPEG(image, folder / "photo.jpg", 1.0);
-    const bool failed = !png && png.error().kind == Kind::writeFailed && !jpeg && jpeg.error().kind == Kind::writeFailed;
+    const bool failed =
+        !png && png.error().kind == Kind::writeFailed && !jpeg && jpeg.error().kind == Kind::writeFailed;
     _exit(failed ? 0 : 1);
   }
   int status = 0;

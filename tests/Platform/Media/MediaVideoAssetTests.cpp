@@ -270,8 +270,8 @@ TEST_F(MediaVideoAsset, RealClipsOpenWithTheirTransformAndReadFramesAndSound) {
     auto audio = tracks(asset, MediaType::audio);
     ASSERT_EQ(audio.size(), 1u);
     EXPECT_EQ(audio[0].audioFormat->codec, clip.audioCodec);
-    EXPECT_EQ(std::pair(audio[0].audioFormat->sampleRate, audio[0].audioFormat->channels),
-              std::pair(clip.sampleRate, clip.channels));
+    EXPECT_EQ(audio[0].audioFormat->sampleRate, clip.sampleRate);
+    EXPECT_EQ(audio[0].audioFormat->channels, clip.channels);
     auto frames = readFrames(path);
     EXPECT_EQ(int(frames.size()), clip.frames);
     for (std::size_t i = 1; i < frames.size(); ++i)
