@@ -57,9 +57,10 @@ bool finish(AssetWriter& writer) {
   return done.wait_for(lock, std::chrono::seconds(60), [&] { return finished; });
 }
 
-// The engine's export loop in small: a reader over a range, a pump per input on its own
-// serial queue driven by requestMediaDataWhenReady, the writer's session at the start.
-// The writer's status, with its error.
+// A reader over a range copied into a writer whose session starts there, in the test's
+// thread: each sample goes to whichever input is ready (the pumps on serial queues are
+// the engine's, tested through it in the video export tests). The writer's status,
+// with its error.
 std::pair<AssetWriterStatus, std::string> exportRange(const std::string& source, const std::string& destination,
                                                       TimeRange range, std::optional<AudioReadMode> audioMode,
                                                       std::int64_t audioBitRate = 128000) {
@@ -72,7 +73,6 @@ std::pair<AssetWriterStatus, std::string> exportRange(const std::string& source,
   std::shared_ptr<AssetReaderAudioOutput> audioOutput;
   const auto audioTracks = info.tracksOfType(MediaType::audio);
   if (audioMode && !audioTracks.empty()) audioOutput = reader->addAudioOutput(audioTracks.front(), *audioMode);
-
   auto writer = AssetWriter::make(destination).value();
   auto videoInput = writer
                         ->addVideoInput({int(videoTrack.naturalSize.width), int(videoTrack.naturalSize.height), 400000,
@@ -88,51 +88,30 @@ std::pair<AssetWriterStatus, std::string> exportRange(const std::string& source,
   EXPECT_TRUE(reader->startReading());
   EXPECT_TRUE(writer->startWriting());
   writer->startSession(range.start);
-
-  std::mutex mutex;
-  std::condition_variable done;
-  int pumpsLeft = audioInput ? 2 : 1;
-  // Appends while the input is ready; at the end of its samples, or when an append
-  // fails, marks the input finished and leaves.
-  const auto pump = [&](const std::shared_ptr<AssetWriterInput>& input, const std::shared_ptr<SerialQueue>& queue,
-                        std::function<bool()> appendNext) {
-    auto finished = std::make_shared<bool>(false);
-    // The input keeps its block: a plain pointer back to it (the test holds the input
-    // until the end) keeps the two from holding each other.
-    AssetWriterInput* target = input.get();
-    input->requestMediaDataWhenReady(queue, [&, target, finished, appendNext] {
-      while (target->isReadyForMoreMediaData() && !*finished) {
-        if (appendNext()) continue;
-        target->markAsFinished();
-        *finished = true;
-        std::lock_guard lock(mutex);
-        --pumpsLeft;
-        done.notify_all();
-      }
-    });
-  };
-  auto videoQueue = std::make_shared<SerialQueue>("video.export.video");
-  auto audioQueue = std::make_shared<SerialQueue>("video.export.audio");
-  pump(videoInput, videoQueue, [&] {
+  const auto appendVideo = [&] {
     PixelBuffer frame = videoOutput->copyNextPixelBuffer();
     if (!frame) return false;
     PixelBuffer target = blank(*videoInput);
     for (int y = 0; y < frame.height(); ++y) std::memcpy(target.row(y), frame.row(y), std::size_t(frame.width()) * 4);
     return videoInput->append(target, frame.presentationTime());
-  });
-  if (audioInput) {
-    pump(audioInput, audioQueue, [&] {
-      auto buffer = audioOutput->copyNextSampleBuffer();
-      return buffer && audioInput->append(*buffer);
-    });
-  }
-  {
-    std::unique_lock lock(mutex);
-    EXPECT_TRUE(done.wait_for(lock, std::chrono::seconds(60), [&] { return pumpsLeft == 0; }));
+  };
+  const auto appendAudio = [&] {
+    auto buffer = audioOutput->copyNextSampleBuffer();
+    return buffer && audioInput->append(*buffer);
+  };
+  // At the end of its samples, or when an append fails, an input is marked finished.
+  bool videoLeft = true, audioLeft = bool(audioInput);
+  while (videoLeft || audioLeft) {
+    if (videoLeft && videoInput->isReadyForMoreMediaData()) {
+      if (!(videoLeft = appendVideo())) videoInput->markAsFinished();
+    } else if (audioLeft && audioInput->isReadyForMoreMediaData()) {
+      if (!(audioLeft = appendAudio())) audioInput->markAsFinished();
+    } else {
+      ADD_FAILURE() << "no input is ready";
+      break;
+    }
   }
   EXPECT_TRUE(finish(*writer));
-  videoQueue.reset();  // drains and joins before the pumps' state goes
-  audioQueue.reset();
   return {writer->status(), writerError(*writer)};
 }
 
