@@ -375,17 +375,6 @@ int displayQuarterTurns(const std::string& path) {
   return int(std::lround(-av_display_rotation_get(matrix) / 90.0) % 4 + 4) % 4;
 }
 
-std::vector<double> videoFrameTimes(const std::string& path) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_VIDEO);
-  std::vector<double> times;
-  if (index < 0) return times;
-  const AVRational base = input.format->streams[index]->time_base;
-  decodeStream(input, index,
-               [&](AVFrame* frame) { return times.push_back(frame->best_effort_timestamp * av_q2d(base)), true; });
-  return times;
-}
-
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_AUDIO);
@@ -425,11 +414,13 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   const int index = input.best(AVMEDIA_TYPE_VIDEO);
   std::vector<PixelBuffer> frames;
   if (index < 0 || limit <= 0) return frames;
+  const AVRational base = input.format->streams[index]->time_base;
   SwsContext* sws = nullptr;
   decodeStream(input, index, [&](AVFrame* frame) {
     sws = sws_getCachedContext(sws, frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
                                frame->height, AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr);
     PixelBuffer out = paddedBuffer(frame->width, frame->height);
+    out.setPresentationTime({frame->best_effort_timestamp * base.num, base.den});
     std::uint8_t* planes[4] = {out.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(out.bytesPerRow()), 0, 0, 0};
     sws_scale(sws, frame->data, frame->linesize, 0, frame->height, planes, strides);

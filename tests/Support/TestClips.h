@@ -73,14 +73,12 @@ struct MovieFacts {
 MovieFacts probeMovie(const std::string& path);
 // The clockwise quarter turns its display matrix asks for (0 without one).
 int displayQuarterTurns(const std::string& path);
-// Presentation times of the video frames in display order, in seconds.
-std::vector<double> videoFrameTimes(const std::string& path);
 // The payload of every packet of the first audio stream, in file order.
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path);
 // The first audio stream decoded to float samples (all channels, interleaved).
 std::vector<float> decodedAudio(const std::string& path);
-// The video frames as stored (no transform applied), BGRA, in display order, at most
-// `limit` of them.
+// The video frames as stored (no transform applied), BGRA, with their times, in display
+// order, at most `limit` of them.
 std::vector<platform::media::PixelBuffer> decodedFrames(const std::string& path, int limit = 1 << 30);
 
 // Every frame or sound buffer of the first video or audio track in `range`, through the

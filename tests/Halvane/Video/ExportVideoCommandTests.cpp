@@ -40,12 +40,10 @@ class ToolProcess {
       for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
       argv.push_back(nullptr);
       for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) ::signal(number, SIG_DFL);
-      ::alarm(120);  // a tool that hangs is stopped after two minutes: an alarm survives exec
-      if (fileSizeLimit != RLIM_INFINITY) {
-        ::signal(SIGXFSZ, SIG_IGN);  // the write fails instead of the process dying
-        const rlimit limit{fileSizeLimit, fileSizeLimit};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-      }
+      ::alarm(120);                // a tool that hangs is stopped after two minutes: an alarm survives exec
+      ::signal(SIGXFSZ, SIG_IGN);  // a write over the limit fails instead of the process dying
+      const rlimit limit{fileSizeLimit, fileSizeLimit};
+      if (fileSizeLimit != RLIM_INFINITY) ::setrlimit(RLIMIT_FSIZE, &limit);
       ::execv(HALVANE_TOOL_PATH, argv.data());
       ::_exit(127);
     }
@@ -56,12 +54,7 @@ class ToolProcess {
   // Reads standard output up to and including the next line.
   std::string readLine() {
     std::string line;
-    char c;
-    while (::read(out_, &c, 1) == 1) {
-      output_ += c;
-      if (c == '\n') break;
-      line += c;
-    }
+    for (char c; ::read(out_, &c, 1) == 1 && (output_ += c, c != '\n');) line += c;
     return line;
   }
 
@@ -80,8 +73,7 @@ class ToolProcess {
   static std::string drain(int fd) {
     std::string text;
     char buffer[4096];
-    ssize_t count;
-    while ((count = ::read(fd, buffer, sizeof buffer)) > 0) text.append(buffer, size_t(count));
+    for (ssize_t count; (count = ::read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, size_t(count));
     ::close(fd);
     return text;
   }

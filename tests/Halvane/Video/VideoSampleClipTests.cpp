@@ -71,9 +71,7 @@ TEST_P(SampleClipTest, PlaysWithAnUprightFirstFrameAndExportsUprightWithItsSound
   const auto written = decodedFrames(output, 1);
   ASSERT_EQ(written.size(), 1u);
   expectUpright(written[0], path);
-  const auto times = videoFrameTimes(output);
-  ASSERT_FALSE(times.empty());
-  EXPECT_NEAR(times.front(), 0.0, 1e-3);
+  EXPECT_NEAR(written[0].presentationTime().seconds(), 0.0, 1e-3);
 }
 
 INSTANTIATE_TEST_SUITE_P(
