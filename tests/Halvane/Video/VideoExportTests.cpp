@@ -49,29 +49,36 @@ class VideoExportTest : public testing::VideoRendererTest {
   }
 };
 
-class RotatedExportTest : public VideoExportTest, public ::testing::WithParamInterface<int> {};
+// A turned clip is written upright without rotation metadata; a trimmed one (a second
+// from 0.5 of a silent clip) holds its range from 0. Every frame is there with its time,
+// one progress call a frame, rising, reaching 1 with the last, and one background task.
+class WrittenExportTest : public VideoExportTest, public ::testing::WithParamInterface<int> {};
 
-TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
+TEST_P(WrittenExportTest, WritesUprightHevcFramesFromZeroWithoutRotationMetadata) {
+  const int turns = GetParam(), trimmed = turns == 0;
   const auto source =
-      makeClip("export-turned-" + std::to_string(GetParam()), {.width = 64, .height = 96, .quarterTurns = GetParam()});
-  const auto output = freshPath("turned-" + std::to_string(GetParam()) + ".mov");
-  const auto result = runExport(source, output);
+      trimmed ? makeClip("silent-2s", {.frames = 60, .audio = ClipAudio::none})
+              : makeClip("export-turned-" + std::to_string(turns), {.width = 64, .height = 96, .quarterTurns = turns});
+  EditState trim;
+  if (trimmed) trim.trimStart = 0.5, trim.trimEnd = 1.5;
+  const auto output = freshPath("written-" + std::to_string(turns) + ".mov");
+  const auto result = runExport(source, output, trim);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
   EXPECT_EQ(**result, output);
   const auto facts = probeMovie(output);
   EXPECT_NE(facts.formatName.find("mov"), std::string::npos);
   ASSERT_EQ(facts.video.size(), 1u);
   EXPECT_EQ(facts.video[0].codec + " " + facts.video[0].codecTag, "hevc hvc1");
-  EXPECT_EQ(std::pair(facts.video[0].width, facts.video[0].height), std::pair(64, 96));
+  EXPECT_EQ(std::pair(facts.video[0].width, facts.video[0].height), trimmed ? std::pair(64, 48) : std::pair(64, 96));
   EXPECT_FALSE(facts.video[0].hasDisplayMatrix);
-  EXPECT_EQ(facts.audio.size(), 1u);
+  EXPECT_EQ(facts.audio.size(), trimmed ? 0u : 1u);
   const auto frames = decodedFrames(output);
   ASSERT_EQ(frames.size(), 30u);
   for (size_t i = 0; i < frames.size(); ++i) {
     EXPECT_TRUE(showsUprightQuadrants(frames[i])) << "frame " << i;
-    EXPECT_EQ(frameNumber(frames[i]), int(i));
+    EXPECT_EQ(frameNumber(frames[i]), int(i) + (trimmed ? 15 : 0));
+    EXPECT_NEAR(frames[i].presentationTime().seconds(), double(i) / 30, 1e-3) << "frame " << i;
   }
-  // One progress call a frame, rising, and 1 reached with the last.
   ASSERT_EQ(progress.size(), 30u);
   EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
   EXPECT_FLOAT_EQ(progress.back(), 1.0f);
@@ -79,21 +86,7 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(QuarterTurns, RotatedExportTest, ::testing::Values(1, 2, 3));
-
-TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
-  EditState trim;
-  trim.trimStart = 0.5, trim.trimEnd = 1.5;
-  const auto output = exported("trimmed.mov", trim, makeClip("silent-2s", {.frames = 60, .audio = ClipAudio::none}));
-  EXPECT_TRUE(probeMovie(output).audio.empty());
-  const auto frames = decodedFrames(output);
-  ASSERT_EQ(frames.size(), 30u);
-  for (size_t i = 0; i < 30; ++i) {
-    EXPECT_NEAR(frames[i].presentationTime().seconds(), double(i) / 30, 1e-3) << "frame " << i;
-    EXPECT_EQ(frameNumber(frames[i]), int(i) + 15);
-  }
-  EXPECT_EQ(progress.size(), 30u);
-}
+INSTANTIATE_TEST_SUITE_P(QuarterTurnsOrTrimmed, WrittenExportTest, ::testing::Values(1, 2, 3, 0));
 
 // Odd sides are evened by the scaler (the sizes of the presets are in the decision
 // tests, the scaler's pixels against a reference in its own); a one-pixel crop writes

@@ -130,18 +130,9 @@ TEST(ImageFormatSniffing, NamesEachFormatByItsBytes) {
       {std::string("\xFF\xD8\xFF\xE0", 4), ImageFormat::jpeg},
       {std::string("\x89PNG\r\n\x1a\n", 8), ImageFormat::png},
       {std::string("RIFF\0\0\0\0WEBPVP8 ", 16), ImageFormat::webp},
-      {std::string("\0\0\0\x18"
-                   "ftypheic\0\0\0\0mif1heic",
-                   24),
-       ImageFormat::heif},
-      {std::string("\0\0\0\x18"
-                   "ftypmif1\0\0\0\0mif1heic",
-                   24),
-       ImageFormat::heif},
-      {std::string("\0\0\0\x18"
-                   "ftypisom\0\0\0\0isomiso2",
-                   24),
-       ImageFormat::unknown},
+      {std::string("\0\0\0\030ftypheic\0\0\0\0mif1heic", 24), ImageFormat::heif},
+      {std::string("\0\0\0\030ftypmif1\0\0\0\0mif1heic", 24), ImageFormat::heif},
+      {std::string("\0\0\0\030ftypisom\0\0\0\0isomiso2", 24), ImageFormat::unknown},
       {"GIF89a", ImageFormat::unknown},
       {"", ImageFormat::unknown},
       {std::string("\xFF\xD8", 2), ImageFormat::unknown},
