@@ -172,34 +172,24 @@ TEST(ImageWriting, WritesCompleteFilesAndLeavesNoTemporaries) {
 // A missing or read-only folder, or a folder at the target: a writeFailed error that
 // names the reason, and the folder as it was.
 TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
-  struct Case {
-    const char* name;
-    std::function<fs::path(const test::ScratchFolder&, const char* file)> target;
+  const struct {
+    std::string name;
+    const char* subfolder;  // "": the target is in the scratch folder
     const char* inMessage;
-  };
-  const Case cases[] = {
-      {"missing folder", [](const auto& folder, const char* file) { return folder / "no-such-folder" / file; },
-       "does not exist"},
-      {"folder at the target",
-       [](const auto& folder, const char* file) {
-         fs::create_directory(folder / file);
-         return folder / file;
-       },
-       ""},
-      {"read-only folder",
-       [](const auto& folder, const char* file) {
-         fs::create_directory(folder / "locked");
-         fs::permissions(folder / "locked", fs::perms::owner_read | fs::perms::owner_exec);
-         return folder / "locked" / file;
-       },
-       ""},
-  };
+  } cases[] = {{"missing folder", "no-such-folder", "does not exist"},
+               {"folder at the target", "", ""},
+               {"read-only folder", "locked", ""}};
   for (const auto& [file, write] : kWriters) {
     for (const auto& c : cases) {
-      SCOPED_TRACE(std::string(c.name) + ", " + file);
-      if (std::string_view(c.name) == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
+      SCOPED_TRACE(c.name + ", " + file);
+      if (c.name == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
       test::ScratchFolder folder;
-      const fs::path target = c.target(folder, file);
+      const fs::path target = folder / c.subfolder / file;
+      if (c.name == "folder at the target") fs::create_directory(target);
+      if (c.name == "read-only folder") {
+        fs::create_directory(target.parent_path());
+        fs::permissions(target.parent_path(), fs::perms::owner_read | fs::perms::owner_exec);
+      }
       const auto before = folder.entries();
       auto result = write(test::patternImage(16, 16), target);
       std::error_code ignored;  // the locked folder is opened again for the clean-up
@@ -209,10 +199,8 @@ TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
       EXPECT_NE(result.error().message.find(c.inMessage), std::string::npos) << result.error().message;
       EXPECT_NE(result.error().message.find(target.parent_path().filename().string()), std::string::npos);
       EXPECT_EQ(folder.entries(), before);
-      EXPECT_EQ(fs::is_directory(target), std::string_view(c.name) == "folder at the target");
-      if (target.parent_path() != folder.path() && fs::exists(target.parent_path())) {
-        EXPECT_TRUE(fs::is_empty(target.parent_path()));
-      }
+      EXPECT_EQ(fs::is_directory(target), c.name == "folder at the target");
+      if (*c.subfolder && fs::exists(target.parent_path())) EXPECT_TRUE(fs::is_empty(target.parent_path()));
     }
   }
 }
