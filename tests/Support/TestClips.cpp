@@ -5,6 +5,7 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/display.h>
+#include <libavutil/error.h>
 #include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
@@ -19,13 +20,20 @@ extern "C" {
 #include <mutex>
 
 #include "Platform/Media/Asset.h"
-#include "Support/AvCheck.h"
 
 namespace testsupport {
 
 using namespace platform::media;
 
 namespace {
+
+// The clip makers and readers stop at the first FFmpeg failure with its text.
+void avCheck(int status, const char* what) {
+  if (status >= 0) return;
+  char text[AV_ERROR_MAX_STRING_SIZE] = {};
+  av_strerror(status, text, sizeof text);
+  throw std::runtime_error(std::string(what) + ": " + text);
+}
 
 struct Bgra {
   std::uint8_t b, g, r;
@@ -453,7 +461,7 @@ std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range) {
       path, MediaType::video, range, reader, [](AssetReader& r, const AssetTrack& t) { return r.addVideoOutput(t); });
   std::vector<PixelBuffer> frames;
   while (PixelBuffer frame = output ? output->copyNextPixelBuffer() : PixelBuffer()) frames.push_back(frame);
-  if (reader) EXPECT_EQ(reader->status(), AssetReaderStatus::completed);
+  if (reader) { EXPECT_EQ(reader->status(), AssetReaderStatus::completed); }
   return frames;
 }
 
@@ -464,7 +472,7 @@ std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode 
       [mode](AssetReader& r, const AssetTrack& t) { return r.addAudioOutput(t, mode); });
   std::vector<AudioSampleBuffer> buffers;
   while (auto buffer = output ? output->copyNextSampleBuffer() : std::nullopt) buffers.push_back(std::move(*buffer));
-  if (reader) EXPECT_EQ(reader->status(), AssetReaderStatus::completed);
+  if (reader) { EXPECT_EQ(reader->status(), AssetReaderStatus::completed); }
   return buffers;
 }
 

@@ -127,7 +127,7 @@ TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndCausesAndLeavesNoFile
     EXPECT_EQ(result.exitStatus, c.status) << c.arguments[0];
     for (const auto& text : c.says)
       EXPECT_NE(result.standardError.find(text), std::string::npos) << result.standardError;
-    if (c.status == 1) EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError;
+    if (c.status == 1) { EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError; }
     EXPECT_FALSE(std::filesystem::exists(c.arguments[1]));
   }
 

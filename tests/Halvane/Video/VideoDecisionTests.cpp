@@ -168,9 +168,9 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
     const auto plan = planAudio(state, c.preset, c.hasAudio, c.format);
     EXPECT_EQ(plan.route, c.route);
     EXPECT_EQ(plan.appliesGain, c.gain);
-    if (c.bitRate) EXPECT_EQ(plan.encoder.bitRate, c.bitRate);
-    if (c.channels) EXPECT_EQ(plan.encoder.channels, c.channels);
-    if (c.sampleRate) EXPECT_EQ(plan.encoder.sampleRate, c.sampleRate);
+    if (c.bitRate) { EXPECT_EQ(plan.encoder.bitRate, c.bitRate); }
+    if (c.channels) { EXPECT_EQ(plan.encoder.channels, c.channels); }
+    if (c.sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, c.sampleRate); }
   }
 }
 

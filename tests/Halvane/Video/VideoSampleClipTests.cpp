@@ -38,9 +38,7 @@ class SampleClipTest : public testing::VideoRendererTest, public ::testing::With
     const int turns = displayQuarterTurns(path);
     const double difference = meanDifference(frame, turned(stored[0], turns));
     EXPECT_LT(difference, 12);
-    if (turns % 2 == 1) {
-      EXPECT_GT(meanDifference(frame, turned(stored[0], turns + 2)), difference * 2);
-    }
+    if (turns % 2 == 1) { EXPECT_GT(meanDifference(frame, turned(stored[0], turns + 2)), difference * 2); }
   }
 };
 

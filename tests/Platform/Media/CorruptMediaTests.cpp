@@ -55,8 +55,9 @@ void expectDecodedOrRefused(const std::filesystem::path& file, bool asItStands) 
   }
   EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
   const auto kind = result.error().kind;
-  if (asItStands)
+  if (asItStands) {
     EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
+  }
 }
 
 // The probe, then up to three frames of the first video track. A reader that stops
@@ -79,7 +80,7 @@ void expectProbedOrRefused(const std::filesystem::path& file) {
   }
   int frames = 0;
   while (frames < 3 && output->copyNextPixelBuffer()) ++frames;
-  if (frames < 3) EXPECT_NE((*reader)->status(), AssetReaderStatus::reading);
+  if (frames < 3) { EXPECT_NE((*reader)->status(), AssetReaderStatus::reading); }
 }
 
 // The samples of a folder, sorted, without their licences and notes.

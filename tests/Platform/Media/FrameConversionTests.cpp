@@ -18,7 +18,7 @@ av::FramePtr flatFrame(int width, int height, uint8_t y, uint8_t cb, uint8_t cr,
   frame->format = AV_PIX_FMT_YUV420P, frame->width = width, frame->height = height;
   frame->color_range = range, frame->colorspace = AVCOL_SPC_BT709;
   EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
-  for (const auto [plane, value] : {std::pair{0, y}, {1, cb}, {2, cr}})
+  for (const auto& [plane, value] : {std::pair{0, y}, {1, cb}, {2, cr}})
     std::memset(frame->data[plane], value, size_t(frame->linesize[plane]) * (plane ? (height + 1) / 2 : height));
   return frame;
 }

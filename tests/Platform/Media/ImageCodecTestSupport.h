@@ -75,7 +75,8 @@ inline Image decodeBytes(const Bytes& bytes) { return decoded(decodeImage(bytes)
 
 // width x height, every pixel (b, g, r, a).
 inline Image solidImage(int width, int height, std::uint8_t b, std::uint8_t g, std::uint8_t r, std::uint8_t a = 255) {
-  Image image{.width = width, .height = height};
+  Image image;
+  image.width = width, image.height = height;
   for (int i = 0; i < width * height; ++i) image.pixels.insert(image.pixels.end(), {b, g, r, a});
   return image;
 }

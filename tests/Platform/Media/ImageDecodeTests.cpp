@@ -94,9 +94,9 @@ TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
     SCOPED_TRACE(photo.file);
     if (!std::filesystem::exists(path)) continue;
     const Image image = decodeOrFail(path);
-    if (photo.width) EXPECT_EQ(std::pair(image.width, image.height), std::pair(photo.width, photo.height));
+    if (photo.width) { EXPECT_EQ(std::pair(image.width, image.height), std::pair(photo.width, photo.height)); }
     EXPECT_EQ(image.orientation, photo.orientation);
-    if (photo.hasProfile >= 0) EXPECT_EQ(!image.iccProfile.empty(), photo.hasProfile == 1);
+    if (photo.hasProfile >= 0) { EXPECT_EQ(!image.iccProfile.empty(), photo.hasProfile == 1); }
     ASSERT_EQ(image.pixels.size(), image.bytesPerRow() * image.height);
     if (photo.opaque) expectOpaqueAndSized(image);
   }

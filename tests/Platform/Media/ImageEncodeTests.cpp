@@ -200,7 +200,7 @@ TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
       EXPECT_NE(result.error().message.find(target.parent_path().filename().string()), std::string::npos);
       EXPECT_EQ(folder.entries(), before);
       EXPECT_EQ(fs::is_directory(target), c.name == "folder at the target");
-      if (*c.subfolder && fs::exists(target.parent_path())) EXPECT_TRUE(fs::is_empty(target.parent_path()));
+      if (*c.subfolder && fs::exists(target.parent_path())) { EXPECT_TRUE(fs::is_empty(target.parent_path())); }
     }
   }
 }

@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-VideoEncoderSettings smallVideo(int width = 64, int height = 48) { return {width, height, 200000}; }
+VideoEncoderSettings smallVideo(int width = 64, int height = 48) { return {width, height, 200000, std::nullopt, 30}; }
 std::string outputPath(const std::string& name) { return freshPath(name + ".mov"); }
 std::string writerError(AssetWriter& writer) { return writer.error() ? writer.error()->message : ""; }
 PixelBuffer blank(AssetWriterInput& input) { return input.pixelBufferPool()->makePixelBuffer(); }
@@ -175,7 +175,7 @@ TEST(MediaVideoWriter, PassthroughPacketsAreTheSourcesOwn) {
     for (const auto& buffer : readAudio(c.source, AudioReadMode::passthrough, c.range)) expected.push_back(buffer.data);
     ASSERT_FALSE(expected.empty());
     EXPECT_TRUE(audioPackets(path) == expected);
-    if (!c.range.duration.isValid()) EXPECT_TRUE(audioPackets(path) == audioPackets(c.source));
+    if (!c.range.duration.isValid()) { EXPECT_TRUE(audioPackets(path) == audioPackets(c.source)); }
     auto frames = readFrames(path);
     EXPECT_NEAR(double(frames.size()), c.frames, 1.5);  // half a second at 29.97 for the phone's
     ASSERT_FALSE(frames.empty());
@@ -212,7 +212,7 @@ TEST(MediaVideoWriter, ConstantQualityAndPicturesSmallerThanTheEncoderTakesKeepT
     ASSERT_EQ(writer->status(), AssetWriterStatus::completed) << writerError(*writer);
     auto frames = readFrames(path);
     ASSERT_EQ(int(frames.size()), frameCount);
-    if (quality) EXPECT_EQ(frameNumber(frames[9]), 9);
+    if (quality) { EXPECT_EQ(frameNumber(frames[9]), 9); }
     for (int n = 0; n < frameCount && !quality; ++n) {
       ASSERT_EQ(frames[n].width(), width);
       ASSERT_EQ(frames[n].height(), height);
@@ -232,8 +232,13 @@ TEST(MediaVideoWriter, AnInputAheadOfTheOtherWaits) {
   ASSERT_TRUE(video->append(blank(*video), MediaTime::zero()));
   EXPECT_FALSE(video->isReadyForMoreMediaData());  // the sound has not begun
   EXPECT_TRUE(audio->isReadyForMoreMediaData());
-  AudioSampleBuffer sound{MediaTime::zero(), MediaTime::invalid(), 44100, 1, 44100};
-  sound.data.resize(44100 * sizeof(float));
+  const AudioSampleBuffer sound{MediaTime::zero(),
+                                MediaTime::invalid(),
+                                44100,
+                                1,
+                                44100,
+                                false,
+                                std::vector<std::uint8_t>(44100 * sizeof(float))};
   ASSERT_TRUE(audio->append(sound));
   EXPECT_TRUE(video->isReadyForMoreMediaData());
   audio->markAsFinished();
@@ -264,10 +269,8 @@ TEST(MediaVideoWriter, AFailureWakesTheInputThatWaits) {
   ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [&] { return videoCalls.size() == 1; }));
   lock.unlock();
   EXPECT_FALSE(video->isReadyForMoreMediaData());
-  AudioSampleBuffer packet{MediaTime::zero()};  // a packet where the AAC input takes PCM: the writer fails
-  packet.isPacket = true;
-  packet.data = {1, 2, 3};
-  EXPECT_FALSE(audio->append(packet));
+  // A packet where the AAC input takes PCM: the writer fails.
+  EXPECT_FALSE(audio->append({MediaTime::zero(), MediaTime::invalid(), 0, 0, 0, true, {1, 2, 3}}));
   lock.lock();
   ASSERT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [&] { return videoCalls.size() == 2; }));
   EXPECT_EQ(videoCalls[1], AssetWriterStatus::failed);

@@ -1,8 +1,8 @@
 // The player's time arithmetic on a clock the test sets: where the time stands, when it
 // holds, and what playback passes.
-#include "Platform/Media/PlaybackTimeline.h"
-
 #include <gtest/gtest.h>
+
+#include "Platform/Media/PlaybackTimeline.h"
 
 namespace platform::media {
 namespace {
