@@ -439,40 +439,35 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   return frames;
 }
 
-// The reader with one output of `type`, started; null (a failure noted) when it cannot be.
-template <typename Output>
-std::shared_ptr<Output> startReader(const std::string& path, MediaType type, TimeRange range,
-                                    std::shared_ptr<AssetReader>& reader,
-                                    std::function<std::shared_ptr<Output>(AssetReader&, const AssetTrack&)> add) {
+// Reads the first track of `type` in `range` through the engine's reader: `read` adds
+// its output, starts the reader and takes every sample; the reader must have completed.
+void readTrack(const std::string& path, MediaType type, TimeRange range,
+               const std::function<void(AssetReader&, const AssetTrack&)>& read) {
   auto asset = Asset::make(path);
-  auto made = AssetReader::make(asset);
-  EXPECT_TRUE(made.hasValue()) << path;
-  if (!made) return nullptr;
-  reader = *made;
-  auto output = add(*reader, asset->loadNow()->tracksOfType(type).front());
-  reader->setTimeRange(range);
-  EXPECT_TRUE(reader->startReading());
-  return output;
+  auto reader = AssetReader::make(asset);
+  ASSERT_TRUE(reader.hasValue()) << path;
+  (*reader)->setTimeRange(range);
+  read(**reader, asset->loadNow()->tracksOfType(type).front());
+  EXPECT_EQ((*reader)->status(), AssetReaderStatus::completed) << path;
 }
 
 std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range) {
-  std::shared_ptr<AssetReader> reader;
-  auto output = startReader<AssetReaderVideoOutput>(
-      path, MediaType::video, range, reader, [](AssetReader& r, const AssetTrack& t) { return r.addVideoOutput(t); });
   std::vector<PixelBuffer> frames;
-  while (PixelBuffer frame = output ? output->copyNextPixelBuffer() : PixelBuffer()) frames.push_back(frame);
-  if (reader) { EXPECT_EQ(reader->status(), AssetReaderStatus::completed); }
+  readTrack(path, MediaType::video, range, [&](AssetReader& reader, const AssetTrack& track) {
+    auto output = reader.addVideoOutput(track);
+    EXPECT_TRUE(reader.startReading());
+    while (PixelBuffer frame = output->copyNextPixelBuffer()) frames.push_back(frame);
+  });
   return frames;
 }
 
 std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode mode, TimeRange range) {
-  std::shared_ptr<AssetReader> reader;
-  auto output = startReader<AssetReaderAudioOutput>(
-      path, MediaType::audio, range, reader,
-      [mode](AssetReader& r, const AssetTrack& t) { return r.addAudioOutput(t, mode); });
   std::vector<AudioSampleBuffer> buffers;
-  while (auto buffer = output ? output->copyNextSampleBuffer() : std::nullopt) buffers.push_back(std::move(*buffer));
-  if (reader) { EXPECT_EQ(reader->status(), AssetReaderStatus::completed); }
+  readTrack(path, MediaType::audio, range, [&](AssetReader& reader, const AssetTrack& track) {
+    auto output = reader.addAudioOutput(track, mode);
+    EXPECT_TRUE(reader.startReading());
+    while (auto buffer = output->copyNextSampleBuffer()) buffers.push_back(std::move(*buffer));
+  });
   return buffers;
 }
 
