@@ -74,10 +74,9 @@ std::pair<AssetWriterStatus, std::string> exportRange(const std::string& source,
   const auto audioTracks = info.tracksOfType(MediaType::audio);
   if (audioMode && !audioTracks.empty()) audioOutput = reader->addAudioOutput(audioTracks.front(), *audioMode);
   auto writer = AssetWriter::make(destination).value();
-  auto videoInput = writer
-                        ->addVideoInput({int(videoTrack.naturalSize.width), int(videoTrack.naturalSize.height), 400000,
-                                         std::nullopt, videoTrack.nominalFrameRate})
-                        .value();
+  const MediaSize size = videoTrack.naturalSize;
+  const double fps = videoTrack.nominalFrameRate;
+  auto videoInput = writer->addVideoInput({int(size.width), int(size.height), 400000, std::nullopt, fps}).value();
   std::shared_ptr<AssetWriterInput> audioInput;
   if (audioOutput) {
     const AudioFormatDescription& format = *audioTracks.front().audioFormat;
@@ -232,13 +231,8 @@ TEST(MediaVideoWriter, AnInputAheadOfTheOtherWaits) {
   ASSERT_TRUE(video->append(blank(*video), MediaTime::zero()));
   EXPECT_FALSE(video->isReadyForMoreMediaData());  // the sound has not begun
   EXPECT_TRUE(audio->isReadyForMoreMediaData());
-  const AudioSampleBuffer sound{MediaTime::zero(),
-                                MediaTime::invalid(),
-                                44100,
-                                1,
-                                44100,
-                                false,
-                                std::vector<std::uint8_t>(44100 * sizeof(float))};
+  AudioSampleBuffer sound{MediaTime::zero(), MediaTime::invalid(), 44100, 1, 44100, false, {}};
+  sound.data.resize(44100 * sizeof(float));
   ASSERT_TRUE(audio->append(sound));
   EXPECT_TRUE(video->isReadyForMoreMediaData());
   audio->markAsFinished();
