@@ -106,29 +106,24 @@ TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndCausesAndLeavesNoFile
   const std::string folder = temporaryFolder();
   const std::string photo = sample("photo/hopper.png");
   const auto output = freshPath("cli-failed.mov");
-  const struct {
-    std::vector<std::string> arguments;
-    int status;
-    std::vector<std::string> says;
-  } cases[] = {
+  const std::string noVideo =
+      "halvane export-video: No video track found: " + photo + " is a still image, not a video\n";
+  // The arguments, the exit status and what standard error says.
+  const std::tuple<std::vector<std::string>, int, std::vector<std::string>> cases[] = {
       {{toneClip(), output, "--set", "trimStart=30"}, 1, {": Export failed: unknown"}},
       {{folder + "/none.mov", output}, 1, {"no such file"}},
       {{toneClip(), output, "--preset", "huge"}, 2, {"unknown preset"}},
       {{toneClip(), folder + "/cli.mp4"}, 2, {}},
-      {{photo, output},
-       1,
-       {"halvane export-video: No video track found: " + photo + " is a still image, not a video\n"}},
+      {{photo, output}, 1, {noVideo}},
       {{toneClip(), folder + "/no/such/out.mov"},
        1,
-       {"halvane export-video: Failed to set up asset writer: Cannot create ", "No such file or directory"}},
-  };
-  for (const auto& c : cases) {
-    const auto result = run(c.arguments);
-    EXPECT_EQ(result.exitStatus, c.status) << c.arguments[0];
-    for (const auto& text : c.says)
-      EXPECT_NE(result.standardError.find(text), std::string::npos) << result.standardError;
-    if (c.status == 1) { EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError; }
-    EXPECT_FALSE(std::filesystem::exists(c.arguments[1]));
+       {"halvane export-video: Failed to set up asset writer: Cannot create ", "No such file or directory"}}};
+  for (const auto& [arguments, status, says] : cases) {
+    const auto result = run(arguments);
+    EXPECT_EQ(result.exitStatus, status) << arguments[0];
+    for (const auto& text : says) EXPECT_NE(result.standardError.find(text), std::string::npos) << result.standardError;
+    if (status == 1) { EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError; }
+    EXPECT_FALSE(std::filesystem::exists(arguments[1]));
   }
 
   // A damaged picture stream still exports; the decoder's complaints stay unsaid.

@@ -81,10 +81,8 @@ TEST(ExportOutputSizeTest, SocialFitsWithinFullHDAndEverySizeIsEven) {
 
 TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const struct {
-    double duration, trimStart, trimEnd;
-    std::optional<std::pair<double, double>> range;
-  } cases[] = {
+  // Duration, trim start and end, the range or none.
+  const std::tuple<double, double, double, std::optional<std::pair<double, double>>> cases[] = {
       {2.0, 0, 0, {{0, 2.0}}},  // no trim: the whole source
       {2.0, 0.5, 1.5, {{0.5, 1.5}}},
       {2.0, 0.5, 0.5, {{0.5, 1.0}}},  // an end at the start: half a second from it
@@ -98,15 +96,15 @@ TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
       {nan, 0, 0, {}},
       {0.0004, 0, 0, {}},  // shorter than one tick
   };
-  for (const auto& c : cases) {
+  for (const auto& [duration, trimStart, trimEnd, expected] : cases) {
+    SCOPED_TRACE(std::to_string(duration) + " " + std::to_string(trimStart) + " " + std::to_string(trimEnd));
     EditState state;
-    state.trimStart = c.trimStart;
-    state.trimEnd = c.trimEnd;
-    const auto range = exportTimeRange(c.duration, state);
-    ASSERT_EQ(range.has_value(), c.range.has_value()) << c.duration << " " << c.trimStart << " " << c.trimEnd;
+    state.trimStart = trimStart, state.trimEnd = trimEnd;
+    const auto range = exportTimeRange(duration, state);
+    ASSERT_EQ(range.has_value(), expected.has_value());
     if (!range) continue;
-    EXPECT_DOUBLE_EQ(range->start, c.range->first) << c.trimStart << " " << c.trimEnd;
-    EXPECT_DOUBLE_EQ(range->end, c.range->second) << c.trimStart << " " << c.trimEnd;
+    EXPECT_DOUBLE_EQ(range->start, expected->first);
+    EXPECT_DOUBLE_EQ(range->end, expected->second);
   }
   EditState trim;
   trim.trimStart = 0.5, trim.trimEnd = 1.5;
@@ -143,34 +141,30 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
   AudioFormatDescription opus = mono;
   opus.codec = "opus", opus.copiesIntoMovie = false;
   using P = VideoExportPreset;
-  const struct {
-    bool muted, hasAudio;
-    float volume;
-    P preset;
-    std::optional<AudioFormatDescription> format;
-    AudioRoute route;
-    bool gain;
-    int bitRate, channels, sampleRate;
-  } cases[] = {
-      {true, true, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
-      {false, false, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
-      {false, true, 1.0005f, P::balanced, mono, AudioRoute::passthrough, false, 0, 0, 0},
-      {false, true, 1.0005f, P::maxQuality, std::nullopt, AudioRoute::reencode, false, 256000, 2, 44100},
-      {false, true, 1.0005f, P::balanced, opus, AudioRoute::reencode, false, 0, 0, 48000},
-      {false, true, 1.002f, P::balanced, mono, AudioRoute::reencode, true, 256000, 1, 48000},
-      {false, true, 1, P::social, mono, AudioRoute::reencode, false, 128000, 0, 0},
-      {false, true, 0, P::balanced, mono, AudioRoute::reencode, true, 0, 0, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  // Muted, has sound, volume, preset, the sound's format; the route, gain, and the
+  // encoder's bit rate, channels and sample rate.
+  const std::tuple<bool, bool, float, P, std::optional<AudioFormatDescription>, AudioRoute, bool, int, int, int>
+      cases[] = {
+          {true, true, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+          {false, false, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+          {false, true, 1.0005f, P::balanced, mono, AudioRoute::passthrough, false, 0, 0, 0},
+          {false, true, 1.0005f, P::maxQuality, std::nullopt, AudioRoute::reencode, false, 256000, 2, 44100},
+          {false, true, 1.0005f, P::balanced, opus, AudioRoute::reencode, false, 0, 0, 48000},
+          {false, true, 1.002f, P::balanced, mono, AudioRoute::reencode, true, 256000, 1, 48000},
+          {false, true, 1, P::social, mono, AudioRoute::reencode, false, 128000, 0, 0},
+          {false, true, 0, P::balanced, mono, AudioRoute::reencode, true, 0, 0, 0},
+      };
+  for (std::size_t row = 0; row < std::size(cases); ++row) {
+    SCOPED_TRACE(row);
+    const auto& [muted, hasAudio, volume, preset, format, route, gain, bitRate, channels, sampleRate] = cases[row];
     EditState state;
-    state.audioMuted = c.muted, state.audioVolume = c.volume;
-    const auto plan = planAudio(state, c.preset, c.hasAudio, c.format);
-    EXPECT_EQ(plan.route, c.route);
-    EXPECT_EQ(plan.appliesGain, c.gain);
-    if (c.bitRate) { EXPECT_EQ(plan.encoder.bitRate, c.bitRate); }
-    if (c.channels) { EXPECT_EQ(plan.encoder.channels, c.channels); }
-    if (c.sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, c.sampleRate); }
+    state.audioMuted = muted, state.audioVolume = volume;
+    const auto plan = planAudio(state, preset, hasAudio, format);
+    EXPECT_EQ(plan.route, route);
+    EXPECT_EQ(plan.appliesGain, gain);
+    if (bitRate) { EXPECT_EQ(plan.encoder.bitRate, bitRate); }
+    if (channels) { EXPECT_EQ(plan.encoder.channels, channels); }
+    if (sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, sampleRate); }
   }
 }
 

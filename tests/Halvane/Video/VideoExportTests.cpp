@@ -95,32 +95,28 @@ TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEvery
   EditState none, crop, dark;
   crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};
   dark.exposure = -3;
-  const struct {
-    int width, height, frames;
-    EditState edit;
-    VideoExportPreset preset;
-    int outWidth, outHeight;
-  } cases[] = {{63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
-               {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
-               {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
-  for (const auto& c : cases) {
-    const std::string size = std::to_string(c.width) + "x" + std::to_string(c.height);
-    SCOPED_TRACE(size + " to " + std::to_string(c.outWidth) + "x" + std::to_string(c.outHeight));
-    const auto source = makeClip("silent-" + size + "-" + std::to_string(c.frames),
-                                 {.width = c.width, .height = c.height, .frames = c.frames, .audio = ClipAudio::none});
-    const auto frames =
-        decodedFrames(exported("sized-" + std::to_string(&c - cases) + ".mov", c.edit, source, c.preset));
-    ASSERT_EQ(int(frames.size()), c.frames);
-    EXPECT_EQ(std::pair(frames[0].width(), frames[0].height()), std::pair(c.outWidth, c.outHeight));
-    const double unedited = meanLevel(patternFrame(c.width, c.height, 0));
-    if (c.edit.exposure < 0) {
+  // The clip's size and frames, the edit and preset, the size written.
+  const std::tuple<int, int, int, EditState, VideoExportPreset, int, int> cases[] = {
+      {63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
+      {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
+      {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
+  for (const auto& [width, height, frameCount, edit, preset, outWidth, outHeight] : cases) {
+    const std::string clip = std::to_string(width) + "x" + std::to_string(height) + "-" + std::to_string(frameCount);
+    SCOPED_TRACE(clip);
+    const auto source =
+        makeClip("silent-" + clip, {.width = width, .height = height, .frames = frameCount, .audio = ClipAudio::none});
+    const auto frames = decodedFrames(exported("sized-" + clip + ".mov", edit, source, preset));
+    ASSERT_EQ(int(frames.size()), frameCount);
+    EXPECT_EQ(std::pair(frames[0].width(), frames[0].height()), std::pair(outWidth, outHeight));
+    const double unedited = meanLevel(patternFrame(width, height, 0));
+    if (edit.exposure < 0) {
       for (const auto& frame : frames) EXPECT_LT(meanLevel(frame), unedited * 0.6);
-    } else if (c.outWidth == 2) {
+    } else if (outWidth == 2) {
       EXPECT_GT(frames[0].row(0)[2], 150);  // red
       EXPECT_LT(frames[0].row(0)[1], 100);
     } else {
       EXPECT_TRUE(showsUprightQuadrants(frames[0]));
-      EXPECT_EQ(frameNumber(frames.back()), c.frames - 1);
+      EXPECT_EQ(frameNumber(frames.back()), frameCount - 1);
       EXPECT_NEAR(meanLevel(frames[0]), unedited, 6) << "the scaled picture stays close to the source";
     }
   }
@@ -184,23 +180,21 @@ TEST_F(VideoExportTest, AnExportThatCannotStartSaysWhyAndLeavesNoFileOrTheOneThe
   EditState late;
   late.trimStart = 5;
   const std::string folder = temporaryFolder();
-  const struct {
-    std::string source, output;
-    EditState edit;
-    std::string text;
-  } cases[] = {{toneClip(), folder + "/beyond.mov", late, "Export failed: unknown"},
-               {folder + "/absent.mov", folder + "/novideo.mov", {}, "No video track found"},
-               {toneClip(), folder + "/no/such/folder/out.mov", {}, "Failed to set up asset writer"},
-               {toneClip(), folder + "/occupied.mov", {}, "Failed to set up asset writer"}};
-  std::ofstream(cases[3].output) << "keep me";
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.output);
-    const bool stood = std::filesystem::exists(c.output);
-    EXPECT_EQ(failureText(runExport(c.source, c.output, c.edit)), c.text);
-    EXPECT_EQ(std::filesystem::exists(c.output), stood);
+  // Source, output, edit, the failure's text.
+  const std::tuple<std::string, std::string, EditState, std::string> cases[] = {
+      {toneClip(), folder + "/beyond.mov", late, "Export failed: unknown"},
+      {folder + "/absent.mov", folder + "/novideo.mov", {}, "No video track found"},
+      {toneClip(), folder + "/no/such/folder/out.mov", {}, "Failed to set up asset writer"},
+      {toneClip(), folder + "/occupied.mov", {}, "Failed to set up asset writer"}};
+  std::ofstream(folder + "/occupied.mov") << "keep me";
+  for (const auto& [source, output, edit, text] : cases) {
+    SCOPED_TRACE(output);
+    const bool stood = std::filesystem::exists(output);
+    EXPECT_EQ(failureText(runExport(source, output, edit)), text);
+    EXPECT_EQ(std::filesystem::exists(output), stood);
     EXPECT_EQ(backgroundTasks->runningCount(), 0u);
   }
-  EXPECT_EQ(fileContents(cases[3].output), "keep me");
+  EXPECT_EQ(fileContents(folder + "/occupied.mov"), "keep me");
   EXPECT_EQ(backgroundTasks->endCount(1), 1u) << "the task of the first is ended once";
 }
 

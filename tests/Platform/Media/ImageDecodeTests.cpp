@@ -60,14 +60,10 @@ TEST(ImageOrientationNumbers, MapBothWaysAndOutOfRangeIsUp) {
 
 // ---- Sample photos, damaged ones included ---------------------------------------------
 
+// File, size (0: not checked), orientation, whether it has a profile (-1: not checked),
+// whether it is opaque.
 TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
-  const struct {
-    const char* file;
-    int width, height;  // 0: the size is not checked
-    ImageOrientation orientation;
-    int hasProfile;  // -1: not checked
-    bool opaque;
-  } cases[] = {
+  const std::tuple<const char*, int, int, ImageOrientation, int, bool> cases[] = {
       // Stored 4032 x 3024 with EXIF orientation 6 and an irot property: libheif turns
       // it while decoding, so it comes out portrait and is reported up.
       {"photo/classic-car.heic", 3024, 4032, ImageOrientation::up, 1, false},
@@ -89,16 +85,15 @@ TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
       {"broken/invalid-exif.jpg", 0, 0, ImageOrientation::up, -1, true},
       {"broken/google_motion_photo_broken.jpg", 1512, 2016, ImageOrientation::left, -1, false},
   };
-  for (const auto& photo : cases) {
-    const auto path = mediaPath(photo.file);
-    SCOPED_TRACE(photo.file);
-    if (!std::filesystem::exists(path)) continue;
-    const Image image = decodeOrFail(path);
-    if (photo.width) { EXPECT_EQ(std::pair(image.width, image.height), std::pair(photo.width, photo.height)); }
-    EXPECT_EQ(image.orientation, photo.orientation);
-    if (photo.hasProfile >= 0) { EXPECT_EQ(!image.iccProfile.empty(), photo.hasProfile == 1); }
+  for (const auto& [file, width, height, orientation, hasProfile, opaque] : cases) {
+    SCOPED_TRACE(file);
+    if (!std::filesystem::exists(mediaPath(file))) continue;
+    const Image image = decodeOrFail(mediaPath(file));
+    if (width) { EXPECT_EQ(std::pair(image.width, image.height), std::pair(width, height)); }
+    EXPECT_EQ(image.orientation, orientation);
+    if (hasProfile >= 0) { EXPECT_EQ(!image.iccProfile.empty(), hasProfile == 1); }
     ASSERT_EQ(image.pixels.size(), image.bytesPerRow() * image.height);
-    if (photo.opaque) expectOpaqueAndSized(image);
+    if (opaque) expectOpaqueAndSized(image);
   }
 }
 

@@ -172,21 +172,19 @@ TEST(ImageWriting, WritesCompleteFilesAndLeavesNoTemporaries) {
 // A missing or read-only folder, or a folder at the target: a writeFailed error that
 // names the reason, and the folder as it was.
 TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
-  const struct {
-    std::string name;
-    const char* subfolder;  // "": the target is in the scratch folder
-    const char* inMessage;
-  } cases[] = {{"missing folder", "no-such-folder", "does not exist"},
-               {"folder at the target", "", ""},
-               {"read-only folder", "locked", ""}};
+  // The case, the target's subfolder ("": the scratch folder itself), the text expected.
+  const std::tuple<std::string, const char*, const char*> cases[] = {
+      {"missing folder", "no-such-folder", "does not exist"},
+      {"folder at the target", "", ""},
+      {"read-only folder", "locked", ""}};
   for (const auto& [file, write] : kWriters) {
-    for (const auto& c : cases) {
-      SCOPED_TRACE(c.name + ", " + file);
-      if (c.name == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
+    for (const auto& [name, subfolder, inMessage] : cases) {
+      SCOPED_TRACE(name + ", " + file);
+      if (name == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
       test::ScratchFolder folder;
-      const fs::path target = folder / c.subfolder / file;
-      if (c.name == "folder at the target") fs::create_directory(target);
-      if (c.name == "read-only folder") {
+      const fs::path target = folder / subfolder / file;
+      if (name == "folder at the target") fs::create_directory(target);
+      if (name == "read-only folder") {
         fs::create_directory(target.parent_path());
         fs::permissions(target.parent_path(), fs::perms::owner_read | fs::perms::owner_exec);
       }
@@ -196,11 +194,11 @@ TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
       fs::permissions(target.parent_path(), fs::perms::owner_all, fs::perm_options::add, ignored);
       ASSERT_FALSE(result);
       EXPECT_EQ(result.error().kind, Kind::writeFailed);
-      EXPECT_NE(result.error().message.find(c.inMessage), std::string::npos) << result.error().message;
+      EXPECT_NE(result.error().message.find(inMessage), std::string::npos) << result.error().message;
       EXPECT_NE(result.error().message.find(target.parent_path().filename().string()), std::string::npos);
       EXPECT_EQ(folder.entries(), before);
-      EXPECT_EQ(fs::is_directory(target), c.name == "folder at the target");
-      if (*c.subfolder && fs::exists(target.parent_path())) { EXPECT_TRUE(fs::is_empty(target.parent_path())); }
+      EXPECT_EQ(fs::is_directory(target), name == "folder at the target");
+      if (*subfolder && fs::exists(target.parent_path())) { EXPECT_TRUE(fs::is_empty(target.parent_path())); }
     }
   }
 }

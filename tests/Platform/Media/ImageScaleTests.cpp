@@ -44,15 +44,13 @@ TEST(ImageScale, ConstantImageStaysThatConstant) {
 // over transparency premultiplied (opaque red beside clear is half-transparent red,
 // never a darkened opaque red).
 TEST(ImageScale, HalvedCheckerboardAveragesExactly) {
-  struct Case {
-    Pixel a, b, mean;
-  };
-  const Case cases[] = {
+  const std::tuple<Pixel, Pixel, Pixel> cases[] = {
+      // the two colours, their mean
       {{10, 200, 64, 255}, {30, 100, 0, 255}, {20, 150, 32, 255}},
       {{0, 0, 0, 255}, {255, 255, 255, 255}, {128, 128, 128, 255}},  // 127.5 rounded half up
       {{0, 0, 255, 255}, {0, 0, 0, 0}, {0, 0, 128, 128}},
   };
-  for (const auto& c : cases) expectEveryPixel(scaleImage(checkerboard(64, 48, c.a, c.b), 32, 24), 32, 24, c.mean);
+  for (const auto& [a, b, mean] : cases) expectEveryPixel(scaleImage(checkerboard(64, 48, a, b), 32, 24), 32, 24, mean);
 }
 
 // One-row pictures scaled to values known by hand, in one channel: a 5100-pixel ramp
@@ -65,18 +63,15 @@ TEST(ImageScale, OneRowRampsScaleToTheirHandComputedMeansAndBlends) {
     for (int x = 0; x < width; ++x) image.pixel(x, 0)[channel] = std::uint8_t(value(x));
     return image;
   };
-  const struct {
-    Image source;
-    int channel;
-    std::vector<int> expected;
-    int tolerance;
-  } cases[] = {{ramp(5100, 1, [](int x) { return x / 20; }), 1, {127}, 1},
-               {ramp(30, 0, [](int x) { return x * 3; }), 0, {3, 12, 21, 30, 39, 48, 57, 66, 75, 84}, 0},
-               {ramp(2, 0, [](int x) { return x * 200; }), 0, {0, 50, 150, 200}, 0}};
-  for (const auto& c : cases) {
-    const Image scaled = scaleImage(c.source, int(c.expected.size()), 1);
+  // The source, the channel, the values scaled to as many pixels, the tolerance.
+  const std::tuple<Image, int, std::vector<int>, int> cases[] = {
+      {ramp(5100, 1, [](int x) { return x / 20; }), 1, {127}, 1},
+      {ramp(30, 0, [](int x) { return x * 3; }), 0, {3, 12, 21, 30, 39, 48, 57, 66, 75, 84}, 0},
+      {ramp(2, 0, [](int x) { return x * 200; }), 0, {0, 50, 150, 200}, 0}};
+  for (const auto& [source, channel, expected, tolerance] : cases) {
+    const Image scaled = scaleImage(source, int(expected.size()), 1);
     for (int x = 0; x < scaled.width; ++x)
-      EXPECT_NEAR(scaled.pixel(x, 0)[c.channel], c.expected[x], c.tolerance) << c.source.width << ": " << x;
+      EXPECT_NEAR(scaled.pixel(x, 0)[channel], expected[x], tolerance) << source.width << ": " << x;
   }
   const Image source = test::patternImage(45, 31);
   EXPECT_EQ(scaleImage(source, 45, 31).pixels, source.pixels) << "the same size is the identity";

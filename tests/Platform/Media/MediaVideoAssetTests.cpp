@@ -243,44 +243,40 @@ TEST(MediaVideoBackgroundTask, ManualServiceExpiresRunningTasks) {
 
 // The real clips: each opens with its transform and sound, and reads every frame in
 // order and sound for its whole length.
+// File, transform, frames, sound codec, rate and channels.
 TEST_F(MediaVideoAsset, RealClipsOpenWithTheirTransformAndReadFramesAndSound) {
-  const struct {
-    const char* file;
-    AffineTransform transform;
-    int frames;
-    const char* audioCodec;
-    int sampleRate, channels;
-  } clips[] = {{"video/sideways_movie.mov", {0, 1, -1, 0, 480, 0}, 25, "aac", 44100, 1},
-               {"video/ios9.mov", {0, 1, -1, 0, 720, 0}, 14, "aac", 44100, 1},
-               {"video/with-gps.mov", {0, 1, -1, 0, 320, 0}, 120, "aac", 44100, 1},
-               {"video/train.mov", {}, 22, "pcm_s16le", 44100, 1},
-               {"video/max-heromode.mp4", {}, 315, "aac", 48000, 2},
-               {"video/video_rotate.mp4", {0, -1, 1, 0, 0, 0}, 205, "aac", 44100, 2},
-               {"livephoto/IMG_7943_HEVC.MOV", {}, 57, "aac", 48000, 1}};
-  for (const auto& clip : clips) {
-    SCOPED_TRACE(clip.file);
-    const std::string path = sample(clip.file);
+  const std::tuple<const char*, AffineTransform, int, const char*, int, int> clips[] = {
+      {"video/sideways_movie.mov", {0, 1, -1, 0, 480, 0}, 25, "aac", 44100, 1},
+      {"video/ios9.mov", {0, 1, -1, 0, 720, 0}, 14, "aac", 44100, 1},
+      {"video/with-gps.mov", {0, 1, -1, 0, 320, 0}, 120, "aac", 44100, 1},
+      {"video/train.mov", {}, 22, "pcm_s16le", 44100, 1},
+      {"video/max-heromode.mp4", {}, 315, "aac", 48000, 2},
+      {"video/video_rotate.mp4", {0, -1, 1, 0, 0, 0}, 205, "aac", 44100, 2},
+      {"livephoto/IMG_7943_HEVC.MOV", {}, 57, "aac", 48000, 1}};
+  for (const auto& [file, transform, frameCount, codec, sampleRate, channels] : clips) {
+    SCOPED_TRACE(file);
+    const std::string path = sample(file);
     if (path.empty()) continue;
     auto asset = Asset::make(path);
     auto video = tracks(asset, MediaType::video);
     ASSERT_EQ(video.size(), 1u);
-    EXPECT_EQ(video[0].preferredTransform, clip.transform);
+    EXPECT_EQ(video[0].preferredTransform, transform);
     EXPECT_GT(video[0].nominalFrameRate, 1.0);
     EXPECT_GT(video[0].estimatedDataRate, 0.0);
     auto audio = tracks(asset, MediaType::audio);
     ASSERT_EQ(audio.size(), 1u);
-    EXPECT_EQ(audio[0].audioFormat->codec, clip.audioCodec);
-    EXPECT_EQ(audio[0].audioFormat->sampleRate, clip.sampleRate);
-    EXPECT_EQ(audio[0].audioFormat->channels, clip.channels);
+    EXPECT_EQ(audio[0].audioFormat->codec, codec);
+    EXPECT_EQ(audio[0].audioFormat->sampleRate, sampleRate);
+    EXPECT_EQ(audio[0].audioFormat->channels, channels);
     auto frames = readFrames(path);
-    EXPECT_EQ(int(frames.size()), clip.frames);
+    EXPECT_EQ(int(frames.size()), frameCount);
     for (std::size_t i = 1; i < frames.size(); ++i)
       EXPECT_GT(frames[i].presentationTime(), frames[i - 1].presentationTime());
     ASSERT_FALSE(frames.empty());
     EXPECT_EQ(frames[0].width(), int(video[0].naturalSize.width));
     std::int64_t samples = 0;
     for (const auto& buffer : readAudio(path, AudioReadMode::floatPCM)) samples += buffer.frameCount;
-    EXPECT_NEAR(double(samples) / clip.sampleRate, asset->loadNow()->duration, 0.1);
+    EXPECT_NEAR(double(samples) / sampleRate, asset->loadNow()->duration, 0.1);
   }
 }
 

@@ -159,27 +159,24 @@ TEST(MediaVideoWriter, EncodesAacAtTheAskedBitRate) {
 // reader's own for that range, byte for byte, and the video starts at 0 as stored.
 TEST(MediaVideoWriter, PassthroughPacketsAreTheSourcesOwn) {
   const std::string phone = sample("video/with-gps.mov");
-  const struct {
-    std::string source;
-    TimeRange range;
-    int frames, width;
-  } cases[] = {{makeClip("basic", {}), {}, 30, 64}, {phone, {MediaTime{600, 600}, MediaTime{300, 600}}, 15, 568}};
-  for (const auto& c : cases) {
-    if (c.source.empty()) continue;  // the phone clip is missing
-    SCOPED_TRACE(c.source);
-    const std::string path = outputPath("passthrough-" + std::to_string(c.width));
-    ASSERT_EQ(exportRange(c.source, path, c.range, AudioReadMode::passthrough), kCompleted);
+  const std::tuple<std::string, TimeRange, int, int> cases[] = {
+      {makeClip("basic", {}), {}, 30, 64}, {phone, {MediaTime{600, 600}, MediaTime{300, 600}}, 15, 568}};
+  for (const auto& [source, range, frameCount, width] : cases) {  // the frames as stored, from 0
+    if (source.empty()) continue;                                 // the phone clip is missing
+    SCOPED_TRACE(source);
+    const std::string path = outputPath("passthrough-" + std::to_string(width));
+    ASSERT_EQ(exportRange(source, path, range, AudioReadMode::passthrough), kCompleted);
     EXPECT_EQ(probeMovie(path).audio.at(0).codec, "aac");
     std::vector<std::vector<std::uint8_t>> expected;
-    for (const auto& buffer : readAudio(c.source, AudioReadMode::passthrough, c.range)) expected.push_back(buffer.data);
+    for (const auto& buffer : readAudio(source, AudioReadMode::passthrough, range)) expected.push_back(buffer.data);
     ASSERT_FALSE(expected.empty());
     EXPECT_TRUE(audioPackets(path) == expected);
-    if (!c.range.duration.isValid()) { EXPECT_TRUE(audioPackets(path) == audioPackets(c.source)); }
+    if (!range.duration.isValid()) { EXPECT_TRUE(audioPackets(path) == audioPackets(source)); }
     auto frames = readFrames(path);
-    EXPECT_NEAR(double(frames.size()), c.frames, 1.5);  // half a second at 29.97 for the phone's
+    EXPECT_NEAR(double(frames.size()), frameCount, 1.5);  // half a second at 29.97 for the phone's
     ASSERT_FALSE(frames.empty());
     EXPECT_EQ(frames[0].presentationTime(), MediaTime::zero());
-    EXPECT_EQ(frames[0].width(), c.width);  // written as stored: the engine bakes orientation
+    EXPECT_EQ(frames[0].width(), width);  // written as stored: the engine bakes orientation
   }
 }
 
