@@ -38,10 +38,8 @@ void avCheck(int status, const char* what) {
 struct Bgra {
   std::uint8_t b, g, r;
 };
-constexpr Bgra kTopLeft{0, 0, 255};
-constexpr Bgra kTopRight{0, 255, 0};
-constexpr Bgra kBottomLeft{255, 0, 0};
-constexpr Bgra kBottomRight{255, 255, 255};
+// Red top left, green top right, blue bottom left, white bottom right.
+constexpr Bgra kQuadrants[2][2] = {{{0, 0, 255}, {0, 255, 0}}, {{255, 0, 0}, {255, 255, 255}}};
 
 // --- writing ---
 
@@ -284,14 +282,9 @@ PixelBuffer patternFrame(int width, int height, int number) {
   PixelBuffer frame = PixelBuffer::allocate(width, height);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      Bgra colour;
-      if (y >= height * 3 / 8 && y < height * 5 / 8) {
-        const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
-        colour = {level, level, level};
-      } else {
-        const bool right = x >= width / 2;
-        colour = y >= height / 2 ? (right ? kBottomRight : kBottomLeft) : (right ? kTopRight : kTopLeft);
-      }
+      const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
+      const bool bars = y >= height * 3 / 8 && y < height * 5 / 8;
+      const Bgra colour = bars ? Bgra{level, level, level} : kQuadrants[y >= height / 2][x >= width / 2];
       std::uint8_t* p = frame.row(y) + std::size_t(x) * 4;
       p[0] = colour.b, p[1] = colour.g, p[2] = colour.r, p[3] = 255;
     }
@@ -316,8 +309,9 @@ bool showsUprightQuadrants(const PixelBuffer& frame) {
   if (!frame) return false;
   const int w = frame.width(), h = frame.height();
   const int top = std::max(0, h * 3 / 16), bottom = std::min(h - 1, h * 13 / 16);
-  return near(pixelAt(frame, w / 4, top), kTopLeft) && near(pixelAt(frame, w * 3 / 4, top), kTopRight) &&
-         near(pixelAt(frame, w / 4, bottom), kBottomLeft) && near(pixelAt(frame, w * 3 / 4, bottom), kBottomRight);
+  return near(pixelAt(frame, w / 4, top), kQuadrants[0][0]) && near(pixelAt(frame, w * 3 / 4, top), kQuadrants[0][1]) &&
+         near(pixelAt(frame, w / 4, bottom), kQuadrants[1][0]) &&
+         near(pixelAt(frame, w * 3 / 4, bottom), kQuadrants[1][1]);
 }
 
 PixelBuffer turned(const PixelBuffer& frame, int quarterTurns) {
@@ -358,14 +352,10 @@ MovieFacts probeMovie(const std::string& path) {
     const AVCodecParameters* parameters = stream->codecpar;
     char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
     av_fourcc_make_string(tag, parameters->codec_tag);
-    const StreamFacts streamFacts{avcodec_get_name(parameters->codec_id),
-                                  tag,
-                                  parameters->width,
-                                  parameters->height,
-                                  av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr,
-                                  parameters->sample_rate,
-                                  parameters->ch_layout.nb_channels,
-                                  parameters->bit_rate};
+    const bool matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
+    const StreamFacts streamFacts(avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
+                                  matrix, parameters->sample_rate, parameters->ch_layout.nb_channels,
+                                  parameters->bit_rate);
     if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(streamFacts);
     if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(streamFacts);
   }

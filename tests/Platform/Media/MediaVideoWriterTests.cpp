@@ -321,6 +321,7 @@ TEST(MediaVideoWriter, RefusesWhatItCannotWrite) {
 // there is replaced, not written through.
 TEST(MediaVideoWriter, TouchesNoFileButItsOwn) {
   const auto folder = fs::path(temporaryFolder()) / "own-files";
+  fs::remove_all(folder);
   fs::create_directories(folder);
   std::ofstream(folder / ".kept.mov.partial") << "a file of the user's";
   std::ofstream(folder / "victim") << "not to be written through";
