@@ -17,10 +17,7 @@ namespace {
 
 using test::mediaPath;
 
-struct Variant {
-  std::string name;
-  std::vector<std::uint8_t> bytes;
-};
+using Variant = std::pair<std::string, test::Bytes>;  // a name and the damaged bytes
 
 // Cuts at a few places (inside the header, and at a quarter, a half and three
 // quarters), and three copies with a handful of bytes flipped: some near the start,
@@ -36,7 +33,7 @@ std::vector<Variant> damaged(const std::vector<std::uint8_t>& original, std::mt1
     const std::size_t head = std::min<std::size_t>(original.size(), 4096);
     for (int flip = 0; flip < 12; ++flip) {
       const std::size_t range = flip % 2 ? original.size() : head;
-      variant.bytes[std::uniform_int_distribution<std::size_t>(0, range - 1)(random)] ^=
+      variant.second[std::uniform_int_distribution<std::size_t>(0, range - 1)(random)] ^=
           static_cast<std::uint8_t>(1 + random() % 255);
     }
     variants.push_back(std::move(variant));
@@ -110,16 +107,16 @@ TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
     std::vector<Variant> variants = damaged(original, random);
     // The damaged samples of the broken folder are tried as they are too.
     if (std::string(GetParam()) == "broken") variants.push_back({"as it is", original});
-    for (const Variant& variant : variants) {
-      SCOPED_TRACE(variant.name);
+    for (const auto& [name, bytes] : variants) {
+      SCOPED_TRACE(name);
       const auto file = folder / sample.filename().string();
-      test::writeBytes(file, variant.bytes);
+      test::writeBytes(file, bytes);
       std::string extension = file.extension().string();
       std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
       if (extension == ".mov" || extension == ".mp4")
         expectProbedOrRefused(file);
       else
-        expectDecodedOrRefused(file, variant.name == "as it is");
+        expectDecodedOrRefused(file, name == "as it is");
       EXPECT_EQ(folder.entries(), std::vector<std::string>{sample.filename().string()}) << "a file was left behind";
       std::filesystem::remove(file);
     }
