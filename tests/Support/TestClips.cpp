@@ -5,34 +5,41 @@ extern "C" {
 #include <libavformat/avformat.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/display.h>
+#include <libavutil/error.h>
 #include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
+
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <functional>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <stdexcept>
 
-#include "Support/AvCheck.h"
+#include "Platform/Media/Asset.h"
 
 namespace testsupport {
 
-using platform::media::PixelBuffer;
+using namespace platform::media;
 
 namespace {
+
+// The clip makers and readers stop at the first FFmpeg failure with its text.
+void avCheck(int status, const char* what) {
+  if (status >= 0) return;
+  char text[AV_ERROR_MAX_STRING_SIZE] = {};
+  av_strerror(status, text, sizeof text);
+  throw std::runtime_error(std::string(what) + ": " + text);
+}
 
 struct Bgra {
   std::uint8_t b, g, r;
 };
-constexpr Bgra kTopLeft{0, 0, 255};
-constexpr Bgra kTopRight{0, 255, 0};
-constexpr Bgra kBottomLeft{255, 0, 0};
-constexpr Bgra kBottomRight{255, 255, 255};
+// Red top left, green top right, blue bottom left, white bottom right.
+constexpr Bgra kQuadrants[2][2] = {{{0, 0, 255}, {0, 255, 0}}, {{255, 0, 0}, {255, 255, 255}}};
 
 // --- writing ---
 
@@ -44,8 +51,8 @@ struct Encoder {
 
 void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
   avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
-  AVPacket* packet = av_packet_alloc();
-  while (avcodec_receive_packet(encoder.context, packet) == 0) {
+  for (AVPacket* packet = av_packet_alloc();; av_packet_unref(packet)) {
+    if (avcodec_receive_packet(encoder.context, packet) != 0) return av_packet_free(&packet);
     // Video packets come without a duration; the last frame needs one to count in the
     // movie's length.
     if (packet->duration == 0 && encoder.context->codec_type == AVMEDIA_TYPE_VIDEO) packet->duration = 1;
@@ -53,7 +60,6 @@ void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
     packet->stream_index = encoder.stream->index;
     avCheck(av_interleaved_write_frame(format, packet), "write packet");
   }
-  av_packet_free(&packet);
 }
 
 // The matrix of a QuickTime track header (a, b, u, c, d, v, tx, ty, w; 16.16 but for
@@ -66,9 +72,9 @@ void setDisplayMatrix(AVStream* stream, int quarterTurns, int storedWidth, int s
   if (quarterTurns == 2) matrix[6] = storedWidth * one, matrix[7] = storedHeight * one;
   if (quarterTurns == 3) matrix[7] = storedWidth * one;
 #if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
-  AVPacketSideData* side = av_packet_side_data_new(&stream->codecpar->coded_side_data,
-                                                   &stream->codecpar->nb_coded_side_data,
-                                                   AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
+  AVPacketSideData* side =
+      av_packet_side_data_new(&stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data,
+                              AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
   std::memcpy(side->data, matrix, sizeof matrix);
 #else
   std::memcpy(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix), matrix, sizeof matrix);
@@ -89,20 +95,17 @@ void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription&
   const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
   if (!codec) throw std::runtime_error("no libx264");
   AVCodecContext* video = encoder.context = avcodec_alloc_context3(codec);
-  video->width = storedWidth;
-  video->height = storedHeight;
+  video->width = storedWidth, video->height = storedHeight;
   // 4:2:0 needs even sides; odd ones go 4:4:4.
   video->pix_fmt = (storedWidth % 2 || storedHeight % 2) ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV420P;
-  video->time_base = AVRational{1, clip.fps};
-  video->framerate = AVRational{clip.fps, 1};
-  video->gop_size = video->keyint_min = 10;
-  video->max_b_frames = 2;
-  av_opt_set(video->priv_data, "preset", "ultrafast", 0);
-  av_opt_set(video->priv_data, "x264-params", "scenecut=0:log=-1", 0);
-  av_opt_set(video->priv_data, "crf", "10", 0);
+  video->time_base = AVRational{1, clip.fps}, video->framerate = AVRational{clip.fps, 1};
+  video->gop_size = video->keyint_min = 10, video->max_b_frames = 2;
+  for (const auto& [key, value] :
+       {std::pair{"preset", "ultrafast"}, {"x264-params", "scenecut=0:log=-1"}, {"crf", "10"}})
+    av_opt_set(video->priv_data, key, value, 0);
   addStream(format, encoder, codec, AVRational{1, 600 * clip.fps});
-  const int turns = (clip.quarterTurns % 4 + 4) % 4;
-  if (turns != 0) setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
+  if (const int turns = (clip.quarterTurns % 4 + 4) % 4)
+    setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
 }
 
 void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
@@ -112,11 +115,10 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
                               : avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
   if (!codec) throw std::runtime_error("no audio encoder for the clip");
   AVCodecContext* audio = encoder.context = avcodec_alloc_context3(codec);
-  audio->sample_rate = clip.sampleRate;
+  audio->sample_rate = clip.sampleRate, audio->time_base = AVRational{1, clip.sampleRate};
   av_channel_layout_default(&audio->ch_layout, clip.channels);
   // Opus takes interleaved float, the same layout as planar for one channel.
   audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
-  audio->time_base = AVRational{1, clip.sampleRate};
   audio->bit_rate = pcm ? 0 : 64000 * clip.channels;
   addStream(format, encoder, codec, AVRational{1, clip.sampleRate});
 }
@@ -124,9 +126,7 @@ void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription&
 void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
   AVCodecContext* video = encoder.context;
   AVFrame* frame = av_frame_alloc();
-  frame->format = video->pix_fmt;
-  frame->width = video->width;
-  frame->height = video->height;
+  frame->format = video->pix_fmt, frame->width = video->width, frame->height = video->height;
   avCheck(av_frame_get_buffer(frame, 0), "video frame");
   SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
                                    video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
@@ -150,10 +150,8 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
   const int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
   const std::int64_t total = std::int64_t(clip.sampleRate) * clip.frames / clip.fps;
   AVFrame* frame = av_frame_alloc();
-  frame->format = audio->sample_fmt;
-  frame->sample_rate = audio->sample_rate;
+  frame->format = audio->sample_fmt, frame->sample_rate = audio->sample_rate, frame->nb_samples = frameSize;
   avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
-  frame->nb_samples = frameSize;
   avCheck(av_frame_get_buffer(frame, 0), "audio frame");
   for (std::int64_t start = 0; start < total; start += frameSize) {
     avCheck(av_frame_make_writable(frame), "writable frame");
@@ -161,11 +159,10 @@ void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription
     for (int i = 0; i < frame->nb_samples; ++i) {
       const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * double(start + i) / clip.sampleRate));
       for (int c = 0; c < clip.channels; ++c) {
-        if (clip.audio == ClipAudio::pcm) {
+        if (clip.audio == ClipAudio::pcm)
           reinterpret_cast<std::int16_t*>(frame->data[0])[i * clip.channels + c] = std::int16_t(value * 32767);
-        } else {
+        else
           reinterpret_cast<float*>(frame->data[c])[i] = value;
-        }
       }
     }
     frame->pts = start;
@@ -181,8 +178,7 @@ void generate(const std::string& path, const ClipDescription& clip) {
   const char* container = clip.audio == ClipAudio::opus ? "mp4" : "mov";
   avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
-  const int storedWidth = sideways ? clip.height : clip.width;
-  const int storedHeight = sideways ? clip.width : clip.height;
+  const int storedWidth = sideways ? clip.height : clip.width, storedHeight = sideways ? clip.width : clip.height;
   Encoder video, audio;
   const bool hasAudio = clip.audio != ClipAudio::none;
   if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
@@ -261,9 +257,7 @@ Bgra pixelAt(const PixelBuffer& frame, int x, int y) {
   return {p[0], p[1], p[2]};
 }
 
-bool near(Bgra a, Bgra b) {
-  return std::abs(a.b - b.b) < 60 && std::abs(a.g - b.g) < 60 && std::abs(a.r - b.r) < 60;
-}
+bool near(Bgra a, Bgra b) { return std::abs(a.b - b.b) < 60 && std::abs(a.g - b.g) < 60 && std::abs(a.r - b.r) < 60; }
 
 }  // namespace
 
@@ -288,14 +282,9 @@ PixelBuffer patternFrame(int width, int height, int number) {
   PixelBuffer frame = PixelBuffer::allocate(width, height);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      Bgra colour;
-      if (y >= height * 3 / 8 && y < height * 5 / 8) {
-        const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
-        colour = {level, level, level};
-      } else {
-        const bool right = x >= width / 2;
-        colour = y >= height / 2 ? (right ? kBottomRight : kBottomLeft) : (right ? kTopRight : kTopLeft);
-      }
+      const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
+      const bool bars = y >= height * 3 / 8 && y < height * 5 / 8;
+      const Bgra colour = bars ? Bgra{level, level, level} : kQuadrants[y >= height / 2][x >= width / 2];
       std::uint8_t* p = frame.row(y) + std::size_t(x) * 4;
       p[0] = colour.b, p[1] = colour.g, p[2] = colour.r, p[3] = 255;
     }
@@ -310,11 +299,8 @@ int frameNumber(const PixelBuffer& turnedFrame, int quarterTurns) {
   for (int bit = 0; bit < 8; ++bit) {
     const Bgra p = pixelAt(frame, (2 * bit + 1) * frame.width() / 16, frame.height() / 2);
     const int level = (p.b + p.g + p.r) / 3;
-    if (level > 160) {
-      number |= 1 << bit;
-    } else if (level > 95) {
-      return -1;  // neither black nor white
-    }
+    if (level > 95 && level <= 160) return -1;  // neither black nor white
+    number |= (level > 160) << bit;
   }
   return number;
 }
@@ -323,8 +309,9 @@ bool showsUprightQuadrants(const PixelBuffer& frame) {
   if (!frame) return false;
   const int w = frame.width(), h = frame.height();
   const int top = std::max(0, h * 3 / 16), bottom = std::min(h - 1, h * 13 / 16);
-  return near(pixelAt(frame, w / 4, top), kTopLeft) && near(pixelAt(frame, w * 3 / 4, top), kTopRight) &&
-         near(pixelAt(frame, w / 4, bottom), kBottomLeft) && near(pixelAt(frame, w * 3 / 4, bottom), kBottomRight);
+  return near(pixelAt(frame, w / 4, top), kQuadrants[0][0]) && near(pixelAt(frame, w * 3 / 4, top), kQuadrants[0][1]) &&
+         near(pixelAt(frame, w / 4, bottom), kQuadrants[1][0]) &&
+         near(pixelAt(frame, w * 3 / 4, bottom), kQuadrants[1][1]);
 }
 
 PixelBuffer turned(const PixelBuffer& frame, int quarterTurns) {
@@ -353,11 +340,7 @@ double meanDifference(const PixelBuffer& a, const PixelBuffer& b) {
 }
 
 double meanLevel(const PixelBuffer& frame) {
-  double sum = 0;
-  for (int y = 0; y < frame.height(); ++y)
-    for (int x = 0; x < frame.width() * 4; ++x)
-      if (x % 4 != 3) sum += frame.row(y)[x];
-  return sum / (double(frame.width()) * frame.height() * 3);
+  return meanDifference(frame, PixelBuffer::allocate(frame.width(), frame.height()));  // from black
 }
 
 MovieFacts probeMovie(const std::string& path) {
@@ -369,11 +352,12 @@ MovieFacts probeMovie(const std::string& path) {
     const AVCodecParameters* parameters = stream->codecpar;
     char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
     av_fourcc_make_string(tag, parameters->codec_tag);
-    const StreamFacts stream_facts{avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
-                                   av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr,
-                                   parameters->sample_rate, parameters->ch_layout.nb_channels};
-    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(stream_facts);
-    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(stream_facts);
+    const bool matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
+    const StreamFacts streamFacts(avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
+                                  matrix, parameters->sample_rate, parameters->ch_layout.nb_channels,
+                                  parameters->bit_rate);
+    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(streamFacts);
+    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(streamFacts);
   }
   return facts;
 }
@@ -381,35 +365,21 @@ MovieFacts probeMovie(const std::string& path) {
 int displayQuarterTurns(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_VIDEO);
-  if (index < 0) return 0;
-  const auto* matrix = reinterpret_cast<const int32_t*>(
-      av_stream_get_side_data(input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
+  const auto* matrix = index < 0 ? nullptr
+                                 : reinterpret_cast<const int32_t*>(av_stream_get_side_data(
+                                       input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
   if (!matrix) return 0;
   // The angle read here is anticlockwise: ffprobe's -90 is one clockwise quarter turn.
   return int(std::lround(-av_display_rotation_get(matrix) / 90.0) % 4 + 4) % 4;
-}
-
-std::vector<double> videoFrameTimes(const std::string& path) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_VIDEO);
-  std::vector<double> times;
-  if (index < 0) return times;
-  const AVRational base = input.format->streams[index]->time_base;
-  decodeStream(input, index, [&](AVFrame* frame) {
-    times.push_back(double(frame->best_effort_timestamp) * av_q2d(base));
-    return true;
-  });
-  return times;
 }
 
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
   Input input(path);
   const int index = input.best(AVMEDIA_TYPE_AUDIO);
   std::vector<std::vector<std::uint8_t>> packets;
-  if (index >= 0) forEachPacket(input, index, [&](const AVPacket* packet) {
-    packets.emplace_back(packet->data, packet->data + packet->size);
-    return true;
-  });
+  if (index >= 0)
+    forEachPacket(input, index,
+                  [&](const AVPacket* p) { return packets.emplace_back(p->data, p->data + p->size), true; });
   return packets;
 }
 
@@ -442,11 +412,13 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   const int index = input.best(AVMEDIA_TYPE_VIDEO);
   std::vector<PixelBuffer> frames;
   if (index < 0 || limit <= 0) return frames;
+  const AVRational base = input.format->streams[index]->time_base;
   SwsContext* sws = nullptr;
   decodeStream(input, index, [&](AVFrame* frame) {
     sws = sws_getCachedContext(sws, frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
                                frame->height, AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr);
     PixelBuffer out = paddedBuffer(frame->width, frame->height);
+    out.setPresentationTime({frame->best_effort_timestamp * base.num, base.den});
     std::uint8_t* planes[4] = {out.data(), nullptr, nullptr, nullptr};
     const int strides[4] = {int(out.bytesPerRow()), 0, 0, 0};
     sws_scale(sws, frame->data, frame->linesize, 0, frame->height, planes, strides);
@@ -455,6 +427,38 @@ std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
   });
   sws_freeContext(sws);
   return frames;
+}
+
+// Reads the first track of `type` in `range` through the engine's reader: `read` adds
+// its output, starts the reader and takes every sample; the reader must have completed.
+void readTrack(const std::string& path, MediaType type, TimeRange range,
+               const std::function<void(AssetReader&, const AssetTrack&)>& read) {
+  auto asset = Asset::make(path);
+  auto reader = AssetReader::make(asset);
+  ASSERT_TRUE(reader.hasValue()) << path;
+  (*reader)->setTimeRange(range);
+  read(**reader, asset->loadNow()->tracksOfType(type).front());
+  EXPECT_EQ((*reader)->status(), AssetReaderStatus::completed) << path;
+}
+
+std::vector<PixelBuffer> readFrames(const std::string& path, TimeRange range) {
+  std::vector<PixelBuffer> frames;
+  readTrack(path, MediaType::video, range, [&](AssetReader& reader, const AssetTrack& track) {
+    auto output = reader.addVideoOutput(track);
+    EXPECT_TRUE(reader.startReading());
+    while (PixelBuffer frame = output->copyNextPixelBuffer()) frames.push_back(frame);
+  });
+  return frames;
+}
+
+std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode mode, TimeRange range) {
+  std::vector<AudioSampleBuffer> buffers;
+  readTrack(path, MediaType::audio, range, [&](AssetReader& reader, const AssetTrack& track) {
+    auto output = reader.addAudioOutput(track, mode);
+    EXPECT_TRUE(reader.startReading());
+    while (auto buffer = output->copyNextSampleBuffer()) buffers.push_back(std::move(*buffer));
+  });
+  return buffers;
 }
 
 }  // namespace testsupport

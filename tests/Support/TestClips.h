@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "Platform/Media/AssetReader.h"
 #include "Platform/Media/PixelBuffer.h"
 #include "Support/MainQueuePump.h"
 #include "Support/TestFiles.h"
@@ -62,6 +63,7 @@ struct StreamFacts {
   bool hasDisplayMatrix = false;
   int sampleRate = 0;
   int channels = 0;
+  std::int64_t bitRate = 0;
 };
 struct MovieFacts {
   std::string formatName;
@@ -71,14 +73,18 @@ struct MovieFacts {
 MovieFacts probeMovie(const std::string& path);
 // The clockwise quarter turns its display matrix asks for (0 without one).
 int displayQuarterTurns(const std::string& path);
-// Presentation times of the video frames in display order, in seconds.
-std::vector<double> videoFrameTimes(const std::string& path);
 // The payload of every packet of the first audio stream, in file order.
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path);
 // The first audio stream decoded to float samples (all channels, interleaved).
 std::vector<float> decodedAudio(const std::string& path);
-// The video frames as stored (no transform applied), BGRA, in display order, at most
-// `limit` of them.
+// The video frames as stored (no transform applied), BGRA, with their times, in display
+// order, at most `limit` of them.
 std::vector<platform::media::PixelBuffer> decodedFrames(const std::string& path, int limit = 1 << 30);
+
+// Every frame or sound buffer of the first video or audio track in `range`, through the
+// engine's own reader, which must read to the end of the range.
+std::vector<platform::media::PixelBuffer> readFrames(const std::string& path, platform::media::TimeRange range = {});
+std::vector<platform::media::AudioSampleBuffer> readAudio(const std::string& path, platform::media::AudioReadMode mode,
+                                                          platform::media::TimeRange range = {});
 
 }  // namespace testsupport

@@ -2,6 +2,7 @@
 // centres map proportionally, edges clamp, the whole source covers the whole target.
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -36,9 +37,7 @@ std::vector<uint8_t> referenceScale(const std::vector<uint8_t>& source, uint32_t
                                     uint32_t dh) {
   std::vector<uint8_t> out(size_t(dw) * dh * 4);
   auto at = [&](int x, int y, int c) {
-    x = std::clamp(x, 0, int(sw) - 1);
-    y = std::clamp(y, 0, int(sh) - 1);
-    return double(source[(size_t(y) * sw + x) * 4 + c]);
+    return double(source[(size_t(std::clamp(y, 0, int(sh) - 1)) * sw + std::clamp(x, 0, int(sw) - 1)) * 4 + c]);
   };
   for (uint32_t y = 0; y < dh; ++y) {
     for (uint32_t x = 0; x < dw; ++x) {
@@ -65,9 +64,7 @@ class BilinearScalerTest : public testing::EngineTest {
     if (!scaler) return {};
     auto source = engine->makeTexture(pixels.data(), sw, sh, size_t(sw) * 4);
     TextureDescriptor descriptor;
-    descriptor.width = dw;
-    descriptor.height = dh;
-    descriptor.storageMode = StorageMode::shared;
+    descriptor.width = dw, descriptor.height = dh, descriptor.storageMode = StorageMode::shared;
     descriptor.usage = TextureUsage::shaderRead | TextureUsage::shaderWrite;
     auto destination = engine->metalDevice()->newTexture(descriptor);
     auto commandBuffer = engine->commandQueue()->commandBuffer();
@@ -80,24 +77,20 @@ class BilinearScalerTest : public testing::EngineTest {
   }
 };
 
+// Missing textures are refused.
 TEST_F(BilinearScalerTest, MatchesTheReferenceDownUpAndAcrossOddSizes) {
-  struct Case {
-    uint32_t sw, sh, dw, dh;
-  };
-  for (const Case c : {Case{1081, 9, 1080, 8}, Case{7, 5, 3, 2}, Case{64, 48, 150, 101}, Case{1, 1, 2, 2},
-                       Case{33, 17, 33, 17}}) {
-    SCOPED_TRACE(::testing::Message() << c.sw << "x" << c.sh << " to " << c.dw << "x" << c.dh);
-    const auto pixels = gradient(c.sw, c.sh);
-    const auto gpu = scaleOnGpu(pixels, c.sw, c.sh, c.dw, c.dh);
-    const auto cpu = referenceScale(pixels, c.sw, c.sh, c.dw, c.dh);
+  const std::array<uint32_t, 4> sizes[] = {
+      {1081, 9, 1080, 8}, {7, 5, 3, 2}, {64, 48, 150, 101}, {1, 1, 2, 2}, {33, 17, 33, 17}};
+  for (const auto& [sw, sh, dw, dh] : sizes) {
+    SCOPED_TRACE(::testing::Message() << sw << "x" << sh << " to " << dw << "x" << dh);
+    const auto pixels = gradient(sw, sh);
+    const auto gpu = scaleOnGpu(pixels, sw, sh, dw, dh);
+    const auto cpu = referenceScale(pixels, sw, sh, dw, dh);
     ASSERT_EQ(gpu.size(), cpu.size());
     int worst = 0;
     for (size_t i = 0; i < gpu.size(); ++i) worst = std::max(worst, std::abs(int(gpu[i]) - int(cpu[i])));
     EXPECT_LE(worst, kTolerance);
   }
-}
-
-TEST_F(BilinearScalerTest, RefusesMissingTextures) {
   auto scaler = BilinearScaler::create(*engine);
   ASSERT_TRUE(scaler);
   auto commandBuffer = engine->commandQueue()->commandBuffer();

@@ -16,6 +16,8 @@
 
 namespace {
 
+using namespace testsupport;
+
 struct Finished {
   int exitStatus = -1;  // 128 + signal for a process killed by a signal
   std::string standardOutput;
@@ -34,35 +36,25 @@ class ToolProcess {
       ::dup2(out[1], STDOUT_FILENO);
       ::dup2(err[1], STDERR_FILENO);
       ::close(out[0]), ::close(out[1]), ::close(err[0]), ::close(err[1]);
-      std::vector<char*> argv;
-      argv.push_back(const_cast<char*>(HALVANE_TOOL_PATH));
+      std::vector<char*> argv{const_cast<char*>(HALVANE_TOOL_PATH), const_cast<char*>("export-video")};
       for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
       argv.push_back(nullptr);
       for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) ::signal(number, SIG_DFL);
-      ::alarm(120);  // a tool that hangs is stopped after two minutes: an alarm survives exec
-      if (fileSizeLimit != RLIM_INFINITY) {
-        ::signal(SIGXFSZ, SIG_IGN);  // the write fails instead of the process dying
-        const rlimit limit{fileSizeLimit, fileSizeLimit};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-      }
+      ::alarm(120);                // a tool that hangs is stopped after two minutes: an alarm survives exec
+      ::signal(SIGXFSZ, SIG_IGN);  // a write over the limit fails instead of the process dying
+      const rlimit limit{fileSizeLimit, fileSizeLimit};
+      if (fileSizeLimit != RLIM_INFINITY) ::setrlimit(RLIMIT_FSIZE, &limit);
       ::execv(HALVANE_TOOL_PATH, argv.data());
       ::_exit(127);
     }
-    ::close(out[1]);
-    ::close(err[1]);
-    out_ = out[0];
-    err_ = err[0];
+    ::close(out[1]), ::close(err[1]);
+    out_ = out[0], err_ = err[0];
   }
 
   // Reads standard output up to and including the next line.
   std::string readLine() {
     std::string line;
-    char c;
-    while (::read(out_, &c, 1) == 1) {
-      output_ += c;
-      if (c == '\n') break;
-      line += c;
-    }
+    for (char c; ::read(out_, &c, 1) == 1 && (output_ += c, c != '\n');) line += c;
     return line;
   }
 
@@ -81,25 +73,24 @@ class ToolProcess {
   static std::string drain(int fd) {
     std::string text;
     char buffer[4096];
-    ssize_t count;
-    while ((count = ::read(fd, buffer, sizeof buffer)) > 0) text.append(buffer, size_t(count));
+    for (ssize_t count; (count = ::read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, size_t(count));
     ::close(fd);
     return text;
   }
 
   pid_t pid_ = -1;
-  int out_ = -1;
-  int err_ = -1;
+  int out_ = -1, err_ = -1;
   std::string output_;
 };
 
+// `halvane export-video` with the arguments, run to its end.
 Finished run(const std::vector<std::string>& arguments) { return ToolProcess(arguments).wait(); }
 
-std::string toneClip() { return testsupport::makeClip("cli-tone", {}); }
+std::string toneClip() { return makeClip("cli-tone", {}); }
 
 // 80 seconds of tiny frames with sound: long enough to interrupt, and a movie of
 // several hundred kilobytes.
-std::string longClip() { return testsupport::makeClip("cli-long", {.frames = 2400}); }
+std::string longClip() { return makeClip("cli-long", {.frames = 2400}); }
 
 // The names in a folder that contain `part`.
 std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part) {
@@ -112,42 +103,35 @@ std::vector<std::string> entriesNamed(const std::string& folder, const std::stri
 // Each refusal says why after the engine's text, with its exit status, and leaves no
 // file; on a failed export FFmpeg's own log stays silent.
 TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndCausesAndLeavesNoFile) {
-  const std::string folder = testsupport::temporaryFolder();
-  const std::string photo = testsupport::sample("photo/hopper.png");
-  const auto output = testsupport::freshPath("cli-failed.mov");
-  const struct {
-    std::vector<std::string> arguments;
-    int status;
-    std::vector<std::string> says;
-  } cases[] = {
+  const std::string folder = temporaryFolder();
+  const std::string photo = sample("photo/hopper.png");
+  const auto output = freshPath("cli-failed.mov");
+  const std::string noVideo =
+      "halvane export-video: No video track found: " + photo + " is a still image, not a video\n";
+  // The arguments, the exit status and what standard error says.
+  const std::tuple<std::vector<std::string>, int, std::vector<std::string>> cases[] = {
       {{toneClip(), output, "--set", "trimStart=30"}, 1, {": Export failed: unknown"}},
       {{folder + "/none.mov", output}, 1, {"no such file"}},
       {{toneClip(), output, "--preset", "huge"}, 2, {"unknown preset"}},
       {{toneClip(), folder + "/cli.mp4"}, 2, {}},
-      {{photo, output}, 1,
-       {"halvane export-video: No video track found: " + photo + " is a still image, not a video\n"}},
-      {{toneClip(), folder + "/no/such/out.mov"}, 1,
-       {"halvane export-video: Failed to set up asset writer: Cannot create ", "No such file or directory"}},
-  };
-  for (const auto& c : cases) {
-    std::vector<std::string> arguments{"export-video"};
-    arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
+      {{photo, output}, 1, {noVideo}},
+      {{toneClip(), folder + "/no/such/out.mov"},
+       1,
+       {"halvane export-video: Failed to set up asset writer: Cannot create ", "No such file or directory"}}};
+  for (const auto& [arguments, status, says] : cases) {
     const auto result = run(arguments);
-    EXPECT_EQ(result.exitStatus, c.status) << arguments[1];
-    for (const auto& text : c.says)
-      EXPECT_NE(result.standardError.find(text), std::string::npos) << result.standardError;
-    if (c.status == 1) {
-      EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError;
-    }
-    EXPECT_FALSE(std::filesystem::exists(arguments[2]));
+    EXPECT_EQ(result.exitStatus, status) << arguments[0];
+    for (const auto& text : says) EXPECT_NE(result.standardError.find(text), std::string::npos) << result.standardError;
+    if (status == 1) { EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError; }
+    EXPECT_FALSE(std::filesystem::exists(arguments[1]));
   }
 
   // A damaged picture stream still exports; the decoder's complaints stay unsaid.
   const std::string damaged = folder + "/cli-damaged.mov";
-  std::string bytes = testsupport::fileContents(toneClip());
+  std::string bytes = fileContents(toneClip());
   for (std::size_t at = bytes.size() / 4; at < bytes.size() * 3 / 4; at += bytes.size() / 16) bytes[at] ^= 0x5A;
   std::ofstream(damaged, std::ios::binary) << bytes;
-  const auto result = run({"export-video", damaged, testsupport::freshPath("cli-damaged-out.mov")});
+  const auto result = run({damaged, freshPath("cli-damaged-out.mov")});
   EXPECT_EQ(result.standardError.find('['), std::string::npos) << result.standardError;
 }
 
@@ -156,8 +140,8 @@ class TerminatingSignalTest : public ::testing::TestWithParam<int> {};
 TEST_P(TerminatingSignalTest, CancelsCleanlyAndExitsAsKilledByIt) {
   const int number = GetParam();
   const std::string name = "cli-signal-" + std::to_string(number);
-  const auto output = testsupport::freshPath(name + ".mov");
-  ToolProcess tool({"export-video", longClip(), output});
+  const auto output = freshPath(name + ".mov");
+  ToolProcess tool({longClip(), output});
   const std::string started = tool.readLine();
   ASSERT_NE(started.find("exporting"), std::string::npos);
   tool.signal(number);
@@ -166,7 +150,7 @@ TEST_P(TerminatingSignalTest, CancelsCleanlyAndExitsAsKilledByIt) {
   EXPECT_NE(result.standardError.find("Export was cancelled"), std::string::npos) << result.standardError;
   EXPECT_EQ(result.standardOutput.find("written"), std::string::npos);
   EXPECT_FALSE(std::filesystem::exists(output));
-  EXPECT_TRUE(entriesNamed(testsupport::temporaryFolder(), name).empty());  // nor any partial file
+  EXPECT_TRUE(entriesNamed(temporaryFolder(), name).empty());  // nor any partial file
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, TerminatingSignalTest, ::testing::Values(SIGINT, SIGTERM, SIGHUP, SIGQUIT));
@@ -174,8 +158,8 @@ INSTANTIATE_TEST_SUITE_P(Signals, TerminatingSignalTest, ::testing::Values(SIGIN
 // A full disk while the clip has sound, as a file size limit: the write fails with
 // EFBIG, the export ends at once with its cause and leaves nothing in the folder.
 TEST(ExportVideoCommandTest, AFullDiskEndsTheExportWithoutAFile) {
-  const std::string folder = testsupport::temporaryFolder();
-  const auto result = ToolProcess({"export-video", longClip(), folder + "/full.mov"}, 128 * 1024).wait();
+  const std::string folder = temporaryFolder();
+  const auto result = ToolProcess({longClip(), folder + "/full.mov"}, 128 * 1024).wait();
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.standardError.rfind("halvane export-video: Export failed: ", 0), 0u) << result.standardError;
   EXPECT_NE(result.standardError.find("File too large"), std::string::npos) << result.standardError;
@@ -183,69 +167,66 @@ TEST(ExportVideoCommandTest, AFullDiskEndsTheExportWithoutAFile) {
 }
 
 TEST(ExportVideoCommandTest, TheInputIsNeverTheOutput) {
-  const std::string folder = testsupport::temporaryFolder() + "/same";
+  const std::string folder = temporaryFolder() + "/same";
   std::filesystem::create_directories(folder);
   const std::string input = folder + "/in.mov";
   std::filesystem::copy_file(toneClip(), input, std::filesystem::copy_options::overwrite_existing);
   std::filesystem::create_symlink(input, folder + "/link.mov");
   std::filesystem::create_hard_link(input, folder + "/hard.mov");
-  const std::string before = testsupport::fileContents(input);
+  const std::string before = fileContents(input);
   for (const std::string& output : {input, folder + "/../same/in.mov", folder + "/link.mov", folder + "/hard.mov"}) {
-    const auto result = run({"export-video", input, output, "-y"});
+    const auto result = run({input, output, "-y"});
     EXPECT_EQ(result.exitStatus, 1) << output;
     EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
   }
-  EXPECT_EQ(testsupport::fileContents(input), before);
+  EXPECT_EQ(fileContents(input), before);
 }
 
 // An existing output is kept unless asked; asked, it becomes an HEVC movie with the edit
 // and the sound, and nothing else is left beside it.
 TEST(ExportVideoCommandTest, WritesAnEditedHevcMovieOverAnExistingOutputOnlyWhenAsked) {
-  const auto output = testsupport::freshPath("cli-existing.mov");
+  const auto output = freshPath("cli-existing.mov");
   std::ofstream(output) << "keep me";
-  const auto kept = run({"export-video", toneClip(), output});
+  const auto kept = run({toneClip(), output});
   EXPECT_EQ(kept.exitStatus, 1);
   EXPECT_NE(kept.standardError.find("already exists"), std::string::npos);
-  EXPECT_EQ(testsupport::fileContents(output), "keep me");
-  const auto replaced =
-      run({"export-video", toneClip(), output, "--overwrite", "--set", "exposure=-3", "--preset", "social"});
+  EXPECT_EQ(fileContents(output), "keep me");
+  const auto replaced = run({toneClip(), output, "--overwrite", "--set", "exposure=-3", "--preset", "social"});
   ASSERT_EQ(replaced.exitStatus, 0) << replaced.standardError;
   EXPECT_NE(replaced.standardOutput.find("written"), std::string::npos);
-  const auto facts = testsupport::probeMovie(output);
-  ASSERT_EQ(facts.video.size(), 1u);
-  EXPECT_EQ(facts.video[0].codec, "hevc");
+  const auto facts = probeMovie(output);
+  EXPECT_EQ(facts.video.at(0).codec, "hevc");
   EXPECT_EQ(facts.audio.size(), 1u);
-  const auto frames = testsupport::decodedFrames(output, 1);
+  const auto frames = decodedFrames(output, 1);
   ASSERT_EQ(frames.size(), 1u);
-  EXPECT_LT(testsupport::meanLevel(frames[0]), 0.6 * testsupport::meanLevel(testsupport::patternFrame(64, 48, 0)));
-  EXPECT_EQ(entriesNamed(testsupport::temporaryFolder(), "cli-existing").size(), 1u);
+  EXPECT_LT(meanLevel(frames[0]), 0.6 * meanLevel(patternFrame(64, 48, 0)));
+  EXPECT_EQ(entriesNamed(temporaryFolder(), "cli-existing").size(), 1u);
 }
 
 // Frames whose times stop increasing (a damaged time table) make the writer fail
 // part way while the sound goes on: the export ends at once, as failed, with no file.
 TEST(ExportVideoCommandTest, FramesOutOfOrderEndTheExportAsFailed) {
-  std::string bytes = testsupport::fileContents(toneClip());
+  std::string bytes = fileContents(toneClip());
   const auto table = bytes.find("stts");  // the video track's, the first in the file
   ASSERT_NE(table, std::string::npos);
   for (std::size_t i = table + 16; i < table + 20; ++i) bytes[i] = 0;  // every frame at time 0
-  const std::string damaged = testsupport::temporaryFolder() + "/cli-stalled.mov";
+  const std::string damaged = temporaryFolder() + "/cli-stalled.mov";
   std::ofstream(damaged, std::ios::binary) << bytes;
-  const auto output = testsupport::freshPath("cli-stalled-out.mov");
-  const auto result = run({"export-video", damaged, output});
+  const auto output = freshPath("cli-stalled-out.mov");
+  const auto result = run({damaged, output});
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.standardError, "halvane export-video: Export failed: Frame times must increase\n");
-  EXPECT_TRUE(entriesNamed(testsupport::temporaryFolder(), "cli-stalled-out").empty());
+  EXPECT_TRUE(entriesNamed(temporaryFolder(), "cli-stalled-out").empty());
 }
 
 TEST(ExportVideoCommandTest, OpusSoundIsReencodedToAac) {
-  const auto opus = testsupport::makeClip("cli-opus", {.audio = testsupport::ClipAudio::opus, .sampleRate = 48000});
-  const auto output = testsupport::freshPath("cli-opus.mov");
-  const auto result = run({"export-video", opus, output});
+  const auto opus = makeClip("cli-opus", {.audio = ClipAudio::opus, .sampleRate = 48000});
+  const auto output = freshPath("cli-opus.mov");
+  const auto result = run({opus, output});
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  const auto facts = testsupport::probeMovie(output);
+  const auto facts = probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
-  EXPECT_EQ(facts.audio[0].codec, "aac");
-  EXPECT_EQ(facts.audio[0].sampleRate, 48000);
+  EXPECT_EQ(facts.audio[0].codec + " " + std::to_string(facts.audio[0].sampleRate), "aac 48000");
 }
 
 }  // namespace

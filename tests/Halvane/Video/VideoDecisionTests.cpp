@@ -19,29 +19,31 @@ namespace {
 using platform::media::AffineTransform;
 using platform::media::AudioFormatDescription;
 
+// The three turns; just inside and just outside the strict 0.01; then a turn with a
+// small scale, a shear, a turn and a mirror, 45 degrees and not a number: no turn.
 TEST(QuarterTurnsTest, ReadsTheThreeTurnsWithinTheToleranceAndNothingElse) {
-  EXPECT_EQ(quarterTurnsFromTransform({1, 0, 0, 1, 0, 0}), 0);
-  EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1, 0, 480, 0}), 1);
-  EXPECT_EQ(quarterTurnsFromTransform({-1, 0, 0, -1, 640, 480}), 2);
-  EXPECT_EQ(quarterTurnsFromTransform({0, -1, 1, 0, 0, 640}), 3);
-  // Just inside and just outside the strict 0.01.
-  EXPECT_EQ(quarterTurnsFromTransform({0.0099, 0.9901, -1.0099, -0.0099, 0, 0}), 1);
-  EXPECT_EQ(quarterTurnsFromTransform({0.01, 1, -1, 0, 0, 0}), 0);
-  EXPECT_EQ(quarterTurnsFromTransform({0, 1, -1.01, 0, 0, 0}), 0);
-  // Scale, shear, a mirror, 45 degrees and not a number count as no turn.
-  EXPECT_EQ(quarterTurnsFromTransform({0, 0.5, -0.5, 0, 0, 0}), 0);   // turn with a small scale
-  EXPECT_EQ(quarterTurnsFromTransform({1, 0.2, 0, 1, 0, 0}), 0);      // shear
-  EXPECT_EQ(quarterTurnsFromTransform({0, 1, 1, 0, 0, 0}), 0);        // a turn and a mirror
-  EXPECT_EQ(quarterTurnsFromTransform({0.7071, 0.7071, -0.7071, 0.7071, 0, 0}), 0);  // 45 degrees
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_EQ(quarterTurnsFromTransform({nan, 1, -1, 0, 0, 0}), 0);
+  const std::pair<AffineTransform, int> cases[] = {{{1, 0, 0, 1, 0, 0}, 0},
+                                                   {{0, 1, -1, 0, 480, 0}, 1},
+                                                   {{-1, 0, 0, -1, 640, 480}, 2},
+                                                   {{0, -1, 1, 0, 0, 640}, 3},
+                                                   {{0.0099, 0.9901, -1.0099, -0.0099, 0, 0}, 1},
+                                                   {{0.01, 1, -1, 0, 0, 0}, 0},
+                                                   {{0, 1, -1.01, 0, 0, 0}, 0},
+                                                   {{0, 0.5, -0.5, 0, 0, 0}, 0},
+                                                   {{1, 0.2, 0, 1, 0, 0}, 0},
+                                                   {{0, 1, 1, 0, 0, 0}, 0},
+                                                   {{0.7071, 0.7071, -0.7071, 0.7071, 0, 0}, 0},
+                                                   {{nan, 1, -1, 0, 0, 0}, 0}};
+  for (const auto& c : cases) EXPECT_EQ(quarterTurnsFromTransform(c.first), c.second) << "case " << &c - cases;
 }
 
 TEST(QuarterTurnsTest, UprightSizeExchangesSidesForOddTurnsAndBoundsAShear) {
-  EXPECT_EQ(uprightSize({0, 1, -1, 0, 1080, 0}, {1920, 1080}), (platform::media::MediaSize{1080, 1920}));
-  EXPECT_EQ(uprightSize({-1, 0, 0, -1, 0, 0}, {640, 480}), (platform::media::MediaSize{640, 480}));
-  EXPECT_EQ(uprightSize({0, -1, 1, 0, 0, 0}, {80, 60}), (platform::media::MediaSize{60, 80}));
-  EXPECT_EQ(uprightSize({1, 0, 0.5, 1, 0, 0}, {100, 10}), (platform::media::MediaSize{105, 10}));
+  using Size = platform::media::MediaSize;
+  EXPECT_EQ(uprightSize({0, 1, -1, 0, 1080, 0}, {1920, 1080}), (Size{1080, 1920}));
+  EXPECT_EQ(uprightSize({-1, 0, 0, -1, 0, 0}, {640, 480}), (Size{640, 480}));
+  EXPECT_EQ(uprightSize({0, -1, 1, 0, 0, 0}, {80, 60}), (Size{60, 80}));
+  EXPECT_EQ(uprightSize({1, 0, 0.5, 1, 0, 0}, {100, 10}), (Size{105, 10}));
   EXPECT_FALSE(orientationState(0));
   ASSERT_TRUE(orientationState(3));
   EditState expected;
@@ -50,45 +52,37 @@ TEST(QuarterTurnsTest, UprightSizeExchangesSidesForOddTurnsAndBoundsAShear) {
 }
 
 TEST(NeutralRenderingTest, TrimAudioAndVersionNeverCostAPass) {
-  EditState state;
+  EditState state, turnedOnly, unreadable;
   EXPECT_TRUE(isNeutralForRendering(state));
-  state.version = 7;
-  state.trimStart = 1.5;
-  state.trimEnd = 3;
-  state.audioVolume = 0;
-  state.audioMuted = true;
+  state.version = 7, state.trimStart = 1.5, state.trimEnd = 3, state.audioVolume = 0, state.audioMuted = true;
   EXPECT_TRUE(isNeutralForRendering(state));
   state.exposure = 0.1f;
-  EXPECT_FALSE(isNeutralForRendering(state));
-  EditState turnedOnly;
   turnedOnly.rotationQuarterTurns = 1;
-  EXPECT_FALSE(isNeutralForRendering(turnedOnly));
-  EditState unreadable;
   unreadable.contrast = std::numeric_limits<float>::quiet_NaN();
-  EXPECT_FALSE(isNeutralForRendering(unreadable));
+  for (const EditState& costly : {state, turnedOnly, unreadable}) EXPECT_FALSE(isNeutralForRendering(costly));
 }
 
+// 4000 x 1: a long thin strip scales to below 2 on its short side, and is raised again.
 TEST(ExportOutputSizeTest, SocialFitsWithinFullHDAndEverySizeIsEven) {
-  using P = PixelSize;
-  EXPECT_EQ(exportOutputSize({1921, 1080}, VideoExportPreset::social), (P{1920, 1078}));
-  EXPECT_EQ(exportOutputSize({1920, 1080}, VideoExportPreset::social), (P{1920, 1080}));
-  EXPECT_EQ(exportOutputSize({1080, 1920}, VideoExportPreset::social), (P{1080, 1920}));
-  EXPECT_EQ(exportOutputSize({3840, 2160}, VideoExportPreset::social), (P{1920, 1080}));
-  EXPECT_EQ(exportOutputSize({1440, 1440}, VideoExportPreset::social), (P{1080, 1080}));
-  // A long thin strip scales to below 2 on its short side, and is raised again.
-  EXPECT_EQ(exportOutputSize({4000, 1}, VideoExportPreset::social), (P{1920, 2}));
-  EXPECT_EQ(exportOutputSize({3840, 2160}, VideoExportPreset::balanced), (P{3840, 2160}));
-  EXPECT_EQ(exportOutputSize({1081, 721}, VideoExportPreset::maxQuality), (P{1080, 720}));
-  EXPECT_EQ(exportOutputSize({1, 1}, VideoExportPreset::balanced), (P{2, 2}));
-  EXPECT_EQ(exportOutputSize({3, 1}, VideoExportPreset::social), (P{2, 2}));
+  using enum VideoExportPreset;
+  const std::tuple<PixelSize, VideoExportPreset, PixelSize> cases[] = {{{1921, 1080}, social, {1920, 1078}},
+                                                                       {{1920, 1080}, social, {1920, 1080}},
+                                                                       {{1080, 1920}, social, {1080, 1920}},
+                                                                       {{3840, 2160}, social, {1920, 1080}},
+                                                                       {{1440, 1440}, social, {1080, 1080}},
+                                                                       {{4000, 1}, social, {1920, 2}},
+                                                                       {{3840, 2160}, balanced, {3840, 2160}},
+                                                                       {{1081, 721}, maxQuality, {1080, 720}},
+                                                                       {{1, 1}, balanced, {2, 2}},
+                                                                       {{3, 1}, social, {2, 2}}};
+  for (const auto& [size, preset, expected] : cases)
+    EXPECT_EQ(exportOutputSize(size, preset), expected) << size.width << "x" << size.height;
 }
 
 TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const struct {
-    double duration, trimStart, trimEnd;
-    std::optional<std::pair<double, double>> range;
-  } cases[] = {
+  // Duration, trim start and end, the range or none.
+  const std::tuple<double, double, double, std::optional<std::pair<double, double>>> cases[] = {
       {2.0, 0, 0, {{0, 2.0}}},  // no trim: the whole source
       {2.0, 0.5, 1.5, {{0.5, 1.5}}},
       {2.0, 0.5, 0.5, {{0.5, 1.0}}},  // an end at the start: half a second from it
@@ -102,27 +96,23 @@ TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
       {nan, 0, 0, {}},
       {0.0004, 0, 0, {}},  // shorter than one tick
   };
-  for (const auto& c : cases) {
+  for (const auto& [duration, trimStart, trimEnd, expected] : cases) {
+    SCOPED_TRACE(std::to_string(duration) + " " + std::to_string(trimStart) + " " + std::to_string(trimEnd));
     EditState state;
-    state.trimStart = c.trimStart;
-    state.trimEnd = c.trimEnd;
-    const auto range = exportTimeRange(c.duration, state);
-    ASSERT_EQ(range.has_value(), c.range.has_value()) << c.duration << " " << c.trimStart << " " << c.trimEnd;
+    state.trimStart = trimStart, state.trimEnd = trimEnd;
+    const auto range = exportTimeRange(duration, state);
+    ASSERT_EQ(range.has_value(), expected.has_value());
     if (!range) continue;
-    EXPECT_DOUBLE_EQ(range->start, c.range->first) << c.trimStart << " " << c.trimEnd;
-    EXPECT_DOUBLE_EQ(range->end, c.range->second) << c.trimStart << " " << c.trimEnd;
+    EXPECT_DOUBLE_EQ(range->start, expected->first);
+    EXPECT_DOUBLE_EQ(range->end, expected->second);
   }
   EditState trim;
-  trim.trimStart = 0.5;
-  trim.trimEnd = 1.5;
+  trim.trimStart = 0.5, trim.trimEnd = 1.5;
   const auto ticks = exportTimeRange(2.0, trim)->mediaRange();
-  EXPECT_EQ(ticks.start.value, 300);
-  EXPECT_EQ(ticks.start.timescale, 600);
-  EXPECT_EQ(ticks.duration.value, 600);
+  EXPECT_EQ(std::tuple(ticks.start.value, ticks.start.timescale, ticks.duration.value), std::tuple(300, 600, 600));
   // Ends that round onto the start's tick are no range: half a second from the start.
   for (double end : {1e-320, 0.0004, 1.0 + 1e-9}) {
-    trim.trimStart = end > 1 ? 1.0 : 0.0;
-    trim.trimEnd = end;
+    trim.trimStart = end > 1 ? 1.0 : 0.0, trim.trimEnd = end;
     const auto tiny = exportTimeRange(2.0, trim);
     ASSERT_TRUE(tiny) << end;
     EXPECT_EQ(tiny->mediaRange().duration.value, 300) << end;
@@ -130,22 +120,16 @@ TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
 }
 
 TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
-  auto rate = [](VideoExportPreset preset, uint32_t w, uint32_t h) {
-    return videoEncoderSettings(preset, {w, h}, 30).averageBitRate;
-  };
-  EXPECT_EQ(rate(VideoExportPreset::social, 1280, 720), 4'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::social, 1920, 1080), 6'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::social, 720, 1280), 6'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::balanced, 1280, 720), 6'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::balanced, 1920, 1080), 10'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::balanced, 1080, 1920), 10'000'000);
-  EXPECT_EQ(rate(VideoExportPreset::balanced, 3840, 2160), 20'000'000);
-  const auto quality = videoEncoderSettings(VideoExportPreset::maxQuality, {1080, 720}, 24);
-  ASSERT_TRUE(quality.quality);
-  EXPECT_DOUBLE_EQ(*quality.quality, 1.0);
-  EXPECT_EQ(quality.width, 1080);
-  EXPECT_EQ(quality.height, 720);
-  EXPECT_DOUBLE_EQ(quality.expectedFrameRate, 24);
+  using enum VideoExportPreset;
+  const std::tuple<VideoExportPreset, PixelSize, int> cases[] = {
+      {social, {1280, 720}, 4'000'000},    {social, {1920, 1080}, 6'000'000},    {social, {720, 1280}, 6'000'000},
+      {balanced, {1280, 720}, 6'000'000},  {balanced, {1920, 1080}, 10'000'000}, {balanced, {1080, 1920}, 10'000'000},
+      {balanced, {3840, 2160}, 20'000'000}};
+  for (const auto& [preset, size, rate] : cases)
+    EXPECT_EQ(videoEncoderSettings(preset, size, 30).averageBitRate, rate) << size.width << "x" << size.height;
+  const auto quality = videoEncoderSettings(maxQuality, {1080, 720}, 24);
+  EXPECT_EQ(quality.quality, std::optional(1.0));
+  EXPECT_EQ(std::tuple(quality.width, quality.height, quality.expectedFrameRate), std::tuple(1080, 720, 24.0));
 }
 
 // Sound a movie cannot carry as it is (Opus, FLAC) is encoded again, without gain; no
@@ -153,42 +137,34 @@ TEST(VideoEncoderSettingsTest, BitRatesFollowThePresetAndStrictThresholds) {
 // not checked.
 TEST(AudioPlanTest, FollowsTheDecisionTable) {
   AudioFormatDescription mono;
-  mono.sampleRate = 48000;
-  mono.channels = 1;
-  mono.codec = "aac";
+  mono.sampleRate = 48000, mono.channels = 1, mono.codec = "aac";
   AudioFormatDescription opus = mono;
-  opus.codec = "opus";
-  opus.copiesIntoMovie = false;
+  opus.codec = "opus", opus.copiesIntoMovie = false;
   using P = VideoExportPreset;
-  const struct {
-    bool muted, hasAudio;
-    float volume;
-    P preset;
-    std::optional<AudioFormatDescription> format;
-    AudioRoute route;
-    bool gain;
-    int bitRate, channels, sampleRate;
-  } cases[] = {
-      {true, true, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
-      {false, false, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
-      {false, true, 1.0005f, P::balanced, mono, AudioRoute::passthrough, false, 0, 0, 0},
-      {false, true, 1.0005f, P::maxQuality, std::nullopt, AudioRoute::reencode, false, 256000, 2, 44100},
-      {false, true, 1.0005f, P::balanced, opus, AudioRoute::reencode, false, 0, 0, 48000},
-      {false, true, 1.002f, P::balanced, mono, AudioRoute::reencode, true, 256000, 1, 48000},
-      {false, true, 1, P::social, mono, AudioRoute::reencode, false, 128000, 0, 0},
-      {false, true, 0, P::balanced, mono, AudioRoute::reencode, true, 0, 0, 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(&c - cases);
+  // Muted, has sound, volume, preset, the sound's format; the route, gain, and the
+  // encoder's bit rate, channels and sample rate.
+  const std::tuple<bool, bool, float, P, std::optional<AudioFormatDescription>, AudioRoute, bool, int, int, int>
+      cases[] = {
+          {true, true, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+          {false, false, 1, P::balanced, mono, AudioRoute::none, false, 0, 0, 0},
+          {false, true, 1.0005f, P::balanced, mono, AudioRoute::passthrough, false, 0, 0, 0},
+          {false, true, 1.0005f, P::maxQuality, std::nullopt, AudioRoute::reencode, false, 256000, 2, 44100},
+          {false, true, 1.0005f, P::balanced, opus, AudioRoute::reencode, false, 0, 0, 48000},
+          {false, true, 1.002f, P::balanced, mono, AudioRoute::reencode, true, 256000, 1, 48000},
+          {false, true, 1, P::social, mono, AudioRoute::reencode, false, 128000, 0, 0},
+          {false, true, 0, P::balanced, mono, AudioRoute::reencode, true, 0, 0, 0},
+      };
+  for (std::size_t row = 0; row < std::size(cases); ++row) {
+    SCOPED_TRACE(row);
+    const auto& [muted, hasAudio, volume, preset, format, route, gain, bitRate, channels, sampleRate] = cases[row];
     EditState state;
-    state.audioMuted = c.muted;
-    state.audioVolume = c.volume;
-    const auto plan = planAudio(state, c.preset, c.hasAudio, c.format);
-    EXPECT_EQ(plan.route, c.route);
-    EXPECT_EQ(plan.appliesGain, c.gain);
-    if (c.bitRate) { EXPECT_EQ(plan.encoder.bitRate, c.bitRate); }
-    if (c.channels) { EXPECT_EQ(plan.encoder.channels, c.channels); }
-    if (c.sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, c.sampleRate); }
+    state.audioMuted = muted, state.audioVolume = volume;
+    const auto plan = planAudio(state, preset, hasAudio, format);
+    EXPECT_EQ(plan.route, route);
+    EXPECT_EQ(plan.appliesGain, gain);
+    if (bitRate) { EXPECT_EQ(plan.encoder.bitRate, bitRate); }
+    if (channels) { EXPECT_EQ(plan.encoder.channels, channels); }
+    if (sampleRate) { EXPECT_EQ(plan.encoder.sampleRate, sampleRate); }
   }
 }
 

@@ -3,24 +3,18 @@
 // scaler, the audio table end to end, and every way an export ends without a file.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
-#include "Platform/Media/Asset.h"
 #include "VideoPlaybackSupport.h"
 
 namespace halvane {
 namespace {
 
-using platform::media::PixelBuffer;
-using testsupport::ClipAudio;
-using testsupport::ClipDescription;
+using namespace testsupport;
 
-std::string toneClip() { return testsupport::makeClip("tone-64x48", {}); }
+std::string toneClip() { return makeClip("tone-64x48", {}); }
 
 double rms(const std::vector<float>& samples) {
   double sum = 0;
@@ -40,65 +34,51 @@ class VideoExportTest : public testing::VideoRendererTest {
     VideoRendererTest::SetUp();
     renderer->stopPlayback();  // export shares nothing with playback
   }
-
-  static std::string failureText(const std::optional<VideoExportResult>& result) {
-    if (!result || result->hasValue()) return "(no failure)";
-    return result->error().localizedDescription();
-  }
-
   // Exports `source` to a fresh `name` with `edit`; the output's path, empty on failure.
   std::string exported(const std::string& name, const EditState& edit, const std::string& source = toneClip(),
                        VideoExportPreset preset = VideoExportPreset::balanced) {
-    const auto output = testsupport::freshPath(name);
+    const auto output = freshPath(name);
     const auto result = runExport(source, output, edit, preset);
     EXPECT_TRUE(result && result->hasValue()) << failureText(result);
     return result && result->hasValue() ? output : std::string();
   }
-
-  // Starts an export and cancels it at once.
-  std::optional<VideoExportResult> cancelledExport(const std::string& output) {
-    std::optional<VideoExportResult> result;
-    renderer->setAsset(platform::media::Asset::make(toneClip()));
-    renderer->exportVideo(output, EditState(), VideoExportPreset::balanced, {},
-                          [&](VideoExportResult outcome) { result = std::move(outcome); });
-    renderer->cancelExport();
-    EXPECT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
-    return result;
-  }
-
-  static void expectCancelled(const std::optional<VideoExportResult>& result) {
-    ASSERT_TRUE(result && !result->hasValue());
-    EXPECT_EQ(result->error().code(), VideoRenderError::Code::cancelled);
+  void expectCancelled() {
+    ASSERT_TRUE(pumpUntil([&] { return exportResult.has_value(); }));
+    ASSERT_FALSE(exportResult->hasValue());
+    EXPECT_EQ(exportResult->error().code(), VideoRenderError::Code::cancelled);
   }
 };
 
-class RotatedExportTest : public VideoExportTest, public ::testing::WithParamInterface<int> {};
+// A turned clip is written upright without rotation metadata; a trimmed one (a second
+// from 0.5 of a silent clip) holds its range from 0. Every frame is there with its time,
+// one progress call a frame, rising, reaching 1 with the last, and one background task.
+class WrittenExportTest : public VideoExportTest, public ::testing::WithParamInterface<int> {};
 
-TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
-  const auto source = testsupport::makeClip("export-turned-" + std::to_string(GetParam()),
-                                            {.width = 64, .height = 96, .quarterTurns = GetParam()});
-  const auto output = testsupport::freshPath("turned-" + std::to_string(GetParam()) + ".mov");
-  std::vector<float> progress;
-  const auto result = runExport(source, output, EditState(), VideoExportPreset::balanced, &progress);
+TEST_P(WrittenExportTest, WritesUprightHevcFramesFromZeroWithoutRotationMetadata) {
+  const int turns = GetParam(), trimmed = turns == 0;
+  const auto source =
+      trimmed ? makeClip("silent-2s", {.frames = 60, .audio = ClipAudio::none})
+              : makeClip("export-turned-" + std::to_string(turns), {.width = 64, .height = 96, .quarterTurns = turns});
+  EditState trim;
+  if (trimmed) trim.trimStart = 0.5, trim.trimEnd = 1.5;
+  const auto output = freshPath("written-" + std::to_string(turns) + ".mov");
+  const auto result = runExport(source, output, trim);
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
   EXPECT_EQ(**result, output);
-
-  const auto facts = testsupport::probeMovie(output);
+  const auto facts = probeMovie(output);
   EXPECT_NE(facts.formatName.find("mov"), std::string::npos);
   ASSERT_EQ(facts.video.size(), 1u);
-  EXPECT_EQ(facts.video[0].codec, "hevc");
-  EXPECT_EQ(facts.video[0].codecTag, "hvc1");
-  EXPECT_EQ(facts.video[0].width, 64);
-  EXPECT_EQ(facts.video[0].height, 96);
+  EXPECT_EQ(facts.video[0].codec + " " + facts.video[0].codecTag, "hevc hvc1");
+  EXPECT_EQ(std::pair(facts.video[0].width, facts.video[0].height), trimmed ? std::pair(64, 48) : std::pair(64, 96));
   EXPECT_FALSE(facts.video[0].hasDisplayMatrix);
-  EXPECT_EQ(facts.audio.size(), 1u);
-  const auto frames = testsupport::decodedFrames(output);
+  EXPECT_EQ(facts.audio.size(), trimmed ? 0u : 1u);
+  const auto frames = decodedFrames(output);
   ASSERT_EQ(frames.size(), 30u);
   for (size_t i = 0; i < frames.size(); ++i) {
-    EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[i])) << "frame " << i;
-    EXPECT_EQ(testsupport::frameNumber(frames[i]), int(i));
+    EXPECT_TRUE(showsUprightQuadrants(frames[i])) << "frame " << i;
+    EXPECT_EQ(frameNumber(frames[i]), int(i) + (trimmed ? 15 : 0));
+    EXPECT_NEAR(frames[i].presentationTime().seconds(), double(i) / 30, 1e-3) << "frame " << i;
   }
-  // One progress call a frame, rising, and 1 reached with the last.
   ASSERT_EQ(progress.size(), 30u);
   EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
   EXPECT_FLOAT_EQ(progress.back(), 1.0f);
@@ -106,26 +86,7 @@ TEST_P(RotatedExportTest, WritesUprightHevcFramesWithoutRotationMetadata) {
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
 }
 
-INSTANTIATE_TEST_SUITE_P(QuarterTurns, RotatedExportTest, ::testing::Values(1, 2, 3));
-
-TEST_F(VideoExportTest, ATrimmedExportHoldsTheRangeFromZero) {
-  const auto source = testsupport::makeClip("silent-2s", {.frames = 60, .audio = ClipAudio::none});
-  const auto output = testsupport::freshPath("trimmed.mov");
-  EditState trim;
-  trim.trimStart = 0.5;
-  trim.trimEnd = 1.5;
-  std::vector<float> progress;
-  const auto result = runExport(source, output, trim, VideoExportPreset::balanced, &progress);
-  ASSERT_TRUE(result && result->hasValue()) << failureText(result);
-  EXPECT_TRUE(testsupport::probeMovie(output).audio.empty());
-  const auto times = testsupport::videoFrameTimes(output);
-  ASSERT_EQ(times.size(), 30u);
-  for (size_t i = 0; i < times.size(); ++i) EXPECT_NEAR(times[i], double(i) / 30, 1e-3) << "frame " << i;
-  const auto frames = testsupport::decodedFrames(output);
-  ASSERT_EQ(frames.size(), 30u);
-  for (size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(testsupport::frameNumber(frames[i]), int(i) + 15);
-  EXPECT_EQ(progress.size(), 30u);
-}
+INSTANTIATE_TEST_SUITE_P(QuarterTurnsOrTrimmed, WrittenExportTest, ::testing::Values(1, 2, 3, 0));
 
 // Odd sides are evened by the scaler (the sizes of the presets are in the decision
 // tests, the scaler's pixels against a reference in its own); a one-pixel crop writes
@@ -134,35 +95,29 @@ TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEvery
   EditState none, crop, dark;
   crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};
   dark.exposure = -3;
-  const struct {
-    int width, height, frames;
-    EditState edit;
-    VideoExportPreset preset;
-    int outWidth, outHeight;
-  } cases[] = {{63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
-               {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
-               {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
-  for (const auto& c : cases) {
-    const std::string size = std::to_string(c.width) + "x" + std::to_string(c.height);
-    SCOPED_TRACE(size + " to " + std::to_string(c.outWidth) + "x" + std::to_string(c.outHeight));
-    const auto source = testsupport::makeClip("silent-" + size + "-" + std::to_string(c.frames),
-                                              {.width = c.width, .height = c.height, .frames = c.frames,
-                                               .audio = ClipAudio::none});
-    const auto output = exported("sized-" + std::to_string(&c - cases) + ".mov", c.edit, source, c.preset);
-    const auto frames = testsupport::decodedFrames(output);
-    ASSERT_EQ(int(frames.size()), c.frames);
-    EXPECT_EQ(frames[0].width(), c.outWidth);
-    EXPECT_EQ(frames[0].height(), c.outHeight);
-    const double unedited = testsupport::meanLevel(testsupport::patternFrame(c.width, c.height, 0));
-    if (c.edit.exposure < 0) {
-      for (const auto& frame : frames) EXPECT_LT(testsupport::meanLevel(frame), unedited * 0.6);
-    } else if (c.outWidth == 2) {
+  // The clip's size and frames, the edit and preset, the size written.
+  const std::tuple<int, int, int, EditState, VideoExportPreset, int, int> cases[] = {
+      {63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
+      {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
+      {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
+  for (const auto& [width, height, frameCount, edit, preset, outWidth, outHeight] : cases) {
+    const std::string clip = std::to_string(width) + "x" + std::to_string(height) + "-" + std::to_string(frameCount);
+    SCOPED_TRACE(clip);
+    const auto source =
+        makeClip("silent-" + clip, {.width = width, .height = height, .frames = frameCount, .audio = ClipAudio::none});
+    const auto frames = decodedFrames(exported("sized-" + clip + ".mov", edit, source, preset));
+    ASSERT_EQ(int(frames.size()), frameCount);
+    EXPECT_EQ(std::pair(frames[0].width(), frames[0].height()), std::pair(outWidth, outHeight));
+    const double unedited = meanLevel(patternFrame(width, height, 0));
+    if (edit.exposure < 0) {
+      for (const auto& frame : frames) EXPECT_LT(meanLevel(frame), unedited * 0.6);
+    } else if (outWidth == 2) {
       EXPECT_GT(frames[0].row(0)[2], 150);  // red
       EXPECT_LT(frames[0].row(0)[1], 100);
     } else {
-      EXPECT_TRUE(testsupport::showsUprightQuadrants(frames[0]));
-      EXPECT_EQ(testsupport::frameNumber(frames.back()), c.frames - 1);
-      EXPECT_NEAR(testsupport::meanLevel(frames[0]), unedited, 6) << "the scaled picture stays close to the source";
+      EXPECT_TRUE(showsUprightQuadrants(frames[0]));
+      EXPECT_EQ(frameNumber(frames.back()), frameCount - 1);
+      EXPECT_NEAR(meanLevel(frames[0]), unedited, 6) << "the scaled picture stays close to the source";
     }
   }
 }
@@ -171,15 +126,14 @@ TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEvery
 
 TEST_F(VideoExportTest, MutedGivesNoTrackAndVolumeZeroASilentOne) {
   EditState muted, silent;
-  muted.audioMuted = true;
-  muted.audioVolume = 1.5f;
+  muted.audioMuted = true, muted.audioVolume = 1.5f;
   silent.audioVolume = 0;
-  EXPECT_TRUE(testsupport::probeMovie(exported("muted.mov", muted)).audio.empty());
+  EXPECT_TRUE(probeMovie(exported("muted.mov", muted)).audio.empty());
   const auto output = exported("silent.mov", silent);
-  const auto facts = testsupport::probeMovie(output);
+  const auto facts = probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "aac");
-  const auto samples = testsupport::decodedAudio(output);
+  const auto samples = decodedAudio(output);
   ASSERT_GT(samples.size(), 40000u);
   EXPECT_LT(peak(samples), 1e-3f);
 }
@@ -187,36 +141,31 @@ TEST_F(VideoExportTest, MutedGivesNoTrackAndVolumeZeroASilentOne) {
 TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThroughAndPcmStaysPcm) {
   EditState near;
   near.audioVolume = 1.0005f;
-  const auto written = testsupport::audioPackets(exported("passthrough.mov", near));
+  const auto written = audioPackets(exported("passthrough.mov", near));
   ASSERT_FALSE(written.empty());
-  EXPECT_EQ(written, testsupport::audioPackets(toneClip()));
-
-  const auto pcm = testsupport::makeClip("pcm-first", {.audio = ClipAudio::pcm, .audioFirst = true});
+  EXPECT_EQ(written, audioPackets(toneClip()));
+  const auto pcm = makeClip("pcm-first", {.audio = ClipAudio::pcm, .audioFirst = true});
   const auto output = exported("pcm.mov", EditState(), pcm, VideoExportPreset::maxQuality);
-  const auto facts = testsupport::probeMovie(output);
+  const auto facts = probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "pcm_s16le");
-  EXPECT_EQ(testsupport::decodedAudio(output), testsupport::decodedAudio(pcm));
+  EXPECT_EQ(decodedAudio(output), decodedAudio(pcm));
 }
 
 TEST_F(VideoExportTest, AVolumeOffOneIsReencodedWithGainClippedAtOne) {
   EditState louder;
   louder.audioVolume = 1.002f;
   const auto output = exported("gain.mov", louder);
-  const auto facts = testsupport::probeMovie(output);
+  const auto facts = probeMovie(output);
   ASSERT_EQ(facts.audio.size(), 1u);
   EXPECT_EQ(facts.audio[0].codec, "aac");
-  EXPECT_EQ(facts.audio[0].sampleRate, 44100);
-  EXPECT_EQ(facts.audio[0].channels, 1);
-  EXPECT_NE(testsupport::audioPackets(output), testsupport::audioPackets(toneClip()));
+  EXPECT_EQ(std::pair(facts.audio[0].sampleRate, facts.audio[0].channels), std::pair(44100, 1));
+  EXPECT_NE(audioPackets(output), audioPackets(toneClip()));
   // A second AAC generation keeps the tone's level within a few per cent.
-  const double ratio = rms(testsupport::decodedAudio(output)) / rms(testsupport::decodedAudio(toneClip()));
-  EXPECT_NEAR(ratio, 1.002, 0.03);
-
+  EXPECT_NEAR(rms(decodedAudio(output)) / rms(decodedAudio(toneClip())), 1.002, 0.03);
   EditState doubled;
   doubled.audioVolume = 2;
-  const auto loud = testsupport::makeClip("loud-tone", {.toneAmplitude = 0.8f});
-  const auto samples = testsupport::decodedAudio(exported("clipped.mov", doubled, loud));
+  const auto samples = decodedAudio(exported("clipped.mov", doubled, makeClip("loud-tone", {.toneAmplitude = 0.8f})));
   ASSERT_GT(samples.size(), 40000u);
   const auto saturated = std::count_if(samples.begin(), samples.end(), [](float s) { return std::fabs(s) > 0.9f; });
   // Unclipped, the peak would be 1.6; clipped, the sine is flat at 1 for over half its
@@ -225,59 +174,46 @@ TEST_F(VideoExportTest, AVolumeOffOneIsReencodedWithGainClippedAtOne) {
   EXPECT_GT(double(saturated) / double(samples.size()), 0.4);
 }
 
-
-
 // --- Failures leave no file ---
 
 TEST_F(VideoExportTest, AnExportThatCannotStartSaysWhyAndLeavesNoFileOrTheOneThere) {
   EditState late;
   late.trimStart = 5;
-  const std::string folder = testsupport::temporaryFolder();
-  const struct {
-    std::string source, output;
-    EditState edit;
-    std::string text;
-  } cases[] = {{toneClip(), folder + "/beyond.mov", late, "Export failed: unknown"},
-               {folder + "/absent.mov", folder + "/novideo.mov", {}, "No video track found"},
-               {toneClip(), folder + "/no/such/folder/out.mov", {}, "Failed to set up asset writer"},
-               {toneClip(), folder + "/occupied.mov", {}, "Failed to set up asset writer"}};
-  std::ofstream(cases[3].output) << "keep me";
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.output);
-    const bool stood = std::filesystem::exists(c.output);
-    const auto result = runExport(c.source, c.output, c.edit, VideoExportPreset::balanced);
-    EXPECT_EQ(failureText(result), c.text);
-    EXPECT_EQ(std::filesystem::exists(c.output), stood);
+  const std::string folder = temporaryFolder();
+  // Source, output, edit, the failure's text.
+  const std::tuple<std::string, std::string, EditState, std::string> cases[] = {
+      {toneClip(), folder + "/beyond.mov", late, "Export failed: unknown"},
+      {folder + "/absent.mov", folder + "/novideo.mov", {}, "No video track found"},
+      {toneClip(), folder + "/no/such/folder/out.mov", {}, "Failed to set up asset writer"},
+      {toneClip(), folder + "/occupied.mov", {}, "Failed to set up asset writer"}};
+  std::ofstream(folder + "/occupied.mov") << "keep me";
+  for (const auto& [source, output, edit, text] : cases) {
+    SCOPED_TRACE(output);
+    const bool stood = std::filesystem::exists(output);
+    EXPECT_EQ(failureText(runExport(source, output, edit)), text);
+    EXPECT_EQ(std::filesystem::exists(output), stood);
     EXPECT_EQ(backgroundTasks->runningCount(), 0u);
   }
-  EXPECT_EQ(testsupport::fileContents(cases[3].output), "keep me");
+  EXPECT_EQ(fileContents(folder + "/occupied.mov"), "keep me");
   EXPECT_EQ(backgroundTasks->endCount(1), 1u) << "the task of the first is ended once";
 }
 
 TEST_F(VideoExportTest, ExpiryOfTheBackgroundTaskCancelsAndEndsTheTaskOnce) {
-  const auto output = testsupport::freshPath("expired.mov");
-  std::optional<VideoExportResult> result;
-  renderer->setAsset(platform::media::Asset::make(toneClip()));
-  renderer->exportVideo(output, EditState(), VideoExportPreset::balanced, {},
-                        [&](VideoExportResult outcome) { result = std::move(outcome); });
+  const auto output = freshPath("expired.mov");
+  startExport(toneClip(), output);
   // The export's end waits for a turn of the main queue, so expiry can come first.
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return backgroundTasks->beginCount() == 1; }));
+  ASSERT_TRUE(pumpUntil([&] { return backgroundTasks->beginCount() == 1; }));
   backgroundTasks->expire();
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
-  expectCancelled(result);
+  expectCancelled();
   EXPECT_FALSE(std::filesystem::exists(output));
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
 }
 
 TEST_F(VideoExportTest, ARendererGoneBeforeTheExportRunsGivesCancelled) {
-  std::optional<VideoExportResult> result;
-  renderer->setAsset(platform::media::Asset::make(toneClip()));
-  renderer->exportVideo(testsupport::freshPath("orphan.mov"), EditState(), VideoExportPreset::balanced, {},
-                        [&](VideoExportResult outcome) { result = std::move(outcome); });
+  startExport(toneClip(), freshPath("orphan.mov"));
   renderer.reset();
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return result.has_value(); }));
-  expectCancelled(result);
+  expectCancelled();
   EXPECT_EQ(backgroundTasks->beginCount(), 0u);
 }
 
@@ -286,19 +222,20 @@ TEST_F(VideoExportTest, ARendererGoneBeforeTheExportRunsGivesCancelled) {
 // export to "a%20b.mov" leaves no "a b.mov" and never touches a file literally named
 // "a%20b.mov"; a finished one writes "a b.mov".
 TEST_F(VideoExportTest, CancelDirectlyAfterStartLeavesNoFileAndAFileURLNamesTheSameFileThroughout) {
-  const std::string folder = testsupport::temporaryFolder() + "/url";
+  const std::string folder = temporaryFolder() + "/url";
   std::filesystem::create_directories(folder);
   const std::string url = "file://" + folder + "/a%20b.mov";
   std::ofstream(folder + "/a%20b.mov") << "keep me";
-  expectCancelled(cancelledExport(url));
+  startExport(toneClip(), url);
+  renderer->cancelExport();
+  expectCancelled();
   EXPECT_EQ(backgroundTasks->endCount(1), 1u);
   EXPECT_EQ(backgroundTasks->runningCount(), 0u);
   EXPECT_FALSE(std::filesystem::exists(folder + "/a b.mov"));
-  EXPECT_EQ(testsupport::fileContents(folder + "/a%20b.mov"), "keep me");
-
-  const auto written = runExport(toneClip(), url, EditState(), VideoExportPreset::balanced);
+  EXPECT_EQ(fileContents(folder + "/a%20b.mov"), "keep me");
+  const auto written = runExport(toneClip(), url);
   ASSERT_TRUE(written && written->hasValue()) << failureText(written);
-  EXPECT_EQ(testsupport::probeMovie(folder + "/a b.mov").video.size(), 1u);
+  EXPECT_EQ(probeMovie(folder + "/a b.mov").video.size(), 1u);
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), std::filesystem::directory_iterator()), 2);
 }
 

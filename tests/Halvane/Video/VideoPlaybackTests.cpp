@@ -8,23 +8,21 @@
 #include <cmath>
 
 #include "Platform/Dispatch/NotificationCenter.h"
-#include "Platform/Media/Asset.h"
 #include "VideoPlaybackSupport.h"
 
 namespace halvane {
 namespace {
 
+using namespace testsupport;
+using platform::media::Asset;
 using platform::media::MediaSize;
-using testsupport::ClipAudio;
-using testsupport::ClipDescription;
-using testsupport::pumpUntil;
 
 class VideoPlaybackTest : public testing::VideoRendererTest {
  protected:
-  static std::string plainClip() { return testsupport::makeClip("plain-64x48", {.audio = ClipAudio::none}); }
+  static std::string plainClip() { return makeClip("plain-64x48", {.audio = ClipAudio::none}); }
   double playerSeconds() const { return renderer->player().currentTime().seconds(); }
   bool playerReachesSeconds(double seconds) {
-    return pumpUntil(*queue, [&] { return std::fabs(playerSeconds() - seconds) < 1e-6; });
+    return pumpUntil([&] { return std::fabs(playerSeconds() - seconds) < 1e-6; });
   }
   // Plays from where the player stands with the clock moved on by `seconds` at once, and
   // again at each idle turn until the item's end is announced: a jump made while a seek is
@@ -36,12 +34,20 @@ class VideoPlaybackTest : public testing::VideoRendererTest {
     const auto token = center.addObserver(platform::media::kPlayerItemDidPlayToEndTimeNotification, nullptr,
                                           [&](const platform::dispatch::Notification&) { ended = true; });
     renderer->player().play();
-    pumpUntil(*queue, [&] {
+    pumpUntil([&] {
       if (!ended) clock->store(clock->load() + seconds);
       return ended;
     });
     center.removeObserver(token);
     return ended;
+  }
+  void ticks(int count) {
+    for (int i = 0; i < count; ++i) tick();
+  }
+  static EditState exposure(float value) {
+    EditState state;
+    state.exposure = value;
+    return state;
   }
   int redrawsAfter(const std::function<void()>& change) {
     settleGpu();
@@ -53,11 +59,9 @@ class VideoPlaybackTest : public testing::VideoRendererTest {
 };
 
 TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
-  const auto first = testsupport::makeClip("portrait-48x64", {.width = 48, .height = 64, .quarterTurns = 1});
-  const auto second =
-      testsupport::makeClip("small-32x24", {.width = 32, .height = 24, .frames = 10, .audio = ClipAudio::none});
-  renderer->loadAsset(platform::media::Asset::make(first));
-  renderer->loadAsset(platform::media::Asset::make(second));
+  renderer->loadAsset(Asset::make(makeClip("portrait-48x64", {.width = 48, .height = 64, .quarterTurns = 1})));
+  renderer->loadAsset(
+      Asset::make(makeClip("small-32x24", {.width = 32, .height = 24, .frames = 10, .audio = ClipAudio::none})));
   EXPECT_EQ(renderer->loadGeneration(), 2);
   EXPECT_FALSE(renderer->trackPropertiesLoaded());
   int calls = 0;
@@ -68,7 +72,7 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
     sizeSeen = renderer->videoNaturalSize();
     turnsSeen = renderer->trackQuarterTurns();
   };
-  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  ASSERT_TRUE(pumpUntil([&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(sizeSeen, (MediaSize{32, 24}));
@@ -80,13 +84,13 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
 
 TEST_F(VideoPlaybackTest, AnAssetWithoutVideoStillEndsItsLoadWithoutASize) {
   int calls = 0;
-  renderer->loadAsset(platform::media::Asset::make(testsupport::temporaryFolder() + "/missing.mov"));
+  renderer->loadAsset(Asset::make(temporaryFolder() + "/missing.mov"));
   renderer->onTrackPropertiesLoaded = [&] { ++calls; };
-  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  ASSERT_TRUE(pumpUntil([&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
   EXPECT_EQ(calls, 1);
   EXPECT_EQ(renderer->videoNaturalSize(), (MediaSize{0, 0}));
-  for (int i = 0; i < 3; ++i) tick();  // ticks run and find nothing to show
+  ticks(3);  // they run and find nothing to show
   EXPECT_FALSE(renderer->lastSourceTexture());
 }
 
@@ -96,21 +100,18 @@ class VideoOrientationTest : public VideoPlaybackTest, public ::testing::WithPar
 // pool's texture and its decoded buffer is let go, an unturned one keeps its buffer.
 TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
   const int turns = GetParam();
-  const auto path = testsupport::makeClip("turned-" + std::to_string(turns),
-                                          {.width = 48, .height = 64, .quarterTurns = turns, .audio = ClipAudio::none});
-  ASSERT_EQ(testsupport::displayQuarterTurns(path), turns);
-  EditState edit;
-  edit.exposure = -2;
-  renderer->updateEditState(edit);
+  const auto path = makeClip("turned-" + std::to_string(turns),
+                             {.width = 48, .height = 64, .quarterTurns = turns, .audio = ClipAudio::none});
+  ASSERT_EQ(displayQuarterTurns(path), turns);
+  renderer->updateEditState(exposure(-2));
   const auto first = showFirstFrame(path);
   ASSERT_TRUE(first);
   EXPECT_EQ(renderer->trackQuarterTurns(), turns);
   EXPECT_EQ(renderer->videoNaturalSize(), (MediaSize{48, 64}));
-  EXPECT_EQ(first->width(), 48u);
-  EXPECT_EQ(first->height(), 64u);
+  EXPECT_EQ(std::pair(first->width(), first->height()), std::pair(48u, 64u));
   const auto frame = readBackFrame(first);
-  EXPECT_TRUE(testsupport::showsUprightQuadrants(frame));
-  EXPECT_EQ(testsupport::frameNumber(frame), 0);
+  EXPECT_TRUE(showsUprightQuadrants(frame));
+  EXPECT_EQ(frameNumber(frame), 0);
   EXPECT_EQ(renderer->orientedTexture(), turns ? renderer->lastSourceTexture() : nullptr);
   EXPECT_EQ(bool(renderer->lastSourcePixelBuffer()), turns == 0);
 }
@@ -121,50 +122,46 @@ INSTANTIATE_TEST_SUITE_P(QuarterTurns, VideoOrientationTest, ::testing::Values(0
 // between two ticks give one redraw, with the last.
 TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheLast) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
-  EXPECT_EQ(redrawsAfter([&] { for (int i = 0; i < 3; ++i) tick(); }), 0) << "a paused player brings no frame";
-  const double unedited = testsupport::meanLevel(presenter->lastFrame());
-  EditState bright, dark;
-  bright.exposure = 3;
-  dark.exposure = -3;
+  EXPECT_EQ(redrawsAfter([&] { ticks(3); }), 0) << "a paused player brings no frame";
+  const double unedited = meanLevel(presenter->lastFrame());
   EXPECT_EQ(redrawsAfter([&] {
-              renderer->updateEditState(bright);
-              renderer->updateEditState(dark);
-            }), 0) << "nothing is drawn before the tick";
+              renderer->updateEditState(exposure(3));
+              renderer->updateEditState(exposure(-3));
+            }),
+            0)
+      << "nothing is drawn before the tick";
   EXPECT_TRUE(renderer->previewIsDirty());
-  EXPECT_EQ(redrawsAfter([&] { for (int i = 0; i < 3; ++i) tick(); }), 1);
+  EXPECT_EQ(redrawsAfter([&] { ticks(3); }), 1);
   EXPECT_FALSE(renderer->previewIsDirty());
-  EXPECT_LT(testsupport::meanLevel(presenter->lastFrame()), unedited * 0.5);
+  EXPECT_LT(meanLevel(presenter->lastFrame()), unedited * 0.5);
   EXPECT_EQ(renderer->player().rate(), 0.0f);
   EXPECT_DOUBLE_EQ(playerSeconds(), 0.0);
 }
 
 TEST_F(VideoPlaybackTest, StatesBeforeTheFirstFrameWaitForItAndTheLatestIsDrawn) {
-  EditState bright, dark;
-  bright.exposure = 3;
-  dark.exposure = -3;
-  renderer->updateEditState(bright);
-  renderer->updateEditState(dark);
-  for (int i = 0; i < 3; ++i) tick();
+  renderer->updateEditState(exposure(3));
+  renderer->updateEditState(exposure(-3));
+  ticks(3);
   EXPECT_TRUE(renderer->previewIsDirty());
   ASSERT_TRUE(showFirstFrame(plainClip()));
   settleGpu();
   ASSERT_GE(presenter->count(), 1);
   // The letterboxed 64x48 picture at exposure -3 is near black all over.
-  EXPECT_LT(testsupport::meanLevel(presenter->lastFrame()), 30);
+  EXPECT_LT(meanLevel(presenter->lastFrame()), 30);
 }
 
 TEST_F(VideoPlaybackTest, ADrawableWithoutSizeKeepsTheFramePending) {
   view->setDrawableSize({0, 0});
-  renderer->loadAsset(platform::media::Asset::make(plainClip()));
-  ASSERT_TRUE(pumpUntil(*queue, [&] { return renderer->trackPropertiesLoaded(); }));
+  renderer->loadAsset(Asset::make(plainClip()));
+  ASSERT_TRUE(pumpUntil([&] { return renderer->trackPropertiesLoaded(); }));
   // An exact seek completes once its frame is decoded: from then on a frame is due.
   bool frameReady = false;
   renderer->player().seek(platform::media::MediaTime::zero(), [&](bool) { frameReady = true; });
-  ASSERT_TRUE(pumpUntil(*queue, [&] { return frameReady; }));
-  for (int i = 0; i < 5; ++i) tick();
+  ASSERT_TRUE(pumpUntil([&] { return frameReady; }));
+  ticks(5);
   EXPECT_FALSE(renderer->lastSourceTexture());
   view->setDrawableSize({64, 64});
-  ASSERT_TRUE(pumpUntil(*queue, [&] { return tick(), renderer->lastSourceTexture() != nullptr; }));
+  ASSERT_TRUE(pumpUntil([&] { return tick(), renderer->lastSourceTexture() != nullptr; }));
 }
 
 // The item's end seeks back to the trim start (0 without one) and plays on.
@@ -185,8 +182,7 @@ TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToTheTrimStartWithoutStopping) {
 TEST_F(VideoPlaybackTest, TheTrimBoundaryLoopsToTheTrimStart) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
   EditState trim;
-  trim.trimStart = 0.2;
-  trim.trimEnd = 0.6;
+  trim.trimStart = 0.2, trim.trimEnd = 0.6;
   renderer->updateEditState(trim);
   renderer->applyTrimRange(trim);
   ASSERT_TRUE(playerReachesSeconds(0.2));

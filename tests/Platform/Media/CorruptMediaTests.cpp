@@ -5,10 +5,7 @@
 // be made again.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "ImageCodecTestSupport.h"
 #include "Platform/Media/Asset.h"
@@ -20,27 +17,7 @@ namespace {
 
 using test::mediaPath;
 
-std::uint64_t checksum(const std::vector<std::uint8_t>& bytes) {
-  std::uint64_t hash = 14695981039346656037ull;  // FNV-1a
-  for (const std::uint8_t byte : bytes) hash = (hash ^ byte) * 1099511628211ull;
-  return hash;
-}
-
-bool isVideo(const std::filesystem::path& path) {
-  std::string extension = path.extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
-  return extension == ".mov" || extension == ".mp4";
-}
-
-bool isSample(const std::filesystem::path& path) {
-  const std::string name = path.filename().string();
-  return !name.starts_with("LICENSE") && path.extension() != ".md" && path.extension() != ".markdown";
-}
-
-struct Variant {
-  std::string name;
-  std::vector<std::uint8_t> bytes;
-};
+using Variant = std::pair<std::string, test::Bytes>;  // a name and the damaged bytes
 
 // Cuts at a few places (inside the header, and at a quarter, a half and three
 // quarters), and three copies with a handful of bytes flipped: some near the start,
@@ -56,7 +33,7 @@ std::vector<Variant> damaged(const std::vector<std::uint8_t>& original, std::mt1
     const std::size_t head = std::min<std::size_t>(original.size(), 4096);
     for (int flip = 0; flip < 12; ++flip) {
       const std::size_t range = flip % 2 ? original.size() : head;
-      variant.bytes[std::uniform_int_distribution<std::size_t>(0, range - 1)(random)] ^=
+      variant.second[std::uniform_int_distribution<std::size_t>(0, range - 1)(random)] ^=
           static_cast<std::uint8_t>(1 + random() % 255);
     }
     variants.push_back(std::move(variant));
@@ -70,13 +47,13 @@ void expectDecodedOrRefused(const std::filesystem::path& file, bool asItStands) 
   auto result = decodeImageFile(file);
   if (result) {
     EXPECT_FALSE(result->isEmpty());
-    EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * static_cast<std::size_t>(result->height));
-  } else {
-    EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
-    const auto kind = result.error().kind;
-    if (asItStands) {
-      EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
-    }
+    EXPECT_EQ(result->pixels.size(), result->bytesPerRow() * result->height);
+    return;
+  }
+  EXPECT_NE(result.error().message.find(file.filename().string()), std::string::npos) << result.error().message;
+  const auto kind = result.error().kind;
+  if (asItStands) {
+    EXPECT_TRUE(kind == ImageError::Kind::corrupt || kind == ImageError::Kind::unsupportedFormat) << toString(kind);
   }
 }
 
@@ -100,25 +77,18 @@ void expectProbedOrRefused(const std::filesystem::path& file) {
   }
   int frames = 0;
   while (frames < 3 && output->copyNextPixelBuffer()) ++frames;
-  if (frames < 3) {
-    EXPECT_NE((*reader)->status(), AssetReaderStatus::reading);
-  }
+  if (frames < 3) { EXPECT_NE((*reader)->status(), AssetReaderStatus::reading); }
 }
 
-void expectHandled(const std::filesystem::path& file, bool asItStands) {
-  if (isVideo(file)) {
-    expectProbedOrRefused(file);
-  } else {
-    expectDecodedOrRefused(file, asItStands);
-  }
-}
-
+// The samples of a folder, sorted, without their licences and notes.
 std::vector<std::filesystem::path> samplesIn(const std::string& folder) {
   std::vector<std::filesystem::path> samples;
-  const auto path = mediaPath(folder);
-  if (!std::filesystem::is_directory(path)) return samples;
-  for (const auto& entry : std::filesystem::directory_iterator(path)) {
-    if (entry.is_regular_file() && isSample(entry.path())) samples.push_back(entry.path());
+  if (!std::filesystem::is_directory(mediaPath(folder))) return samples;
+  for (const auto& entry : std::filesystem::directory_iterator(mediaPath(folder))) {
+    const auto& path = entry.path();
+    const bool note =
+        path.filename().string().starts_with("LICENSE") || path.extension() == ".md" || path.extension() == ".markdown";
+    if (entry.is_regular_file() && !note) samples.push_back(path);
   }
   std::sort(samples.begin(), samples.end());
   return samples;
@@ -133,20 +103,24 @@ TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
   for (const auto& sample : samples) {
     SCOPED_TRACE(sample.filename().string());
     const auto original = test::readBytes(sample);
-    const auto before = checksum(original);
     test::ScratchFolder folder;
     std::vector<Variant> variants = damaged(original, random);
     // The damaged samples of the broken folder are tried as they are too.
     if (std::string(GetParam()) == "broken") variants.push_back({"as it is", original});
-    for (const Variant& variant : variants) {
-      SCOPED_TRACE(variant.name);
+    for (const auto& [name, bytes] : variants) {
+      SCOPED_TRACE(name);
       const auto file = folder / sample.filename().string();
-      test::writeBytes(file, variant.bytes);
-      expectHandled(file, variant.name == "as it is");
+      test::writeBytes(file, bytes);
+      std::string extension = file.extension().string();
+      std::transform(extension.begin(), extension.end(), extension.begin(), ::tolower);
+      if (extension == ".mov" || extension == ".mp4")
+        expectProbedOrRefused(file);
+      else
+        expectDecodedOrRefused(file, name == "as it is");
       EXPECT_EQ(folder.entries(), std::vector<std::string>{sample.filename().string()}) << "a file was left behind";
       std::filesystem::remove(file);
     }
-    EXPECT_EQ(checksum(test::readBytes(sample)), before) << "the sample changed";
+    EXPECT_TRUE(test::readBytes(sample) == original) << "the sample changed";
   }
 }
 

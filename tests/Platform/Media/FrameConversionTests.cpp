@@ -15,37 +15,28 @@ namespace {
 // A planar 4:2:0 frame of one colour; odd sizes take the converter's general path.
 av::FramePtr flatFrame(int width, int height, uint8_t y, uint8_t cb, uint8_t cr, AVColorRange range) {
   av::FramePtr frame = av::makeFrame();
-  frame->format = AV_PIX_FMT_YUV420P;
-  frame->width = width;
-  frame->height = height;
-  frame->color_range = range;
-  frame->colorspace = AVCOL_SPC_BT709;
+  frame->format = AV_PIX_FMT_YUV420P, frame->width = width, frame->height = height;
+  frame->color_range = range, frame->colorspace = AVCOL_SPC_BT709;
   EXPECT_GE(av_frame_get_buffer(frame.get(), 0), 0);
-  std::memset(frame->data[0], y, size_t(frame->linesize[0]) * height);
-  std::memset(frame->data[1], cb, size_t(frame->linesize[1]) * ((height + 1) / 2));
-  std::memset(frame->data[2], cr, size_t(frame->linesize[2]) * ((height + 1) / 2));
+  for (const auto& [plane, value] : {std::pair{0, y}, {1, cb}, {2, cr}})
+    std::memset(frame->data[plane], value, size_t(frame->linesize[plane]) * (plane ? (height + 1) / 2 : height));
   return frame;
 }
 
 // BT.709 from Y'CbCr to 8-bit R'G'B' (blue, green, red order), limited or full range.
 std::array<double, 3> expectedBgr(double y, double cb, double cr, bool full) {
   const double luma = full ? y / 255 : (y - 16) / 219;
-  const double pb = full ? (cb - 128) / 255 : (cb - 128) / 224;
-  const double pr = full ? (cr - 128) / 255 : (cr - 128) / 224;
-  const double r = luma + 1.5748 * pr;
-  const double g = luma - 0.1873 * pb - 0.4681 * pr;
-  const double b = luma + 1.8556 * pb;
+  const double pb = (cb - 128) / (full ? 255 : 224), pr = (cr - 128) / (full ? 255 : 224);
   auto to8 = [](double v) { return std::clamp(v, 0.0, 1.0) * 255; };
-  return {to8(b), to8(g), to8(r)};
+  return {to8(luma + 1.8556 * pb), to8(luma - 0.1873 * pb - 0.4681 * pr), to8(luma + 1.5748 * pr)};
 }
 
 TEST(FrameConversion, ColoursFollowTheRangeOnBothPaths) {
-  struct Case {
-    int width, height;
-    AVColorRange range;
-  };
-  for (const Case& c : {Case{64, 48, AVCOL_RANGE_MPEG}, Case{64, 48, AVCOL_RANGE_JPEG}, Case{63, 47, AVCOL_RANGE_MPEG},
-                        Case{63, 47, AVCOL_RANGE_JPEG}}) {
+  for (int i = 0; i < 4; ++i) {  // even and odd sizes, limited and full range
+    const struct {
+      int width, height;
+      AVColorRange range;
+    } c = {i < 2 ? 64 : 63, i < 2 ? 48 : 47, i % 2 ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG};
     av::BgraConverter converter;
     const auto frame = flatFrame(c.width, c.height, 120, 90, 170, c.range);
     const auto buffer = converter.convert(frame.get(), MediaTime{7, 30});

@@ -2,7 +2,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
 #include <functional>
 
 #include "ImageCodecTestSupport.h"
@@ -11,22 +10,14 @@
 namespace platform::media {
 namespace {
 
-using test::mediaPath;
+using namespace test;
 using Kind = ImageError::Kind;
-using Bytes = std::vector<std::uint8_t>;
-
-Image decodeOrFail(const std::filesystem::path& path) {
-  auto result = decodeImageFile(path);
-  EXPECT_TRUE(result) << path << ": " << (result ? "" : result.error().message);
-  return result ? std::move(result).value() : Image{};
-}
 
 // Every pixel's alpha, and that there are width x height of them.
 void expectOpaqueAndSized(const Image& image) {
   ASSERT_EQ(image.pixels.size(), image.bytesPerRow() * image.height);
-  for (std::size_t i = 3; i < image.pixels.size(); i += 4) {
+  for (std::size_t i = 3; i < image.pixels.size(); i += 4)
     if (image.pixels[i] != 255) FAIL() << "pixel " << i / 4 << " has alpha " << int(image.pixels[i]);
-  }
 }
 
 Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
@@ -41,22 +32,18 @@ TEST(ExifOrientationSamples, DecodeWithTheirOrientationAndLookTheSameOnceUpright
   const auto reference = mediaPath("exif-orientation/Landscape_1.jpg");
   SKIP_IF_MISSING(reference);
   const Image upright = decodeOrFail(reference);
-  const ImageOrientation expected[9] = {ImageOrientation::up,           ImageOrientation::up,
-                                        ImageOrientation::upMirrored,   ImageOrientation::down,
-                                        ImageOrientation::downMirrored, ImageOrientation::leftMirrored,
-                                        ImageOrientation::right,        ImageOrientation::rightMirrored,
-                                        ImageOrientation::left};
+  using enum ImageOrientation;
+  const ImageOrientation expected[9] = {up,           up,    upMirrored,    down, downMirrored,
+                                        leftMirrored, right, rightMirrored, left};
   for (int number = 0; number <= 8; ++number) {
     SCOPED_TRACE("EXIF " + std::to_string(number));
     const Image image = decodeOrFail(mediaPath("exif-orientation/Landscape_" + std::to_string(number) + ".jpg"));
     EXPECT_EQ(image.orientation, expected[number]);
     // Stored sideways for 5 to 8, so that they look landscape once turned.
-    EXPECT_EQ(image.width, number >= 5 ? 1200 : 1800);
-    EXPECT_EQ(image.height, number >= 5 ? 1800 : 1200);
+    EXPECT_EQ(std::pair(image.width, image.height), number >= 5 ? std::pair(1200, 1800) : std::pair(1800, 1200));
     expectOpaqueAndSized(image);
     const Image baked = test::upright(image);
-    ASSERT_EQ(baked.width, upright.width);
-    ASSERT_EQ(baked.height, upright.height);
+    ASSERT_EQ(std::pair(baked.width, baked.height), std::pair(upright.width, upright.height));
     EXPECT_GT(test::psnr(baked, upright), 20.0);
   }
 }
@@ -73,17 +60,10 @@ TEST(ImageOrientationNumbers, MapBothWaysAndOutOfRangeIsUp) {
 
 // ---- Sample photos, damaged ones included ---------------------------------------------
 
-struct PhotoCase {
-  const char* file;
-  int width;  // 0: the size is not checked
-  int height;
-  ImageOrientation orientation;
-  int hasProfile;  // -1: not checked
-  bool opaque;
-};
-
+// File, size (0: not checked), orientation, whether it has a profile (-1: not checked),
+// whether it is opaque.
 TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
-  const PhotoCase cases[] = {
+  const std::tuple<const char*, int, int, ImageOrientation, int, bool> cases[] = {
       // Stored 4032 x 3024 with EXIF orientation 6 and an irot property: libheif turns
       // it while decoding, so it comes out portrait and is reported up.
       {"photo/classic-car.heic", 3024, 4032, ImageOrientation::up, 1, false},
@@ -105,59 +85,34 @@ TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
       {"broken/invalid-exif.jpg", 0, 0, ImageOrientation::up, -1, true},
       {"broken/google_motion_photo_broken.jpg", 1512, 2016, ImageOrientation::left, -1, false},
   };
-  for (const auto& photo : cases) {
-    const auto path = mediaPath(photo.file);
-    SCOPED_TRACE(photo.file);
-    if (!std::filesystem::exists(path)) continue;
-    const Image image = decodeOrFail(path);
-    if (photo.width) {
-      EXPECT_EQ(image.width, photo.width);
-      EXPECT_EQ(image.height, photo.height);
-    }
-    EXPECT_EQ(image.orientation, photo.orientation);
-    if (photo.hasProfile >= 0) {
-      EXPECT_EQ(!image.iccProfile.empty(), photo.hasProfile == 1);
-    }
+  for (const auto& [file, width, height, orientation, hasProfile, opaque] : cases) {
+    SCOPED_TRACE(file);
+    if (!std::filesystem::exists(mediaPath(file))) continue;
+    const Image image = decodeOrFail(mediaPath(file));
+    if (width) { EXPECT_EQ(std::pair(image.width, image.height), std::pair(width, height)); }
+    EXPECT_EQ(image.orientation, orientation);
+    if (hasProfile >= 0) { EXPECT_EQ(!image.iccProfile.empty(), hasProfile == 1); }
     ASSERT_EQ(image.pixels.size(), image.bytesPerRow() * image.height);
-    if (photo.opaque) expectOpaqueAndSized(image);
+    if (opaque) expectOpaqueAndSized(image);
   }
-}
-
-// Whatever else lands in photo/ later must decode too.
-TEST(SamplePhotos, EveryImageInThePhotoFolderDecodes) {
-  const auto folder = mediaPath("photo");
-  SKIP_IF_MISSING(folder);
-  int decoded = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-    const auto name = entry.path().filename().string();
-    if (name.starts_with("LICENSE") || entry.path().extension() == ".md") continue;
-    EXPECT_FALSE(decodeOrFail(entry.path()).isEmpty()) << name;
-    ++decoded;
-  }
-  EXPECT_GE(decoded, 8);
 }
 
 TEST(SamplePhotos, AnimatedWebpIsPremultiplied) {
   const auto path = mediaPath("photo/animated.webp");
   SKIP_IF_MISSING(path);
   const Image image = decodeOrFail(path);
-  for (std::size_t i = 0; i < image.pixels.size(); i += 4) {
-    for (int c = 0; c < 3; ++c) ASSERT_LE(image.pixels[i + c], image.pixels[i + 3]);
-  }
+  for (std::size_t i = 0; i < image.pixels.size(); ++i) ASSERT_LE(image.pixels[i], image.pixels[i | 3]);
 }
 
 TEST(SamplePhotos, TruncatedPngKeepsItsRowsAndShowsTheRestBlack) {
   const auto path = mediaPath("broken/truncated_image.png");
   SKIP_IF_MISSING(path);
   const Image image = decodeOrFail(path);
-  ASSERT_EQ(image.width, 640);
-  ASSERT_EQ(image.height, 480);
+  ASSERT_EQ(std::pair(image.width, image.height), std::pair(640, 480));
   expectOpaqueAndSized(image);
   const auto isBlack = [&](int y) {
-    for (int x = 0; x < image.width; ++x) {
-      const std::uint8_t* p = image.pixel(x, y);
-      if (p[0] || p[1] || p[2]) return false;
-    }
+    for (int x = 0; x < image.width; ++x)
+      if (image.pixel(x, y)[0] || image.pixel(x, y)[1] || image.pixel(x, y)[2]) return false;
     return true;
   };
   EXPECT_FALSE(isBlack(0)) << "the rows before the cut are kept";
@@ -170,9 +125,9 @@ TEST(ImageFormatSniffing, NamesEachFormatByItsBytes) {
       {std::string("\xFF\xD8\xFF\xE0", 4), ImageFormat::jpeg},
       {std::string("\x89PNG\r\n\x1a\n", 8), ImageFormat::png},
       {std::string("RIFF\0\0\0\0WEBPVP8 ", 16), ImageFormat::webp},
-      {std::string("\0\0\0\x18" "ftypheic\0\0\0\0mif1heic", 24), ImageFormat::heif},
-      {std::string("\0\0\0\x18" "ftypmif1\0\0\0\0mif1heic", 24), ImageFormat::heif},
-      {std::string("\0\0\0\x18" "ftypisom\0\0\0\0isomiso2", 24), ImageFormat::unknown},
+      {std::string("\0\0\0\030ftypheic\0\0\0\0mif1heic", 24), ImageFormat::heif},
+      {std::string("\0\0\0\030ftypmif1\0\0\0\0mif1heic", 24), ImageFormat::heif},
+      {std::string("\0\0\0\030ftypisom\0\0\0\0isomiso2", 24), ImageFormat::unknown},
       {"GIF89a", ImageFormat::unknown},
       {"", ImageFormat::unknown},
       {std::string("\xFF\xD8", 2), ImageFormat::unknown},
@@ -206,10 +161,9 @@ Bytes pngClaiming(std::uint32_t width, std::uint32_t height) {
   Bytes png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
   const auto chunk = [&](const char* type, Bytes data) {
     putBigEndian32(png, static_cast<std::uint32_t>(data.size()));
-    Bytes body(type, type + 4);
-    body.insert(body.end(), data.begin(), data.end());
-    png.insert(png.end(), body.begin(), body.end());
-    putBigEndian32(png, crc32(body.data(), body.size()));
+    data.insert(data.begin(), type, type + 4);
+    png.insert(png.end(), data.begin(), data.end());
+    putBigEndian32(png, crc32(data.data(), data.size()));
   };
   Bytes header;
   putBigEndian32(header, width);
@@ -256,16 +210,13 @@ Bytes progressiveJpegWithScans(int scans) {
   jpeg.insert(jpeg.end(), {0xFF, 0xC4, 0x00, 0x14, 0x00, 1});
   jpeg.insert(jpeg.end(), 15, 0);
   jpeg.push_back(0);
-  for (int scan = 0; scan < scans; ++scan) jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0x00, 0x08, 1, 1, 0x00, 0, 0, 0x00, 0x7F});
+  for (int scan = 0; scan < scans; ++scan)
+    jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0x00, 0x08, 1, 1, 0x00, 0, 0, 0x00, 0x7F});
   jpeg.insert(jpeg.end(), {0xFF, 0xD9});
   return jpeg;
 }
 
-TEST(ImageDecode, AFewProgressiveScansDecode) {
-  auto few = decodeImage(progressiveJpegWithScans(3));
-  ASSERT_TRUE(few) << few.error().message;
-  EXPECT_EQ(few->width, 8);
-}
+TEST(ImageDecode, AFewProgressiveScansDecode) { EXPECT_EQ(decodeBytes(progressiveJpegWithScans(3)).width, 8); }
 
 // ---- What is refused, and how it is said -----------------------------------------------
 
@@ -273,7 +224,7 @@ struct RefusalCase {
   const char* name;
   std::function<platform::Expected<Image, ImageError>(const test::ScratchFolder&)> decode;
   Kind kind;
-  const char* inMessage;  // "": only that there is a message
+  const char* inMessage;         // "": only that there is a message
   const char* sample = nullptr;  // the case is skipped when this sample is missing
 };
 
@@ -288,7 +239,8 @@ TEST(ImageDecodeErrors, EachRefusalHasItsKindAndSaysWhy) {
   const RefusalCase cases[] = {
       {"empty file", file("empty.jpg", {}), Kind::unsupportedFormat, "0 bytes"},
       {"empty file's name", file("empty.jpg", {}), Kind::unsupportedFormat, "empty.jpg"},
-      {"text named .jpg", file("note.jpg", bytesOf("This is not a photo, only a note that was given the wrong name.\n")),
+      {"text named .jpg",
+       file("note.jpg", bytesOf("This is not a photo, only a note that was given the wrong name.\n")),
        Kind::unsupportedFormat, "not a JPEG, PNG, HEIF or WebP image"},
       {"missing file", [](const auto& folder) { return decodeImageFile(folder / "nothing-here.png"); },
        Kind::fileNotFound, "nothing-here.png"},
@@ -341,7 +293,7 @@ std::uint64_t peakAddressSpace() {
 // of a few kilobytes. Run in a child so that the peak starts from here.
 TEST(ImageDecodeErrors, HugeClaimsNeedNoLargeAllocation) {
   std::vector<std::pair<Bytes, Kind>> cases = {{pngClaiming(100000, 100000), Kind::tooLarge},
-                                              {jpegClaiming(65000, 65000), Kind::tooLarge}};
+                                               {jpegClaiming(65000, 65000), Kind::tooLarge}};
   for (const char* type : {"tEXt", "zTXt", "iTXt", "sPLT", "iCCP", "eXIf", "juNK", "bKGD"})
     cases.emplace_back(pngWithHugeChunk(type), Kind::corrupt);
   const pid_t child = fork();

@@ -4,26 +4,17 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <cmath>
 #include <functional>
-#include <string_view>
 
 #include "ImageCodecTestSupport.h"
-#include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageEncoder.h"
 
 namespace platform::media {
 namespace {
 
-using test::mediaPath;
+using namespace test;
 using Kind = ImageError::Kind;
 namespace fs = std::filesystem;
-
-Image decodeBytes(const std::vector<std::uint8_t>& bytes) {
-  auto result = decodeImage(bytes);
-  EXPECT_TRUE(result) << (result ? "" : result.error().message);
-  return result ? std::move(result).value() : Image{};
-}
 
 std::size_t countOccurrences(const std::vector<std::uint8_t>& bytes, std::string_view needle) {
   std::size_t count = 0;
@@ -43,21 +34,15 @@ TEST(JpegQuality, MapsZeroToOneOntoLibjpegScaleWithItsFloor) {
 TEST(JpegWriting, Quality95KeepsOrientationAndReachesForty_dB) {
   const auto path = mediaPath("exif-orientation/Landscape_1.jpg");
   SKIP_IF_MISSING(path);
-  auto source = decodeImageFile(path);
-  ASSERT_TRUE(source);
-  Image image = std::move(source).value();
+  Image image = decodeOrFail(path);
   image.orientation = ImageOrientation::right;
-  test::ScratchFolder folder;
+  ScratchFolder folder;
   auto written = writeJPEG(image, folder / "out.jpg", 0.95);
   ASSERT_TRUE(written) << written.error().message;
-  auto back = decodeImageFile(folder / "out.jpg");
-  ASSERT_TRUE(back) << back.error().message;
-  EXPECT_EQ(back->orientation, ImageOrientation::right);
-  EXPECT_EQ(back->width, image.width);
-  EXPECT_EQ(back->height, image.height);
-  const double quality = test::psnr(*back, image);
-  EXPECT_GE(quality, 40.0);
-  RecordProperty("psnr_dB", std::to_string(quality));
+  const Image back = decodeOrFail(folder / "out.jpg");
+  EXPECT_EQ(back.orientation, ImageOrientation::right);
+  EXPECT_EQ(std::pair(back.width, back.height), std::pair(image.width, image.height));
+  EXPECT_GE(psnr(back, image), 40.0);
 }
 
 TEST(JpegWriting, EveryOrientationRoundTripsAsOneApp1ExifSegment) {
@@ -99,10 +84,10 @@ TEST(JpegWriting, PaddedRowsGiveTheSameFileAsTightRows) {
   const Image image = test::patternImage(33, 17);
   const std::size_t stride = image.bytesPerRow() + 12;
   std::vector<std::uint8_t> padded(stride * image.height, 0xAB);
-  for (int y = 0; y < image.height; ++y) std::copy_n(image.pixel(0, y), image.bytesPerRow(), padded.data() + y * stride);
+  for (int y = 0; y < image.height; ++y)
+    std::copy_n(image.pixel(0, y), image.bytesPerRow(), padded.data() + y * stride);
   BgraView view = image.view();
-  view.pixels = padded.data();
-  view.bytesPerRow = stride;
+  view.pixels = padded.data(), view.bytesPerRow = stride;
   auto fromView = encodeJPEG(view, 0.8);
   auto fromImage = encodeJPEG(image, 0.8);
   ASSERT_TRUE(fromView && fromImage);
@@ -122,12 +107,10 @@ TEST(ImageEncoding, RefusesWhatCannotBeEncoded) {
   BgraView shortRows = image.view();
   shortRows.bytesPerRow = 16;
   for (const BgraView& view : {Image{}.view(), shortRows}) {
-    auto jpeg = encodeJPEG(view, 0.85);
-    auto png = encodePNG(view);
-    ASSERT_FALSE(jpeg);
-    ASSERT_FALSE(png);
-    EXPECT_EQ(jpeg.error().kind, Kind::invalidArgument);
-    EXPECT_EQ(png.error().kind, Kind::invalidArgument);
+    for (auto encoded : {encodeJPEG(view, 0.85), encodePNG(view)}) {
+      ASSERT_FALSE(encoded);
+      EXPECT_EQ(encoded.error().kind, Kind::invalidArgument);
+    }
   }
 }
 
@@ -140,12 +123,10 @@ TEST(PngWriting, RoundTripsExactlyInPremultipliedForm) {
   for (int x = 0; x < 256; ++x) {
     for (int y = 0; y < 3; ++y) {
       std::uint8_t* p = ramp.pixel(x, y);
-      p[0] = static_cast<std::uint8_t>(x * y / 2);  // 0, half, all of alpha
-      p[1] = static_cast<std::uint8_t>(x / 3);
-      p[2] = p[3] = static_cast<std::uint8_t>(x);
+      p[0] = std::uint8_t(x * y / 2), p[1] = std::uint8_t(x / 3), p[2] = p[3] = std::uint8_t(x);  // alpha 0, half, all
     }
   }
-  for (const Image& image : {test::patternImage(97, 41), ramp}) {
+  for (const Image& image : {patternImage(97, 41), ramp}) {
     auto encoded = encodePNG(image);
     ASSERT_TRUE(encoded);
     const Image back = decodeBytes(*encoded);
@@ -157,9 +138,7 @@ TEST(PngWriting, RoundTripsExactlyInPremultipliedForm) {
 TEST(PngWriting, ProfileAndOrientationRoundTrip) {
   const auto path = mediaPath("livephoto/IMG_7943.HEIC");
   SKIP_IF_MISSING(path);
-  auto source = decodeImageFile(path);
-  ASSERT_TRUE(source);
-  Image image = std::move(source).value();
+  Image image = decodeOrFail(path);
   ASSERT_FALSE(image.iccProfile.empty());
   image.orientation = ImageOrientation::leftMirrored;
   auto encoded = encodePNG(image);
@@ -193,47 +172,33 @@ TEST(ImageWriting, WritesCompleteFilesAndLeavesNoTemporaries) {
 // A missing or read-only folder, or a folder at the target: a writeFailed error that
 // names the reason, and the folder as it was.
 TEST(ImageWriting, AFailedWriteLeavesEverythingAsItWas) {
-  struct Case {
-    const char* name;
-    std::function<fs::path(const test::ScratchFolder&, const char* file)> target;
-    const char* inMessage;
-  };
-  const Case cases[] = {
-      {"missing folder", [](const auto& folder, const char* file) { return folder / "no-such-folder" / file; },
-       "does not exist"},
-      {"folder at the target",
-       [](const auto& folder, const char* file) {
-         fs::create_directory(folder / file);
-         return folder / file;
-       },
-       ""},
-      {"read-only folder",
-       [](const auto& folder, const char* file) {
-         fs::create_directory(folder / "locked");
-         fs::permissions(folder / "locked", fs::perms::owner_read | fs::perms::owner_exec);
-         return folder / "locked" / file;
-       },
-       ""},
-  };
+  // The case, the target's subfolder ("": the scratch folder itself), the text expected.
+  const std::tuple<std::string, const char*, const char*> cases[] = {
+      {"missing folder", "no-such-folder", "does not exist"},
+      {"folder at the target", "", ""},
+      {"read-only folder", "locked", ""}};
   for (const auto& [file, write] : kWriters) {
-    for (const auto& c : cases) {
-      SCOPED_TRACE(std::string(c.name) + ", " + file);
-      if (std::string_view(c.name) == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
+    for (const auto& [name, subfolder, inMessage] : cases) {
+      SCOPED_TRACE(name + ", " + file);
+      if (name == "read-only folder" && geteuid() == 0) continue;  // root writes anyway
       test::ScratchFolder folder;
-      const fs::path target = c.target(folder, file);
+      const fs::path target = folder / subfolder / file;
+      if (name == "folder at the target") fs::create_directory(target);
+      if (name == "read-only folder") {
+        fs::create_directory(target.parent_path());
+        fs::permissions(target.parent_path(), fs::perms::owner_read | fs::perms::owner_exec);
+      }
       const auto before = folder.entries();
       auto result = write(test::patternImage(16, 16), target);
       std::error_code ignored;  // the locked folder is opened again for the clean-up
       fs::permissions(target.parent_path(), fs::perms::owner_all, fs::perm_options::add, ignored);
       ASSERT_FALSE(result);
       EXPECT_EQ(result.error().kind, Kind::writeFailed);
-      EXPECT_NE(result.error().message.find(c.inMessage), std::string::npos) << result.error().message;
+      EXPECT_NE(result.error().message.find(inMessage), std::string::npos) << result.error().message;
       EXPECT_NE(result.error().message.find(target.parent_path().filename().string()), std::string::npos);
       EXPECT_EQ(folder.entries(), before);
-      EXPECT_EQ(fs::is_directory(target), std::string_view(c.name) == "folder at the target");
-      if (target.parent_path() != folder.path() && fs::exists(target.parent_path())) {
-        EXPECT_TRUE(fs::is_empty(target.parent_path()));
-      }
+      EXPECT_EQ(fs::is_directory(target), name == "folder at the target");
+      if (*subfolder && fs::exists(target.parent_path())) { EXPECT_TRUE(fs::is_empty(target.parent_path())); }
     }
   }
 }
@@ -251,7 +216,8 @@ TEST(ImageWriting, FullDiskFailsAndLeavesNothing) {
     if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(3);
     auto png = writePNG(image, folder / "sheet.png");
     auto jpeg = writeJPEG(image, folder / "photo.jpg", 1.0);
-    const bool failed = !png && png.error().kind == Kind::writeFailed && !jpeg && jpeg.error().kind == Kind::writeFailed;
+    const bool failed =
+        !png && png.error().kind == Kind::writeFailed && !jpeg && jpeg.error().kind == Kind::writeFailed;
     _exit(failed ? 0 : 1);
   }
   int status = 0;

@@ -5,19 +5,15 @@
 
 #include <atomic>
 #include <cmath>
-#include <functional>
-#include <memory>
-#include <mutex>
-#include <utility>
-#include <vector>
 
-#include "Support/TestClips.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Dispatch/NotificationCenter.h"
 #include "Platform/Media/Player.h"
+#include "Support/TestClips.h"
 
 using namespace platform::media;
+using namespace testsupport;
 using platform::dispatch::MainQueue;
 using platform::dispatch::ManualMainQueue;
 using platform::dispatch::Notification;
@@ -31,8 +27,7 @@ class RecordingSink final : public AudioSink {
   explicit RecordingSink(std::function<double()> clock) : clock_(std::move(clock)) {}
   bool open(int sampleRate, int channels) override {
     std::lock_guard lock(mutex);
-    this->sampleRate = sampleRate;
-    this->channels = channels;
+    this->sampleRate = sampleRate, this->channels = channels;
     return true;
   }
   void close() override {}
@@ -57,50 +52,53 @@ class RecordingSink final : public AudioSink {
 
 class MediaVideoPlayer : public ::testing::Test {
  protected:
-  void SetUp() override {
-    queue = std::make_shared<ManualMainQueue>();
-    MainQueue::setShared(queue);
-  }
+  void SetUp() override { MainQueue::setShared(queue); }
   void TearDown() override {
     if (endObserver) NotificationCenter::defaultCenter().removeObserver(endObserver);
     player.reset();
     MainQueue::setShared(nullptr);
   }
 
-  void makePlayer(std::shared_ptr<AudioSink> sink = nullptr) {
+  // A player with the sink (a silent one by default) and the clip loaded.
+  void start(const std::string& path = makeClip("basic", {}), std::shared_ptr<AudioSink> sink = nullptr) {
     if (!sink) sink = std::make_shared<SilentAudioSink>([this] { return now.load(); });
     player = std::make_unique<Player>(sink);
     player->setActionAtItemEnd(ActionAtItemEnd::none);
+    load(path);
   }
-
   void load(const std::string& path) {
     output = std::make_shared<PlayerItemVideoOutput>();
     item = PlayerItem::make(Asset::make(path));
     item->addOutput(output);
     player->replaceCurrentItem(item);
-    ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+    ASSERT_TRUE(pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
     ASSERT_EQ(item->status(), PlayerItem::Status::readyToPlay);
   }
 
   // Runs `handler` at each end-of-item notification of the loaded item.
   void onEnd(std::function<void()> handler) {
-    endObserver = NotificationCenter::defaultCenter().addObserver(
-        kPlayerItemDidPlayToEndTimeNotification, item.get(), [handler](const Notification&) { handler(); });
+    endObserver = NotificationCenter::defaultCenter().addObserver(kPlayerItemDidPlayToEndTimeNotification, item.get(),
+                                                                  [handler](const Notification&) { handler(); });
   }
 
-  // The frame due now, waiting (in real time) for the decoder to have it.
   // The frame shown at the clock's time: the test clips run at 30 frames a second, so
   // a frame taken while its successor is also due is not yet the one, however far the
   // decoder has got.
   PixelBuffer frameNow() {
     const MediaTime time = output->itemTime(now.load());
     PixelBuffer frame;
-    testsupport::pumpUntil(*queue, [&] {
-      if (output->hasNewPixelBuffer(time)) frame = output->copyPixelBuffer(time);
-      return frame && frame.presentationTime().seconds() + 1.0 / 30 > time.seconds();
-    }, std::chrono::milliseconds(5000));
+    pumpUntil(
+        *queue,
+        [&] {
+          if (output->hasNewPixelBuffer(time)) frame = output->copyPixelBuffer(time);
+          return frame && frame.presentationTime().seconds() + 1.0 / 30 > time.seconds();
+        },
+        std::chrono::milliseconds(5000));
     return frame;
   }
+  // The number of the frame shown now, -1 without one.
+  int shownNumber(int quarterTurns = 0) { return frameNumber(frameNow(), quarterTurns); }
+  void waitFor(const std::function<bool()>& done) { ASSERT_TRUE(pumpUntil(*queue, done)); }
 
   void seek(MediaTime time) {
     std::optional<bool> finished;
@@ -108,12 +106,12 @@ class MediaVideoPlayer : public ::testing::Test {
       EXPECT_TRUE(queue->isCurrentThread());
       finished = value;
     });
-    ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return finished.has_value(); }));
-    EXPECT_TRUE(*finished);
+    waitFor([&] { return finished.has_value(); });
+    EXPECT_TRUE(finished.value_or(false));
   }
 
   std::atomic<double> now{1000.0};
-  std::shared_ptr<ManualMainQueue> queue;
+  std::shared_ptr<ManualMainQueue> queue = std::make_shared<ManualMainQueue>();
   std::unique_ptr<Player> player;
   std::shared_ptr<PlayerItem> item;
   std::shared_ptr<PlayerItemVideoOutput> output;
@@ -123,12 +121,10 @@ class MediaVideoPlayer : public ::testing::Test {
 }  // namespace
 
 TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   EXPECT_EQ(player->currentTime(), MediaTime::zero());
   PixelBuffer first = frameNow();  // paused at 0: the first frame is due
-  ASSERT_TRUE(first);
-  EXPECT_EQ(testsupport::frameNumber(first), 0);
+  EXPECT_EQ(frameNumber(first), 0);
   EXPECT_EQ(first.presentationTime(), MediaTime::zero());
 
   player->play();
@@ -137,8 +133,7 @@ TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
   for (int n = 1; n < 30; ++n) {
     now = start + n / 30.0 + 0.001;  // just after the frame's time, as a display tick would be
     PixelBuffer frame = frameNow();
-    ASSERT_TRUE(frame) << n;
-    EXPECT_EQ(testsupport::frameNumber(frame), n);
+    EXPECT_EQ(frameNumber(frame), n);
     EXPECT_EQ(frame.presentationTime(), (MediaTime{n, 30}));
   }
   EXPECT_NEAR(player->currentTime().seconds(), 29.0 / 30 + 0.001, 1e-6);
@@ -149,47 +144,36 @@ TEST_F(MediaVideoPlayer, FramesFollowTheClock) {
 }
 
 TEST_F(MediaVideoPlayer, SeekIsExact) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   // Frame 15 lies between the key frames 10 and 20: decoded from 10, 10 to 14 dropped.
   seek(MediaTime{300, 600});
   EXPECT_EQ(player->currentTime(), (MediaTime{300, 600}));
   PixelBuffer frame = frameNow();
-  ASSERT_TRUE(frame);
   EXPECT_EQ(frame.presentationTime(), (MediaTime{15, 30}));
-  EXPECT_EQ(testsupport::frameNumber(frame), 15);
-
+  EXPECT_EQ(frameNumber(frame), 15);
   // Between two frames: the frame shown there, 22, comes first.
   seek(MediaTime::fromSeconds(22.5 / 30, 600));
-  frame = frameNow();
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(testsupport::frameNumber(frame), 22);
-
+  EXPECT_EQ(shownNumber(), 22);
   // Back to the start while playing: frames go on from there.
   player->play();
   seek(MediaTime::zero());
-  frame = frameNow();
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(testsupport::frameNumber(frame), 0);
+  EXPECT_EQ(shownNumber(), 0);
   now = now + 2.0 / 30 + 0.001;
-  frame = frameNow();
-  EXPECT_EQ(testsupport::frameNumber(frame), 2);
+  EXPECT_EQ(shownNumber(), 2);
 }
 
 TEST_F(MediaVideoPlayer, AnOvertakenSeekFinishesFalse) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   std::vector<bool> results;
   player->seek(MediaTime{10, 30}, [&](bool finished) { results.push_back(finished); });
   player->seek(MediaTime{20, 30}, [&](bool finished) { results.push_back(finished); });
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return results.size() == 2; }));
+  waitFor([&] { return results.size() == 2; });
   EXPECT_EQ(results, (std::vector<bool>{false, true}));
-  EXPECT_EQ(testsupport::frameNumber(frameNow()), 20);
+  EXPECT_EQ(shownNumber(), 20);
 }
 
 TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   int ends = 0;
   onEnd([&] {
     EXPECT_TRUE(queue->isCurrentThread());
@@ -200,7 +184,7 @@ TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   queue->runPending();
   EXPECT_EQ(ends, 0);
   now = now + 1.0;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ends == 1; }));
+  waitFor([&] { return ends == 1; });
   EXPECT_EQ(player->rate(), 1.0f);
   // Held at the end: the longer track's, the sound's 1024-sample frames.
   EXPECT_NEAR(player->currentTime().seconds(), item->asset()->loadNow()->duration, 1e-6);
@@ -210,27 +194,23 @@ TEST_F(MediaVideoPlayer, EndOfItemKeepsTheRateWithActionNone) {
   now = now + 0.25;
   EXPECT_NEAR(player->currentTime().seconds(), 0.25, 1e-6);
   now = now + 1.0;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ends == 2; }));
+  waitFor([&] { return ends == 2; });
 }
 
 // A clip without sound ends by its video alone; with the action pause, the rate drops.
 TEST_F(MediaVideoPlayer, AClipWithoutSoundPlaysToItsEndAndPauses) {
-  makePlayer(std::make_shared<RecordingSink>([this] { return now.load(); }));
+  start(makeClip("silent", {.audio = ClipAudio::none}), std::make_shared<RecordingSink>([this] { return now.load(); }));
   player->setActionAtItemEnd(ActionAtItemEnd::pause);
-  testsupport::ClipDescription clip;
-  clip.audio = testsupport::ClipAudio::none;
-  load(testsupport::makeClip("silent", clip));
   bool ended = false;
   onEnd([&] { ended = true; });
   player->play();
   now = now + 3.0;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return ended; }));
+  waitFor([&] { return ended; });
   EXPECT_EQ(player->rate(), 0.0f);
 }
 
 TEST_F(MediaVideoPlayer, BoundaryObserverFiresWhenPlaybackCrossesItsTime) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   int fired = 0;
   const auto token = player->addBoundaryTimeObserver({MediaTime{300, 600}}, [&] {
     EXPECT_TRUE(queue->isCurrentThread());
@@ -242,55 +222,48 @@ TEST_F(MediaVideoPlayer, BoundaryObserverFiresWhenPlaybackCrossesItsTime) {
   player->addBoundaryTimeObserver({MediaTime{300, 600}}, [&] { ++witnessed; });
   player->play();
   now = now + 0.6;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 1; }));
+  waitFor([&] { return witnessed == 1; });
   EXPECT_EQ(fired, 1);
 
   // Seeks (which pass nothing, see the timeline's tests) and playing across it again.
   seek(MediaTime::fromSeconds(0.8));
   seek(MediaTime::fromSeconds(0.2));
   now = now + 0.4;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 2; }));
+  waitFor([&] { return witnessed == 2; });
   EXPECT_EQ(fired, 2);
 
   player->removeTimeObserver(token);
   seek(MediaTime::fromSeconds(0.2));
   now = now + 0.5;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return witnessed == 3; }));
+  waitFor([&] { return witnessed == 3; });
   EXPECT_EQ(fired, 2);
 }
 
 TEST_F(MediaVideoPlayer, ReplacingTheItemStartsTheNewOneAtZero) {
-  makePlayer();
-  load(testsupport::makeClip("basic", {}));
+  start();
   seek(MediaTime{20, 30});
   auto oldOutput = output;
-  const testsupport::ClipDescription clip{
-      .width = 48, .height = 64, .quarterTurns = 1, .audio = testsupport::ClipAudio::none};
-  load(testsupport::makeClip("portrait-silent", clip));
+  load(makeClip("portrait-silent", {.width = 48, .height = 64, .quarterTurns = 1, .audio = ClipAudio::none}));
   EXPECT_EQ(player->currentTime(), MediaTime::zero());
   EXPECT_FALSE(oldOutput->itemTime(now.load()).isValid());
   PixelBuffer frame = frameNow();
-  ASSERT_TRUE(frame);
-  EXPECT_EQ(testsupport::frameNumber(frame, 3), 0);
+  EXPECT_EQ(frameNumber(frame, 3), 0);
   EXPECT_EQ(frame.width(), 64);  // frames come as stored; the engine turns them
 }
 
 TEST_F(MediaVideoPlayer, SoundGoesToTheSinkWithItsVolume) {
   auto sink = std::make_shared<RecordingSink>([this] { return now.load(); });
-  makePlayer(sink);
-  load(testsupport::makeClip("basic", {}));
+  start(makeClip("basic", {}), sink);
   player->setVolume(0.25f);
   EXPECT_EQ(sink->volume.load(), 0.25f);
-  EXPECT_EQ(player->volume(), 0.25f);
   player->play();
   now = now + 0.5;
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] {
+  waitFor([&] {
     std::lock_guard lock(sink->mutex);
     return sink->samples.size() >= 44100 / 4;
-  }));
+  });
   std::lock_guard lock(sink->mutex);
-  EXPECT_EQ(sink->sampleRate, 44100);
-  EXPECT_EQ(sink->channels, 1);
+  EXPECT_EQ(std::pair(sink->sampleRate, sink->channels), std::pair(44100, 1));
   float peak = 0;
   // The first quarter second: the clip's last AAC frame ends in the coder's own tail.
   for (std::size_t i = 0; i < 44100 / 4; ++i) peak = std::max(peak, std::fabs(sink->samples[i]));
@@ -298,10 +271,10 @@ TEST_F(MediaVideoPlayer, SoundGoesToTheSinkWithItsVolume) {
 }
 
 TEST_F(MediaVideoPlayer, AMissingFileFailsTheItem) {
-  makePlayer();
-  item = PlayerItem::make(Asset::make(testsupport::temporaryFolder() + "/missing.mov"));
+  player = std::make_unique<Player>(std::make_shared<SilentAudioSink>([this] { return now.load(); }));
+  item = PlayerItem::make(Asset::make(temporaryFolder() + "/missing.mov"));
   player->replaceCurrentItem(item);
-  ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return item->status() != PlayerItem::Status::unknown; }));
+  waitFor([&] { return item->status() != PlayerItem::Status::unknown; });
   EXPECT_EQ(item->status(), PlayerItem::Status::failed);
   ASSERT_TRUE(item->error().has_value());
   EXPECT_EQ(item->error()->code, MediaError::Code::openFailed);
@@ -311,11 +284,10 @@ TEST_F(MediaVideoPlayer, RealClipsPlayToTheirEnd) {
   for (const char* file : {"video/sideways_movie.mov", "video/ios9.mov", "video/with-gps.mov", "video/train.mov",
                            "video/max-heromode.mp4", "video/video_rotate.mp4", "livephoto/IMG_7943_HEVC.MOV"}) {
     SCOPED_TRACE(file);
-    const std::string path = testsupport::sample(file);
+    const std::string path = sample(file);
     if (path.empty()) continue;
     if (endObserver) NotificationCenter::defaultCenter().removeObserver(std::exchange(endObserver, 0));
-    makePlayer();
-    load(path);
+    start(path);
     bool ended = false;
     onEnd([&] { ended = true; });
     player->play();
@@ -325,7 +297,8 @@ TEST_F(MediaVideoPlayer, RealClipsPlayToTheirEnd) {
     while (!ended) {
       now = now + 0.1;
       const MediaTime time = output->itemTime(now.load());
-      testsupport::pumpUntil(*queue, [&] { return output->hasNewPixelBuffer(time) || ended; }, std::chrono::milliseconds(2000));
+      pumpUntil(
+          *queue, [&] { return output->hasNewPixelBuffer(time) || ended; }, std::chrono::milliseconds(2000));
       if (PixelBuffer frame = output->copyPixelBuffer(time)) {
         ++frames;
         EXPECT_GT(frame.presentationTime(), last);

@@ -1,8 +1,8 @@
 // The player's time arithmetic on a clock the test sets: where the time stands, when it
 // holds, and what playback passes.
-#include "Platform/Media/PlaybackTimeline.h"
-
 #include <gtest/gtest.h>
+
+#include "Platform/Media/PlaybackTimeline.h"
 
 namespace platform::media {
 namespace {
@@ -19,16 +19,10 @@ PlaybackTimeline playing(float rate = 1) {
 }
 
 TEST(PlaybackTimeline, TimeFollowsTheClockAtTheRateWithinTheItem) {
-  struct Case {
-    float rate;
-    double clock;
-    double expected;
-  };
-  for (const Case c : {Case{1, 100.5, 0.5}, Case{2, 100.5, 1.0}, Case{0.5, 101, 0.5}, Case{1, 105, 2.0},
-                       Case{1, 99, 0.0}, Case{-1, 101, 0.0}, Case{0, 101, 0.0}}) {
-    PlaybackTimeline timeline = playing(c.rate);
-    EXPECT_NEAR(timeline.timeAt(c.clock).seconds(), c.expected, 1e-9) << c.rate << " at " << c.clock;
-  }
+  const std::tuple<float, double, double> cases[] = {{1, 100.5, 0.5}, {2, 100.5, 1.0}, {0.5, 101, 0.5}, {1, 105, 2.0},
+                                                     {1, 99, 0.0},    {-1, 101, 0.0},  {0, 101, 0.0}};
+  for (const auto& [rate, clock, expected] : cases)
+    EXPECT_NEAR(playing(rate).timeAt(clock).seconds(), expected, 1e-9) << rate << " at " << clock;
 }
 
 TEST(PlaybackTimeline, HoldsWhileLoadingSeekingOrPaused) {
