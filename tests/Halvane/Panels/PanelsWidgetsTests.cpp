@@ -214,9 +214,8 @@ TEST(ToolStripView, PhotoShowsFourButtonsInOrderWithoutGaps) {
   for (MediaTool tool : kAllMediaTools)
     if (strip.toolButton(tool)->isVisible()) shown.push_back(strip.toolButton(tool));
   ASSERT_EQ(shown.size(), 4u);
-  EXPECT_EQ(shown.front()->tool(), MediaTool::transform);
-  EXPECT_EQ(shown.back()->tool(), MediaTool::focus);
-  EXPECT_EQ(shown.front()->x(), 16);
+  EXPECT_EQ(std::tuple(shown.front()->tool(), shown.back()->tool(), shown.front()->x()),
+            std::tuple(MediaTool::transform, MediaTool::focus, 16));
   for (size_t i = 1; i < shown.size(); ++i) EXPECT_EQ(shown[i]->x(), shown[i - 1]->geometry().right() + 1 + 12);
   EXPECT_EQ(strip.scrollView()->widget()->width(), 16 + 4 * 82 + 3 * 12 + 16);
   strip.setVideoToolsVisible(true);
