@@ -23,18 +23,14 @@ using dispatch::FrameRateRange;
 
 TEST(RefreshesPerFrame, ChoosesTheWholeFractionOfTheScreenRateThatFitsTheRange) {
   const std::tuple<double, FrameRateRange, int> cases[] = {
-      {60, {30, 120, 60}, 1},   // the photo preview on a common screen
-      {120, {30, 120, 60}, 2},  // ... and on a fast one
-      {144, {30, 120, 60}, 2},  // 72 and 48 are as close to 60: the faster wins
-      {60, {24, 60, 30}, 2},    // the video preview
-      {120, {24, 60, 30}, 4},
-      {75, {24, 60, 30}, 3},    // 25 is closer to 30 than 37.5
-      {50, {24, 60, 30}, 2},
-      {60, {10, 15, 15}, 4},    // the trim playback line
-      {60, {}, 1},              // no wish: every refresh
-      {144, {0, 60, 0}, 3},     // no preference: as fast as the range allows
-      {60, {90, 120, 0}, 1},    // nothing fits: the screen's own rate
-      {30, {0, 0, 240}, 1},
+      {60, {30, 120, 60}, 1}, {120, {30, 120, 60}, 2},  // the photo preview on a common screen and a fast one
+      {144, {30, 120, 60}, 2},                         // 72 and 48 are as close to 60: the faster wins
+      {60, {24, 60, 30}, 2},  {120, {24, 60, 30}, 4},  // the video preview
+      {50, {24, 60, 30}, 2},  {75, {24, 60, 30}, 3},   // at 75 Hz 25 is closer to 30 than 37.5
+      {60, {10, 15, 15}, 4},                           // the trim playback line
+      {60, {}, 1},                                     // no wish: every refresh
+      {144, {0, 60, 0}, 3},                            // no preference: as fast as the range allows
+      {60, {90, 120, 0}, 1},  {30, {0, 0, 240}, 1},    // nothing fits: the screen's own rate
   };
   for (const auto& [screen, range, expected] : cases)
     EXPECT_EQ(refreshesPerFrame(screen, range), expected)
