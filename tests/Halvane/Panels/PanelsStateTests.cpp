@@ -115,7 +115,7 @@ TEST(AdjustRuler, DotsAndTheMark) {
     EXPECT_EQ(dots.dots[1].radius, AdjustRuler::kSmallDotRadius);
     EXPECT_NEAR(dots.dots.back().x, (max - min) * 80.0, 1e-9);
     ASSERT_EQ(dots.mark.has_value(), !std::isnan(markX));
-    if (dots.mark) EXPECT_NEAR(dots.mark->x, markX, 1e-4);
+    if (dots.mark) { EXPECT_NEAR(dots.mark->x, markX, 1e-4); }
   }
 }
 
