@@ -73,15 +73,13 @@ TEST_F(ExportFlowTest, WithoutAHostAPhotoGoesToTheShareSheetAsAJpegBelowMaxQuali
   EXPECT_EQ(std::get<std::filesystem::path>(screen->shared[0]), jpeg);
   EXPECT_TRUE(session->isExporting());
   screen->shareCompletions[0]();
-  EXPECT_FALSE(session->isExporting());
-  EXPECT_FALSE(std::filesystem::exists(jpeg));
+  EXPECT_FALSE(session->isExporting() || std::filesystem::exists(jpeg));
 
   // A JPEG that could not be written: the picture itself is offered, no alert.
   session->shareTapped();
   photoExport->renders[1](makeImage(8, 6));
   photoExport->writes[1](std::nullopt);
-  EXPECT_TRUE(std::holds_alternative<platform::media::Image>(screen->shared[1]));
-  EXPECT_TRUE(screen->alerts.empty());
+  EXPECT_TRUE(std::holds_alternative<platform::media::Image>(screen->shared[1]) && screen->alerts.empty());
 }
 
 TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
@@ -210,8 +208,7 @@ TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredO
   EXPECT_FALSE(std::filesystem::exists(first));
   session->setDelegate(delegate);
   const auto third = exportOnce();
-  EXPECT_FALSE(std::filesystem::exists(second));
-  EXPECT_TRUE(session->tempFiles().isDelivered(third));
+  EXPECT_TRUE(!std::filesystem::exists(second) && session->tempFiles().isDelivered(third));
   session->viewWillDisappear(true);
   session.reset();
   EXPECT_TRUE(std::filesystem::exists(third) && !std::filesystem::exists(source));

@@ -94,8 +94,7 @@ TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
     SCOPED_TRACE(name);
     auto session = video ? openVideo(tempFolder / "clip.mov") : openPhoto();
     session->toolSelected(tool);
-    EXPECT_FALSE(session->isToolActive());
-    EXPECT_TRUE(delegate->calls.empty() && panelHidden(tool) && toolStrip->interactive);
+    EXPECT_TRUE(!session->isToolActive() && delegate->calls.empty() && panelHidden(tool) && toolStrip->interactive);
   }
 }
 
@@ -115,11 +114,9 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothingAndInterru
   session->enterFilterTool();           // interrupts the exit
   ASSERT_EQ(screen->transitions.size(), 3u);
   EXPECT_FALSE(screen->transitions[0]->running || screen->transitions[1]->running);
-  EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::filter));
+  EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden || panelHidden(MediaTool::filter));
   screen->transitions[2]->end(true);  // the last one decides
-  EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::filter));
+  EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden && !panelHidden(MediaTool::filter));
   EXPECT_EQ(panelAlpha(MediaTool::filter), 1);
 }
 
@@ -189,8 +186,7 @@ TEST_F(ToolSessionTest, AHostMayLetGoOfTheSessionInsideItsCall) {
     std::weak_ptr<EditorSession> weak = session;
     delegate->onFinishOrClose = [&session] { session.reset(); };
     action(*session);
-    EXPECT_TRUE(weak.expired());
-    EXPECT_FALSE(topBar->hidden || toolStrip->hidden);
+    EXPECT_TRUE(weak.expired() && !topBar->hidden && !toolStrip->hidden);
   }
   delegate->onFinishOrClose = nullptr;
 }
