@@ -38,44 +38,33 @@ namespace {
 const auto* const kApplication =
     ::testing::AddGlobalTestEnvironment(new halvane::testing::QtApplicationEnvironment<QApplication>);
 
-// The main queue and display links, and one engine for every test.
-class EditorEnvironment : public ::testing::Environment {
- public:
-  void SetUp() override {
+// Waits for what the event loop brings; the bound guards against a hang and measures nothing.
+constexpr int kHang = 30'000;
+
+class MediaViewControllerTest : public ::testing::Test {
+ protected:
+  // The main queue and display links, and one engine for every test.
+  static void SetUpTestSuite() {
     mainQueue = std::make_shared<platform::qt::QtMainQueue>();
     platform::dispatch::MainQueue::setShared(mainQueue);
     links = platform::qt::QtDisplayLinkDriver::create([] { return 60.0; });
     platform::dispatch::setDisplayLinkFactory(links->factory());
     container = AppContainer::create({});
   }
-  void TearDown() override {
+  static void TearDownTestSuite() {
     container.reset();
     platform::dispatch::setDisplayLinkFactory(nullptr);
     links.reset();
     platform::dispatch::MainQueue::setShared(nullptr);
     mainQueue.reset();
   }
-
-  static inline std::shared_ptr<platform::qt::QtMainQueue> mainQueue;
-  static inline std::shared_ptr<platform::qt::QtDisplayLinkDriver> links;
-  static inline std::shared_ptr<AppContainer> container;
-};
-
-const auto* const environment = ::testing::AddGlobalTestEnvironment(new EditorEnvironment);
-
-// Waits for what the event loop brings; the bound guards against a hang and measures nothing.
-constexpr int kHang = 30'000;
-
-class MediaViewControllerTest : public ::testing::Test {
- protected:
   static constexpr int kWidth = 430, kHeight = 860;
   static constexpr int kIdleInset = panels::ToolStripView::kHeight + MediaViewController::kBarGap +
                                     panels::UndoRedoBar::kHeight + MediaViewController::kBarGap;
 
   void open(MediaContent content) {
-    editor =
-        std::make_unique<MediaViewController>(std::move(content), EditorEnvironment::container,
-                                              MediaViewOptions{EditorEnvironment::mainQueue, nullptr, "hopper.png"});
+    editor = std::make_unique<MediaViewController>(std::move(content), container,
+                                                   MediaViewOptions{mainQueue, nullptr, "hopper.png"});
     editor->resize(kWidth, kHeight);
     editor->onDismissed = [this] { dismissed = true; };
   }
@@ -116,6 +105,9 @@ class MediaViewControllerTest : public ::testing::Test {
     QCoreApplication::processEvents();
   }
 
+  static inline std::shared_ptr<platform::qt::QtMainQueue> mainQueue;
+  static inline std::shared_ptr<platform::qt::QtDisplayLinkDriver> links;
+  static inline std::shared_ptr<AppContainer> container;
   std::unique_ptr<MediaViewController> editor;
   bool dismissed = false;
 };
