@@ -29,28 +29,30 @@ using dispatch::FrameRateRange;
 using namespace std::chrono_literals;
 using Log = std::vector<std::string>;
 
-// Work that logs its name, marked when it runs off the GUI thread.
-std::function<void()> logging(QtMainQueue& queue, Log& log, std::string name) {
-  return [&queue, &log, name] { log.push_back(queue.isCurrentThread() ? name : name + " off the GUI thread"); };
-}
-
-TEST(QtMainQueue, RunsWorkInQueueOrderDelayedWorkByDueTimeRequeuedWorkInTheNextTurnAndNoCancelledWork) {
-  auto queue = std::make_shared<QtMainQueue>();
+// A queue of its own, and work that logs its name, marked when it runs off the GUI thread.
+struct QtMainQueueTest : ::testing::Test {
+  std::function<void()> logging(std::string name) {
+    return [this, name] { log.push_back(queue->isCurrentThread() ? name : name + " off the GUI thread"); };
+  }
   Log log;
-  queue->asyncAfter(200ms, logging(*queue, log, "late"));
-  queue->async(logging(*queue, log, "a"));
-  queue->asyncAfter(100ms, logging(*queue, log, "soon"));
+  std::shared_ptr<QtMainQueue> queue = std::make_shared<QtMainQueue>();  // goes first, dropping what it holds
+};
+
+TEST_F(QtMainQueueTest, RunsWorkInQueueOrderDelayedWorkByDueTimeRequeuedWorkInTheNextTurnAndNoCancelledWork) {
+  queue->asyncAfter(200ms, logging("late"));
+  queue->async(logging("a"));
+  queue->asyncAfter(100ms, logging("soon"));
   queue->async([&] {
     log.push_back("b");
-    queue->async(logging(*queue, log, "queued by b"));
+    queue->async(logging("queued by b"));
   });
-  queue->asyncAfter(-50ms, logging(*queue, log, "past"));  // due at once
-  queue->async(logging(*queue, log, "c"));
+  queue->asyncAfter(-50ms, logging("past"));  // due at once
+  queue->async(logging("c"));
   // Delayed work items run; those cancelled here or from another thread never do.
-  auto cancelledHere = std::make_shared<dispatch::WorkItem>(logging(*queue, log, "cancelled here"));
-  auto cancelledThere = std::make_shared<dispatch::WorkItem>(logging(*queue, log, "cancelled elsewhere"));
+  auto cancelledHere = std::make_shared<dispatch::WorkItem>(logging("cancelled here"));
+  auto cancelledThere = std::make_shared<dispatch::WorkItem>(logging("cancelled elsewhere"));
   queue->asyncAfter(50ms, cancelledHere);
-  queue->asyncAfter(50ms, std::make_shared<dispatch::WorkItem>(logging(*queue, log, "kept")));
+  queue->asyncAfter(50ms, std::make_shared<dispatch::WorkItem>(logging("kept")));
   queue->asyncAfter(50ms, cancelledThere);
   cancelledHere->cancel();
   std::thread([&] { cancelledThere->cancel(); }).join();
@@ -58,9 +60,7 @@ TEST(QtMainQueue, RunsWorkInQueueOrderDelayedWorkByDueTimeRequeuedWorkInTheNextT
   EXPECT_EQ(log, (Log{"a", "b", "past", "c", "queued by b", "kept", "soon", "late"}));
 }
 
-TEST(QtMainQueue, RunsWorkFromOtherThreadsOnTheGuiThreadInEachThreadsOrder) {
-  auto queue = std::make_shared<QtMainQueue>();
-  Log log;
+TEST_F(QtMainQueueTest, RunsWorkFromOtherThreadsOnTheGuiThreadInEachThreadsOrder) {
   constexpr int kThreads = 4, kEach = 200;
   std::vector<std::thread> threads;
   std::vector<int> answeredCurrent(kThreads, -1);
@@ -68,7 +68,7 @@ TEST(QtMainQueue, RunsWorkFromOtherThreadsOnTheGuiThreadInEachThreadsOrder) {
     threads.emplace_back([&, t] {
       answeredCurrent[t] = queue->isCurrentThread();
       for (int i = 0; i < kEach; ++i) {
-        auto work = logging(*queue, log, std::to_string(t) + " " + std::to_string(i));
+        auto work = logging(std::to_string(t) + " " + std::to_string(i));
         i % 3 ? queue->async(work) : queue->asyncAfter(0ms, work);  // both paths in one order
       }
     });
@@ -83,17 +83,15 @@ TEST(QtMainQueue, RunsWorkFromOtherThreadsOnTheGuiThreadInEachThreadsOrder) {
   }
 }
 
-TEST(QtMainQueue, WorkThatOpensANestedEventLoopDoesNotHoldUpTheWorkBehindIt) {
-  auto queue = std::make_shared<QtMainQueue>();
-  Log log;
+TEST_F(QtMainQueueTest, WorkThatOpensANestedEventLoopDoesNotHoldUpTheWorkBehindIt) {
   queue->async([&] {
     log.push_back("opens a loop");
     // As a modal dialog does: it waits on an event loop for work queued behind it.
     ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 3; }, kHang));
     log.push_back("loop closed");
   });
-  queue->async(logging(*queue, log, "queued before"));
-  queue->asyncAfter(5ms, logging(*queue, log, "delayed"));
+  queue->async(logging("queued before"));
+  queue->asyncAfter(5ms, logging("delayed"));
   ASSERT_TRUE(QTest::qWaitFor([&] { return log.size() == 4; }, kHang));
   EXPECT_EQ(log, (Log{"opens a loop", "queued before", "delayed", "loop closed"}));
 }
