@@ -14,6 +14,7 @@
 #include "Halvane/Editor/EditorSession.h"
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
+#include "Support/TestFiles.h"
 
 namespace halvane::editor_test {
 
@@ -239,10 +240,9 @@ class EditorSessionTest : public ::testing::Test {
   void SetUp() override {
     platform::dispatch::MainQueue::setShared(queue);
     platform::dispatch::setDisplayLinkFactory(links.factory());
+    // A fresh folder per test inside the process's own, which goes at exit.
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    tempFolder = std::filesystem::temp_directory_path() /
-                 (std::string("editor-session-") + info->test_suite_name() + "-" + info->name());
-    std::filesystem::remove_all(tempFolder);
+    tempFolder = std::filesystem::path(testsupport::temporaryFolder()) / info->test_suite_name() / info->name();
     std::filesystem::create_directories(tempFolder);
     setenv("TMPDIR", tempFolder.c_str(), 1);
     for (MediaTool tool : kAllMediaTools) panels[size_t(tool)] = std::make_shared<Fake<ToolPanel>>(tool);
@@ -250,7 +250,6 @@ class EditorSessionTest : public ::testing::Test {
   }
   void TearDown() override {
     unsetenv("TMPDIR");
-    std::filesystem::remove_all(tempFolder);
     platform::dispatch::setDisplayLinkFactory(nullptr);
     container->renderingEngine->stopDisplayLink();
     container->setConfiguration(HalvaneConfig{});

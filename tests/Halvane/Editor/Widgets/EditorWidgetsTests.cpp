@@ -133,7 +133,7 @@ TEST_F(MediaViewControllerTest, WithoutAWindowToolsOpenAndCloseAtOnce) {
   EXPECT_TRUE(editor->toolStrip()->toolButton(MediaTool::trim)->isHidden());
 }
 
-TEST_F(MediaViewControllerTest, WithAWindowTheEnterTransitionRunsOnTheSpring) {
+TEST_F(MediaViewControllerTest, WithAWindowTransitionsRunOnTheSpringAndAnInterruptedEnterHidesNothing) {
   openPhoto();
   show();
   tap(MediaTool::adjust);
@@ -151,11 +151,8 @@ TEST_F(MediaViewControllerTest, WithAWindowTheEnterTransitionRunsOnTheSpring) {
   EXPECT_TRUE(barsShown());
   EXPECT_DOUBLE_EQ(EditorTransitions::alpha(editor->topBar()), 1.0);
   EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
-}
 
-TEST_F(MediaViewControllerTest, AnInterruptedEnterHidesNothing) {
-  openPhoto();
-  show();
+  // An interrupted enter hides nothing.
   tap(MediaTool::filter);
   QTest::qWait(100);
   editor->cancelOpenTool();
