@@ -8,6 +8,7 @@
 
 #include <QApplication>
 #include <QTest>
+
 #include <filesystem>
 #include <fstream>
 #include <thread>
