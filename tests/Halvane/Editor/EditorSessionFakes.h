@@ -240,9 +240,10 @@ class EditorSessionTest : public ::testing::Test {
   void SetUp() override {
     platform::dispatch::MainQueue::setShared(queue);
     platform::dispatch::setDisplayLinkFactory(links.factory());
-    // A fresh folder per test inside the process's own, which goes at exit.
+    // A fresh folder per test (and per repeat) inside the process's own, which goes at exit.
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
     tempFolder = std::filesystem::path(testsupport::temporaryFolder()) / info->test_suite_name() / info->name();
+    std::filesystem::remove_all(tempFolder);
     std::filesystem::create_directories(tempFolder);
     setenv("TMPDIR", tempFolder.c_str(), 1);
     for (MediaTool tool : kAllMediaTools) panels[size_t(tool)] = std::make_shared<Fake<ToolPanel>>(tool);
