@@ -37,6 +37,7 @@ TEST(UserSettingsPath, FollowsXdgConfigHomeWhenItIsAnAbsolutePath) {
 TEST(QtSettingsStore, ValuesSurviveIntoTheNextRunUnchanged) {
   const std::string configHome = testsupport::temporaryFolder() + "/config";
   setVariable("XDG_CONFIG_HOME", configHome.c_str());
+  fs::remove_all(configHome);  // a repeated run starts without the last one's file
   const fs::path file = userSettingsPath("Tamrix", "Editor");
   ASSERT_FALSE(fs::exists(file));
 
