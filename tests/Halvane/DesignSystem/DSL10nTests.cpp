@@ -8,7 +8,6 @@
 #include <QXmlStreamReader>
 
 #include <map>
-#include <set>
 #include <string>
 
 #include "Halvane/DesignSystem/DSL10n.h"

@@ -14,6 +14,7 @@
 #include "Halvane/Editor/EditorSession.h"
 #include "Platform/Dispatch/DisplayLink.h"
 #include "Platform/Dispatch/ManualMainQueue.h"
+#include "Support/TestFiles.h"
 
 namespace halvane::editor_test {
 
@@ -222,6 +223,12 @@ inline EditState withExposure(float exposure) {
   return state;
 }
 
+inline HalvaneConfig withPhotoPreset(PhotoExportPreset preset) {
+  HalvaneConfig config;
+  config.photoExportPreset = preset;
+  return config;
+}
+
 class EditorSessionTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -233,9 +240,9 @@ class EditorSessionTest : public ::testing::Test {
   void SetUp() override {
     platform::dispatch::MainQueue::setShared(queue);
     platform::dispatch::setDisplayLinkFactory(links.factory());
+    // A fresh folder per test (and per repeat) inside the process's own, which goes at exit.
     const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    tempFolder = std::filesystem::temp_directory_path() /
-                 (std::string("editor-session-") + info->test_suite_name() + "-" + info->name());
+    tempFolder = std::filesystem::path(testsupport::temporaryFolder()) / info->test_suite_name() / info->name();
     std::filesystem::remove_all(tempFolder);
     std::filesystem::create_directories(tempFolder);
     setenv("TMPDIR", tempFolder.c_str(), 1);
@@ -244,7 +251,6 @@ class EditorSessionTest : public ::testing::Test {
   }
   void TearDown() override {
     unsetenv("TMPDIR");
-    std::filesystem::remove_all(tempFolder);
     platform::dispatch::setDisplayLinkFactory(nullptr);
     container->renderingEngine->stopDisplayLink();
     container->setConfiguration(HalvaneConfig{});
@@ -253,9 +259,9 @@ class EditorSessionTest : public ::testing::Test {
   }
 
   // A loaded session on `content`; the configuration is set first.
-  std::shared_ptr<EditorSession> open(MediaContent content, HalvaneConfig config = {}) {
-    container->setConfiguration(std::move(config));
-    EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           adjustSlider,  filterSliderBar,
+  std::shared_ptr<EditorSession> open(MediaContent content, const HalvaneConfig& config = {}) {
+    container->setConfiguration(config);
+    EditorViews views{topBar,          undoRedoBar,     toolStrip,     {},           adjustSlider, filterSliderBar,
                       adjustSliderBar, adjustPresetRow, focusControls, focusOverlay, cropOverlay};
     std::copy(panels.begin(), panels.end(), views.panels.begin());
     views.panels[size_t(MediaTool::adjust)] = adjustPanel;
@@ -265,10 +271,8 @@ class EditorSessionTest : public ::testing::Test {
     session->viewDidLoad();
     return session;
   }
-  std::shared_ptr<EditorSession> openPhoto(HalvaneConfig config = {}) { return open(makeImage(8, 6), config); }
-  std::shared_ptr<EditorSession> openVideo(std::filesystem::path url, HalvaneConfig config = {}) {
-    return open(std::move(url), std::move(config));
-  }
+  auto openPhoto(const HalvaneConfig& config = {}) { return open(makeImage(8, 6), config); }
+  auto openVideo(const std::filesystem::path& url, const HalvaneConfig& config = {}) { return open(url, config); }
   // A confirmed tool session that commits `state`.
   void commit(EditorSession& session, const EditState& state, MediaTool tool = MediaTool::adjust) {
     session.enterTool(tool);
@@ -307,13 +311,10 @@ class EditorSessionTest : public ::testing::Test {
   std::shared_ptr<FakePhotoExport> photoExport = std::make_shared<FakePhotoExport>();
   std::shared_ptr<FakeVideoLoader> videoLoader = std::make_shared<FakeVideoLoader>();
   std::shared_ptr<FakeDelegate> delegate = std::make_shared<FakeDelegate>();
-  std::shared_ptr<Fake<FadingView>> topBar = std::make_shared<Fake<FadingView>>(),
-                                    filterSliderBar = std::make_shared<Fake<FadingView>>(),
-                                    adjustSliderBar = std::make_shared<Fake<FadingView>>(),
-                                    adjustPresetRow = std::make_shared<Fake<FadingView>>(),
-                                    focusControls = std::make_shared<Fake<FadingView>>(),
-                                    focusOverlay = std::make_shared<Fake<FadingView>>(),
-                                    cropOverlay = std::make_shared<Fake<FadingView>>();
+  static std::shared_ptr<Fake<FadingView>> bar() { return std::make_shared<Fake<FadingView>>(); }
+  std::shared_ptr<Fake<FadingView>> topBar = bar(), filterSliderBar = bar(), adjustSliderBar = bar(),
+                                    adjustPresetRow = bar(), focusControls = bar(), focusOverlay = bar(),
+                                    cropOverlay = bar();
   std::shared_ptr<FakeUndoRedo> undoRedoBar = std::make_shared<FakeUndoRedo>();
   std::shared_ptr<FakeToolStrip> toolStrip = std::make_shared<FakeToolStrip>();
   std::array<std::shared_ptr<Fake<ToolPanel>>, 6> panels;

@@ -11,12 +11,6 @@ namespace {
 
 using ExportFlowTest = EditorSessionTest;
 
-HalvaneConfig withPhotoPreset(PhotoExportPreset preset) {
-  HalvaneConfig config;
-  config.photoExportPreset = preset;
-  return config;
-}
-
 TEST_F(ExportFlowTest, TwoFastShareTapsStartOneExportOfTheCommittedState) {
   auto photo = openPhoto();
   commit(*photo, withExposure(0.5f));
@@ -37,8 +31,7 @@ TEST_F(ExportFlowTest, AnUneditedMediumPassesThroughWithoutARender) {
   photo->shareTapped();
   EXPECT_TRUE(photoExport->renders.empty());
   EXPECT_EQ(delegate->calls, std::vector<std::string>({"willBegin", "finish"}));
-  EXPECT_EQ(std::get<platform::media::Image>(delegate->results[0]).width, 8);
-  EXPECT_FALSE(photo->isExporting());
+  EXPECT_TRUE(std::get<platform::media::Image>(delegate->results[0]).width == 8 && !photo->isExporting());
 
   // Without a host the share sheet gets the item, and its end ends the flow.
   const auto url = makeTempFile("clip.mov");
@@ -53,9 +46,9 @@ TEST_F(ExportFlowTest, AnUneditedMediumPassesThroughWithoutARender) {
 }
 
 TEST_F(ExportFlowTest, APhotoComesOutAtThePresetsSize) {
-  for (const auto& [preset, width, height] : {std::tuple(PhotoExportPreset::compressed, 2048, 1536),
-                                               std::tuple(PhotoExportPreset::balanced, 4000, 3000),
-                                               std::tuple(PhotoExportPreset::maxQuality, 4000, 3000)}) {
+  for (const auto& [preset, width, height] :
+       {std::tuple(PhotoExportPreset::compressed, 2048, 1536), std::tuple(PhotoExportPreset::balanced, 4000, 3000),
+        std::tuple(PhotoExportPreset::maxQuality, 4000, 3000)}) {
     SCOPED_TRACE(int(preset));
     delegate->results.clear();
     photoExport->renders.clear();
@@ -80,15 +73,13 @@ TEST_F(ExportFlowTest, WithoutAHostAPhotoGoesToTheShareSheetAsAJpegBelowMaxQuali
   EXPECT_EQ(std::get<std::filesystem::path>(screen->shared[0]), jpeg);
   EXPECT_TRUE(session->isExporting());
   screen->shareCompletions[0]();
-  EXPECT_FALSE(session->isExporting());
-  EXPECT_FALSE(std::filesystem::exists(jpeg));
+  EXPECT_FALSE(session->isExporting() || std::filesystem::exists(jpeg));
 
   // A JPEG that could not be written: the picture itself is offered, no alert.
   session->shareTapped();
   photoExport->renders[1](makeImage(8, 6));
   photoExport->writes[1](std::nullopt);
-  EXPECT_TRUE(std::holds_alternative<platform::media::Image>(screen->shared[1]));
-  EXPECT_TRUE(screen->alerts.empty());
+  EXPECT_TRUE(std::holds_alternative<platform::media::Image>(screen->shared[1]) && screen->alerts.empty());
 }
 
 TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
@@ -102,9 +93,8 @@ TEST_F(ExportFlowTest, AFailedPhotoRenderGoesToTheHostOrElseToTheAlert) {
     EXPECT_EQ(screen->alerts, host ? std::vector<EditorAlert>{} : std::vector<EditorAlert>{kExportErrorAlert});
   }
   ASSERT_EQ(delegate->errors.size(), 1u);
-  const EditorError& error = delegate->errors[0];
-  EXPECT_EQ(std::tie(error.domain, error.code, error.localizedDescription),
-            std::tuple("Halvane", 2, "Photo export failed"));
+  const EditorError& e = delegate->errors[0];
+  EXPECT_EQ(std::tie(e.domain, e.code, e.localizedDescription), std::tuple("Halvane", 2, "Photo export failed"));
 }
 
 TEST_F(ExportFlowTest, ARenderThatEndsAfterTheFlowIsDropped) {
@@ -135,12 +125,10 @@ TEST_F(ExportFlowTest, AVideoExportShowsItsProgressAndDeliversTheFile) {
   video.progresses[0](0.25f);
   EXPECT_EQ(screen->progressViews[0]->progress, std::vector<float>{0.25f});
   const std::filesystem::path url = video.exportURLs[0];
-  EXPECT_EQ(url.parent_path(), temporaryDirectory());
-  EXPECT_EQ(url.extension(), ".mov");
+  EXPECT_EQ(url.parent_path() / url.extension(), temporaryDirectory() / ".mov");  // a .mov in our folder
   video.completions[0](url.string());
   EXPECT_EQ(std::get<std::filesystem::path>(delegate->results.at(0)), url);
-  EXPECT_TRUE(session->tempFiles().isDelivered(url));
-  EXPECT_FALSE(session->isExporting());
+  EXPECT_TRUE(session->tempFiles().isDelivered(url) && !session->isExporting());
 }
 
 TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
@@ -156,8 +144,7 @@ TEST_F(ExportFlowTest, AVideoExportsFailureGoesWhereTheTableSays) {
     SCOPED_TRACE(::testing::Message() << cancelled << int(stop) << host);
     screen = std::make_shared<FakeScreen>();
     videoLoader->video = std::make_shared<FakeVideo>();
-    delegate->errors.clear();
-    delegate->calls.clear();
+    delegate = std::make_shared<FakeDelegate>();
     auto session = shareEdited(openVideo(tempFolder / "clip.mov"), host);
     if (stop == Stop::card) screen->progressViews[0]->onCancel();
     if (stop == Stop::close) session->closeTapped();
@@ -184,8 +171,8 @@ TEST_F(ExportFlowTest, AVideoThatNeverLoadedFailsWithCodeThree) {
   auto session = shareEdited(openVideo(tempFolder / "clip.mov"));
   EXPECT_FALSE(session->isExporting());
   ASSERT_EQ(delegate->errors.size(), 1u);
-  const EditorError& error = delegate->errors[0];
-  EXPECT_EQ(std::tie(error.code, error.localizedDescription), std::tuple(3, "No video asset"));
+  const EditorError& e = delegate->errors[0];
+  EXPECT_EQ(std::tie(e.code, e.localizedDescription), std::tuple(3, "No video asset"));
 }
 
 TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredOneDoesNot) {
@@ -221,12 +208,10 @@ TEST_F(ExportFlowTest, ADeliveredTemporaryVideoSurvivesTeardownAndAnUndeliveredO
   EXPECT_FALSE(std::filesystem::exists(first));
   session->setDelegate(delegate);
   const auto third = exportOnce();
-  EXPECT_FALSE(std::filesystem::exists(second));
-  EXPECT_TRUE(session->tempFiles().isDelivered(third));
+  EXPECT_TRUE(!std::filesystem::exists(second) && session->tempFiles().isDelivered(third));
   session->viewWillDisappear(true);
   session.reset();
-  EXPECT_TRUE(std::filesystem::exists(third));
-  EXPECT_FALSE(std::filesystem::exists(source));
+  EXPECT_TRUE(std::filesystem::exists(third) && !std::filesystem::exists(source));
 }
 
 using RealServicesTest = EditorSessionTest;
@@ -239,16 +224,14 @@ TEST_F(RealServicesTest, AnEditedPhotoIsRenderedOffTheMainThreadAndDelivered) {
   ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return !delegate->results.empty(); }));
   const auto& image = std::get<platform::media::Image>(delegate->results[0]);
   EXPECT_EQ(std::pair(image.width, image.height), std::pair(8, 6));
-  EXPECT_LT(image.pixel(4, 3)[1], 200);  // darker than the white source
-  EXPECT_FALSE(session->isExporting());
+  EXPECT_TRUE(image.pixel(4, 3)[1] < 200 && !session->isExporting());  // darker than the white source
 }
 
 TEST_F(RealServicesTest, AVideoOpensInTrimOnceLoadedAndItsExportReachesTheHost) {
   realServices = true;
-  const std::filesystem::path clip = testsupport::makeClip("editor-session-clip", {});
   HalvaneConfig config;
   config.initialTool = MediaTool::trim;
-  auto session = openVideo(clip, config);
+  auto session = openVideo(testsupport::makeClip("editor-session-clip", {}), config);
   ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return session->isToolActive(); }));
   EXPECT_EQ(session->activeTool(), MediaTool::trim);
   EditState edit = withExposure(0.5f);

@@ -1,8 +1,15 @@
+// Loading a photo or a video into a session, its failures, an initial tool, the
+// temporary files it owns, covering, memory pressure and teardown; and the container's
+// configuration notifications and the host's configuration values.
+#include <thread>
+
 #include "EditorSessionFakes.h"
+#include "Platform/Dispatch/NotificationCenter.h"
 
 namespace halvane::editor_test {
 namespace {
 
+using platform::dispatch::NotificationCenter;
 using platform::media::ImageOrientation;
 using SessionLoadTest = EditorSessionTest;
 
@@ -11,8 +18,8 @@ TEST_F(SessionLoadTest, APhotoLoadsUprightWithTheSizeOfItsBakedTexture) {
   using enum ImageOrientation;
   for (ImageOrientation orientation : {up, down, left, right, upMirrored, downMirrored, leftMirrored, rightMirrored}) {
     SCOPED_TRACE(int(orientation));
-    const bool turned = orientation == left || orientation == right || orientation == leftMirrored ||
-                        orientation == rightMirrored;
+    const bool turned =
+        orientation == left || orientation == right || orientation == leftMirrored || orientation == rightMirrored;
     auto session = open(makeImage(6, 4, orientation));
     ASSERT_TRUE(session->sourceTexture());
     EXPECT_EQ(std::pair(session->sourceWidth(), session->sourceHeight()), turned ? std::pair(4, 6) : std::pair(6, 4));
@@ -48,8 +55,7 @@ TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsItAndAPhotosTrimIsI
   HalvaneConfig config;
   config.initialTool = MediaTool::adjust;
   auto photo = openPhoto(config);
-  EXPECT_EQ(photo->activeTool(), MediaTool::adjust);
-  EXPECT_EQ(toolStrip->selected, MediaTool::adjust);
+  EXPECT_EQ(std::tuple(photo->activeTool(), toolStrip->selected), std::tuple(MediaTool::adjust, MediaTool::adjust));
   // Entered before the load: the preview shows the committed state.
   EXPECT_EQ(previewState(), EditState{});
   panel(MediaTool::adjust).onCancel();
@@ -70,13 +76,11 @@ TEST_F(SessionLoadTest, AnInitialToolOpensWhenItsMediumAllowsItAndAPhotosTrimIsI
   video.reset();
   delegate->calls.clear();
   auto session = openPhoto(config);
-  EXPECT_TRUE(session->didAutoEnterInitialTool());
-  EXPECT_FALSE(session->isToolActive());
+  EXPECT_TRUE(session->didAutoEnterInitialTool() && !session->isToolActive());
   session->viewWillAppear();
   session->viewDidAppear();
   queue->runUntilIdle();
-  EXPECT_FALSE(session->isToolActive());
-  EXPECT_TRUE(delegate->calls.empty());
+  EXPECT_TRUE(!session->isToolActive() && delegate->calls.empty());
 }
 
 TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsewhereIsNot) {
@@ -86,9 +90,12 @@ TEST_F(SessionLoadTest, AVideoInTheApplicationsTemporaryFolderIsOwnedAndOneElsew
   // A user's file in the shared temporary folder, and a link in ours to a file elsewhere,
   // are not ours: teardown must never delete them.
   const std::pair<std::filesystem::path, bool> cases[] = {
-      {ours / "clip.mov", true},        {ours / "sub" / ".." / "clip.mov", true},
-      {ours.string() + "x/clip.mov", false}, {std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov", false},
-      {tempFolder / "clip.mov", false}, {ours / "link.mov", false}};
+      {ours / "clip.mov", true},
+      {ours / "sub" / ".." / "clip.mov", true},
+      {ours.string() + "x/clip.mov", false},
+      {std::filesystem::path(HALVANE_MEDIA_DIR) / "video" / "train.mov", false},
+      {tempFolder / "clip.mov", false},
+      {ours / "link.mov", false}};
   for (const auto& [path, owned] : cases) EXPECT_EQ(openVideo(path)->tempFiles().isVideoURLOwned(), owned) << path;
   EXPECT_TRUE(std::filesystem::exists(userFile));
   EXPECT_EQ(toolStrip->isVideo, true);
@@ -98,17 +105,14 @@ TEST_F(SessionLoadTest, ACoveredVideoPausesAndResumesAndMemoryPressureDropsThePi
   auto video = openVideo(tempFolder / "clip.mov");
   auto& player = *videoLoader->video;
   video->viewWillDisappear(false);
-  EXPECT_FALSE(player.playing);
-  EXPECT_EQ(player.stops, 0);
+  EXPECT_EQ(std::pair(player.playing, player.stops), std::pair(false, 0));
   video->viewWillAppear();
   EXPECT_TRUE(player.playing);
 
   auto photo = openPhoto();
   ASSERT_TRUE(photo->sourceCGImage());
   photo->didReceiveMemoryWarning();
-  EXPECT_FALSE(photo->sourceCGImage());
-  EXPECT_TRUE(photo->sourceTexture());
-  EXPECT_EQ(screen->purges, 1);
+  EXPECT_TRUE(!photo->sourceCGImage() && photo->sourceTexture() && screen->purges == 1);
 }
 
 TEST_F(SessionLoadTest, TeardownRunsTwiceAndLeavesTheNextSessionsPreviewRunning) {
@@ -127,10 +131,90 @@ TEST_F(SessionLoadTest, TeardownRunsTwiceAndLeavesTheNextSessionsPreviewRunning)
 TEST_F(SessionLoadTest, TheOwnershipTestMakesNoFolder) {
   const auto folder = temporaryDirectory();  // in this test's own TMPDIR
   EXPECT_EQ(folder.parent_path(), tempFolder);
-  EXPECT_TRUE(isInTemporaryDirectory(folder / "clip.mov"));
-  EXPECT_FALSE(std::filesystem::exists(folder));
+  EXPECT_TRUE(isInTemporaryDirectory(folder / "clip.mov") && !std::filesystem::exists(folder));
   EXPECT_EQ(makeTemporaryDirectory(), folder);
   EXPECT_EQ(std::filesystem::status(folder).permissions(), std::filesystem::perms::owner_all);
+}
+
+// The configuration's notifications, on the fixture's hand-pumped queue.
+class AppContainerTest : public EditorSessionTest {
+ protected:
+  void SetUp() override {
+    EditorSessionTest::SetUp();
+    token = NotificationCenter::defaultCenter().addObserver(
+        kAppContainerConfigurationDidChange, nullptr, [this](const platform::dispatch::Notification& notification) {
+          seen.push_back(static_cast<const AppContainer*>(notification.object)->configuration());
+          if (onNotification) onNotification();
+        });
+  }
+  void TearDown() override {
+    NotificationCenter::defaultCenter().removeObserver(token);
+    EditorSessionTest::TearDown();
+  }
+
+  NotificationCenter::ObserverToken token = 0;
+  std::vector<HalvaneConfig> seen;
+  std::function<void()> onNotification;
+};
+
+TEST_F(AppContainerTest, AssignmentsInOneTurnPostOnceWithTheLastValueAndOneInTheHandlerPostsAgain) {
+  EXPECT_TRUE(container->renderingEngine && container->mediaPickerService);
+  for (auto preset : {PhotoExportPreset::compressed, PhotoExportPreset::balanced, PhotoExportPreset::maxQuality})
+    container->setConfiguration(withPhotoPreset(preset));
+  EXPECT_TRUE(seen.empty());  // nothing during the turn
+  queue->runPending();
+  ASSERT_EQ(seen.size(), 1u);
+  EXPECT_EQ(seen[0].photoExportPreset, PhotoExportPreset::maxQuality);
+  queue->runPending();
+  EXPECT_EQ(seen.size(), 1u);
+
+  onNotification = [this] {
+    onNotification = nullptr;
+    container->setConfiguration(withPhotoPreset(PhotoExportPreset::compressed));
+  };
+  container->setConfiguration(withPhotoPreset(PhotoExportPreset::balanced));
+  queue->runPending();
+  ASSERT_EQ(seen.size(), 2u);
+  queue->runPending();
+  ASSERT_EQ(seen.size(), 3u);
+  EXPECT_EQ(seen[2].photoExportPreset, PhotoExportPreset::compressed);
+}
+
+TEST_F(AppContainerTest, AContainerGoneBeforeDeliveryPostsNothing) {
+  RenderingEngineOptions options;
+  options.device.preferredDevice = "cpu";
+  auto own = AppContainer::create(HalvaneConfig{}, options);
+  own->setConfiguration(withPhotoPreset(PhotoExportPreset::balanced));
+  own.reset();
+  queue->runPending();
+  EXPECT_TRUE(seen.empty());
+}
+
+TEST_F(AppContainerTest, SettingOffTheMainQueueStopsTheProgram) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(std::thread([] { container->setConfiguration(HalvaneConfig{}); }).join(), "main queue");
+}
+
+TEST(HalvaneConfig, AnEmptyRatioListIsNotNone) {
+  HalvaneConfig config;
+  EXPECT_EQ(config.effectiveCropAspects().size(), 7u);
+  EXPECT_EQ(config.effectiveCropAspects()[0], (CropAspect{1, 1, "Square"}));
+  config.cropAspects = std::vector<CropAspect>{};
+  EXPECT_TRUE(config.effectiveCropAspects().empty());
+  config.cropAspects = std::vector<CropAspect>{{1188, 2208, "👻"}};
+  EXPECT_EQ(config.effectiveCropAspects()[0].width, 1188);  // never reduced
+}
+
+TEST(MediaTool, RawValuesRoundTrip) {
+  for (MediaTool tool : kAllMediaTools) EXPECT_EQ(mediaToolFromRawValue(mediaToolInfo(tool).rawValue), tool);
+  EXPECT_FALSE(mediaToolFromRawValue("crop"));
+}
+
+TEST(MediaPickerError, DescriptionsCarryTheUnderlyingError) {
+  EXPECT_EQ((MediaPickerError{MediaPickerError::Kind::loadFailed, "disk gone"}).localizedDescription(),
+            "Failed to load media: disk gone");
+  EXPECT_EQ((MediaPickerError{MediaPickerError::Kind::cancelled, std::nullopt}).localizedDescription(),
+            "Selection was cancelled");
 }
 
 }  // namespace

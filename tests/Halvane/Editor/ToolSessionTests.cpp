@@ -29,9 +29,10 @@ TEST_F(ToolSessionTest, OnlyAConfirmedChangeReachesTheHistory) {
       session->applyPreviewState(session->workingState());
     }
     confirm ? panel(MediaTool::filter).onConfirm() : panel(MediaTool::filter).onCancel();
-    EXPECT_EQ(session->editHistory().undoStack().size(), undoSize);
-    EXPECT_EQ(session->editHistory().redoStack().size(), redoSize);
-    EXPECT_EQ(std::pair(undoRedoBar->undoEnabled, undoRedoBar->redoEnabled), std::pair(undoSize > 0, redoSize > 0));
+    const auto& history = session->editHistory();
+    EXPECT_EQ(std::tuple(history.undoStack().size(), history.redoStack().size(), undoRedoBar->undoEnabled,
+                         undoRedoBar->redoEnabled),
+              std::tuple(undoSize, redoSize, undoSize > 0, redoSize > 0));
     EXPECT_EQ(previewState(), withExposure(shown));
   }
 }
@@ -93,8 +94,7 @@ TEST_F(ToolSessionTest, AGuardThatFailsChangesNothing) {
     SCOPED_TRACE(name);
     auto session = video ? openVideo(tempFolder / "clip.mov") : openPhoto();
     session->toolSelected(tool);
-    EXPECT_FALSE(session->isToolActive());
-    EXPECT_TRUE(delegate->calls.empty() && panelHidden(tool) && toolStrip->interactive);
+    EXPECT_TRUE(!session->isToolActive() && delegate->calls.empty() && panelHidden(tool) && toolStrip->interactive);
   }
 }
 
@@ -114,11 +114,9 @@ TEST_F(ToolSessionTest, ASecondToolDuringTheEnterTransitionDoesNothingAndInterru
   session->enterFilterTool();           // interrupts the exit
   ASSERT_EQ(screen->transitions.size(), 3u);
   EXPECT_FALSE(screen->transitions[0]->running || screen->transitions[1]->running);
-  EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::filter));
+  EXPECT_FALSE(topBar->hidden || undoRedoBar->hidden || toolStrip->hidden || panelHidden(MediaTool::filter));
   screen->transitions[2]->end(true);  // the last one decides
-  EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden);
-  EXPECT_FALSE(panelHidden(MediaTool::filter));
+  EXPECT_TRUE(topBar->hidden && undoRedoBar->hidden && toolStrip->hidden && !panelHidden(MediaTool::filter));
   EXPECT_EQ(panelAlpha(MediaTool::filter), 1);
 }
 
@@ -152,15 +150,13 @@ TEST_F(ToolSessionTest, TransformShowsTheWholeFrameWhileTheCropIsEdited) {
   commit(*session, cropped, MediaTool::transform);
   session->userZoom = 3;
   session->enterTransformTool();
-  EXPECT_EQ(previewState().cropRect, (Rect{0, 0, 1, 1}));
-  EXPECT_EQ(session->workingState().cropRect, cropped.cropRect);
-  EXPECT_FALSE(cropOverlay->hidden);
-  EXPECT_EQ(session->userZoom, 1);
+  EXPECT_EQ(
+      std::tuple(previewState().cropRect, session->workingState().cropRect, cropOverlay->hidden, session->userZoom),
+      std::tuple(Rect{0, 0, 1, 1}, cropped.cropRect, false, 1.0));
   session->previewView()->displayOverscale = 2;
   panel(MediaTool::transform).onCancel();
-  EXPECT_EQ(previewState(), cropped);
-  EXPECT_TRUE(cropOverlay->hidden);
-  EXPECT_EQ(session->previewView()->displayOverscale, 1);
+  EXPECT_EQ(std::tuple(previewState(), cropOverlay->hidden, session->previewView()->displayOverscale),
+            std::tuple(cropped, true, 1.0f));
 }
 
 TEST_F(ToolSessionTest, AVideoShowsTheStateAndPlaysAtItsVolume) {
@@ -190,15 +186,14 @@ TEST_F(ToolSessionTest, AHostMayLetGoOfTheSessionInsideItsCall) {
     std::weak_ptr<EditorSession> weak = session;
     delegate->onFinishOrClose = [&session] { session.reset(); };
     action(*session);
-    EXPECT_TRUE(weak.expired());
-    EXPECT_FALSE(topBar->hidden || toolStrip->hidden);
+    EXPECT_TRUE(weak.expired() && !topBar->hidden && !toolStrip->hidden);
   }
   delegate->onFinishOrClose = nullptr;
 }
 
 TEST(KelvinText, NeutralHasNoMiddlePartAndSignsComeFromTheRoundedValue) {
   const std::pair<float, const char*> cases[] = {
-      {0, "  6500 K  "},         {0.4f, "  6516 K  "},  {50, "  +50 · 8375 K  "}, {25, "  +25 · 7469 K  "},
+      {0, "  6500 K  "},           {0.4f, "  6516 K  "},       {50, "  +50 · 8375 K  "},   {25, "  +25 · 7469 K  "},
       {-100, "  -100 · 2000 K  "}, {-0.6f, "  -1 · 6476 K  "}, {100, "  +100 · 10000 K  "}};
   for (const auto& [slider, text] : cases) EXPECT_EQ(kelvinText(slider), text) << slider;
 }
@@ -261,8 +256,7 @@ TEST_F(AdjustSessionTest, TemperatureRunsOnItsCurveWithPresets) {
       EXPECT_NEAR(kelvinFromSlider(adjustSlider->value()), preset, 0.5f);
     }
     adjustSlider->onKelvinPresetTapped(6500);
-    EXPECT_EQ(adjustSlider->value(), 0);
-    EXPECT_EQ(previewState().temperature, 6500);
+    EXPECT_EQ(std::pair(adjustSlider->value(), previewState().temperature), std::pair(0.0f, 6500.0f));
     adjustPanel->onToolSelected(AdjustTool::tint);
     EXPECT_TRUE(adjustPresetRow->hidden && !adjustSlider->label);
     adjustPanel->onCancel();
@@ -282,9 +276,8 @@ TEST_F(AdjustSessionTest, ResetsRestoreTheDefaultsExactlyAndLeaveOtherFieldsAlon
 
   adjustPanel->onToolSelected(AdjustTool::temperature);
   adjustSlider->onResetTapped();
-  EXPECT_EQ(session->workingState().temperature, 6500);
-  EXPECT_EQ(adjustSlider->value(), 0);
-  EXPECT_EQ(adjustPanel->dotsFrom->temperature, 6500);
+  EXPECT_EQ(std::tuple(session->workingState().temperature, adjustSlider->value(), adjustPanel->dotsFrom->temperature),
+            std::tuple(6500.0f, 0.0f, 6500.0f));
 
   adjustPanel->onToolSelected(AdjustTool::contrast);
   adjustPanel->onResetAll();
@@ -292,8 +285,7 @@ TEST_F(AdjustSessionTest, ResetsRestoreTheDefaultsExactlyAndLeaveOtherFieldsAlon
   expected.filterType = 12;
   expected.focusMode = 3;
   expected.cropRect = edited.cropRect;
-  EXPECT_EQ(session->workingState(), expected);
-  EXPECT_EQ(previewState(), expected);
+  EXPECT_EQ(std::pair(session->workingState(), previewState()), std::pair(expected, expected));
   EXPECT_EQ(adjustSlider->value(), 1) << "the selected tool's slider goes to its default";
   EXPECT_EQ(adjustPanel->dotsFrom, expected);
   EXPECT_EQ(session->editHistory().undoStack().size(), 1u);

@@ -58,8 +58,7 @@ TEST(AdjustRuler, AProgrammaticSetClampsWaitsForLayoutAndNeverReportsItselfAndSt
   w.ruler.setValue(7);
   EXPECT_EQ(w.ruler.value(), 3);
   w.ruler.setValue(0);  // onto the click point
-  EXPECT_EQ(w.changes + w.clicks + w.trackingEnds, 0);
-  EXPECT_FALSE(w.ruler.isSetting());
+  EXPECT_TRUE(w.changes + w.clicks + w.trackingEnds == 0 && !w.ruler.isSetting());
 
   // Reconfiguring drops the layout until the next one.
   w.offset = 0;
@@ -77,8 +76,7 @@ TEST(AdjustRuler, AProgrammaticSetClampsWaitsForLayoutAndNeverReportsItselfAndSt
   EXPECT_EQ(w.ruler.value(), 5);
   w.ruler.step(-0.05f);
   EXPECT_NEAR(w.ruler.value(), 4.76f, 1e-5f);
-  EXPECT_EQ(w.changes, 2);
-  EXPECT_EQ(w.trackingEnds, 2);
+  EXPECT_EQ(std::pair(w.changes, w.trackingEnds), std::pair(2, 2));
   EXPECT_DOUBLE_EQ(w.offset, w.ruler.offsetFor(w.ruler.value()));
 }
 
@@ -117,8 +115,7 @@ TEST(AdjustRuler, DotsAndTheMark) {
     EXPECT_EQ(dots.dots[1].radius, AdjustRuler::kSmallDotRadius);
     EXPECT_NEAR(dots.dots.back().x, (max - min) * 80.0, 1e-9);
     ASSERT_EQ(dots.mark.has_value(), !std::isnan(markX));
-    if (!dots.mark) continue;
-    EXPECT_NEAR(dots.mark->x, markX, 1e-4);
+    if (dots.mark) { EXPECT_NEAR(dots.mark->x, markX, 1e-4); }
   }
 }
 
@@ -170,14 +167,13 @@ TEST(ToolStripSelection, ChangesOfEachSelectionStep) {
 TEST(ExportProgressState, ClampsAndTruncatesThePercent) {
   const double inf = std::numeric_limits<double>::infinity();
   const std::tuple<double, double, const char*> cases[] = {
-      {-0.2, 0.0, "0%"},     {0.0, 0.0, "0%"}, {0.005, 0.005, "0%"}, {0.5, 0.5, "50%"},  {0.999, 0.999, "99%"},
-      {1.0, 1.0, "100%"},    {1.5, 1.0, "100%"}, {inf, 1.0, "100%"},  {-inf, 0.0, "0%"}, {kNaN, 0.0, "0%"},
+      {-0.2, 0.0, "0%"},  {0.0, 0.0, "0%"},   {0.005, 0.005, "0%"}, {0.5, 0.5, "50%"}, {0.999, 0.999, "99%"},
+      {1.0, 1.0, "100%"}, {1.5, 1.0, "100%"}, {inf, 1.0, "100%"},   {-inf, 0.0, "0%"}, {kNaN, 0.0, "0%"},
   };
   for (const auto& [value, shown, text] : cases) {
     ExportProgressState state;
     state.setProgress(value);
-    EXPECT_DOUBLE_EQ(state.progress(), shown) << value;
-    EXPECT_EQ(state.percentText(), text) << value;
+    EXPECT_EQ(std::pair(state.progress(), state.percentText()), std::pair(shown, std::string(text))) << value;
   }
 }
 
