@@ -59,11 +59,10 @@ TEST(ManualMainQueue, DelayedWorkWaitsForTheFakeClockAndRunsInDueOrder) {
   ManualMainQueue queue;
   std::vector<std::string> order;
   auto note = [&](const char* name) { return [&order, name] { order.push_back(name); }; };
-  queue.asyncAfter(30ms, note("30ms"));
-  queue.asyncAfter(10ms, note("10ms"));
-  queue.asyncAfter(20ms, note("20ms a"));
-  queue.asyncAfter(20ms, note("20ms b"));
-  queue.asyncAfter(-5s, note("negative"));  // counts as no delay
+  // A negative delay counts as none.
+  for (auto [delay, name] :
+       {std::pair{30ms, "30ms"}, {10ms, "10ms"}, {20ms, "20ms a"}, {20ms, "20ms b"}, {-5s, "negative"}})
+    queue.asyncAfter(delay, note(name));
   queue.async(note("now"));
   EXPECT_EQ(queue.runPending(), 2u);
   queue.advance(15ms);
@@ -112,14 +111,18 @@ TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
   EXPECT_TRUE(queue.isCurrentThread());
 }
 
-TEST(ManualMainQueue, CapturesAreReleasedOnceRunOrWithTheQueueUnrun) {
+// Work that ran lets its captures go; work still queued, delayed or not, goes with its queue.
+TEST(MainQueues, ReleaseCapturesOnceRunOrWithTheQueueUnrun) {
   auto capture = std::make_shared<int>(0);
   std::weak_ptr<int> watch = capture;
   {
-    ManualMainQueue queue;
-    queue.async([capture] {});
-    queue.runPending();
-    queue.async([capture] { ADD_FAILURE(); });
+    ManualMainQueue manual;
+    RunLoopMainQueue runLoop;
+    manual.async([capture] {}), manual.runPending();
+    for (MainQueue* queue : std::initializer_list<MainQueue*>{&manual, &runLoop}) {
+      queue->asyncAfter(1h, [capture] { ADD_FAILURE(); });
+      queue->async([capture] { ADD_FAILURE(); });
+    }
     capture.reset();
     EXPECT_FALSE(watch.expired());
   }
@@ -219,18 +222,6 @@ TEST(RunLoopMainQueue, WakesForWorkAndStopsFromAnotherThreadAndLeavesTheRestForT
   queue.async([&] { queue.stop(); });
   runGuarded(queue);  // the earlier stop was used up
   EXPECT_THAT(order, ElementsAre("first", "second"));
-}
-
-TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {
-  auto capture = std::make_shared<int>(0);
-  std::weak_ptr<int> watch = capture;
-  {
-    RunLoopMainQueue queue;
-    queue.asyncAfter(1h, [capture] { ADD_FAILURE(); });
-    queue.async([capture] { ADD_FAILURE(); });
-    capture.reset();
-  }
-  EXPECT_TRUE(watch.expired());
 }
 
 struct Frame {
