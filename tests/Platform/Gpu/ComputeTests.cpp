@@ -251,7 +251,9 @@ TEST_F(CompletionTest, WhatAnEncodedCommandUsesStaysAliveUntilCompletion) {
   EXPECT_EQ(device->allocatedTextureBytes(), 0u);  // let go after
 }
 
-TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
+// A hundred buffers from four threads: the queue's end waits for them all. Then the
+// device's end waits for work of a queue still held, and that queue's later buffers fail.
+TEST_F(CompletionTest, TheQueueAndTheDeviceWaitForWorkInFlight) {
   std::atomic<int> handled{0};
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t)
@@ -263,19 +265,16 @@ TEST_F(CompletionTest, ManyBuffersInFlightFromManyThreads) {
       }
     });
   for (auto& thread : threads) thread.join();
-  queue.reset();  // waits for every buffer of the queue
+  queue.reset();
   EXPECT_EQ(handled.load(), 100);
-}
 
-TEST_F(CompletionTest, DestroyingTheDeviceWaitsForWorkInFlight) {
+  queue = device->newCommandQueue();
   auto commandBuffer = patternWork(newTexture(512, 512));
-  std::atomic<bool> ran{false};
-  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ran = true; });
+  commandBuffer->addCompletedHandler([&](CommandBuffer&) { ++handled; });
   commandBuffer->commit();
   commandBuffer.reset(), pipeline.reset();
-  device.reset();  // the queue is still held: the device itself waits
-  EXPECT_TRUE(ran.load());
-  // A buffer made after the device went completes at once with an error.
+  device.reset();
+  EXPECT_EQ(handled.load(), 101);
   if (auto late = queue->commandBuffer()) {
     EXPECT_FALSE(run(late));
   }

@@ -184,7 +184,7 @@ TEST_F(RenderTest, AClearColourAndThenALoadKeepWhatWasThere) {
 }
 
 // A clear to opaque black (the default), and the quad sampling what compute wrote.
-TEST_F(RenderTest, SamplesATextureWrittenByComputeInTheSameCommandBuffer) {
+TEST_F(RenderTest, SamplesATextureWrittenByComputeInTheSameCommandBufferAndRefusesAWrongPrimitive) {
   auto source = patterned(32, 32, 8), image = newTexture(32, 32);
   auto commandBuffer = queue->commandBuffer();
   auto encoder = commandBuffer->computeCommandEncoder();
@@ -194,11 +194,9 @@ TEST_F(RenderTest, SamplesATextureWrittenByComputeInTheSameCommandBuffer) {
   drawQuad(*commandBuffer, image, LoadAction::clear);
   ASSERT_TRUE(run(commandBuffer));
   expectQuad(swizzle(patternBytes(32, 32, 8), 0), {0, 0, 0, 255});
-}
-
-TEST_F(RenderTest, APrimitiveTypeOtherThanThePipelinesOrNoTargetIsRefused) {
-  auto commandBuffer = queue->commandBuffer();
-  drawQuad(*commandBuffer, patterned(32, 32, 1), LoadAction::clear, PrimitiveType::triangle);
+  // A primitive type other than the pipeline's, or no target, is refused.
+  commandBuffer = queue->commandBuffer();
+  drawQuad(*commandBuffer, image, LoadAction::clear, PrimitiveType::triangle);
   EXPECT_FALSE(run(commandBuffer));
   EXPECT_FALSE(queue->commandBuffer()->renderCommandEncoder(RenderPassDescriptor{}));
 }
