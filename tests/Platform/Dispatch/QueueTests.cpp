@@ -50,9 +50,9 @@ TEST(GlobalQueue, HigherQualityIsTakenFirstWhenSaturated) {
   ASSERT_TRUE(started.waitForCount(workers));
   // Queued lowest quality first, two of each so that order within a quality shows too.
   using enum QualityOfService;
-  const std::pair<QualityOfService, const char*> qualities[] = {{background, "background"}, {utility, "utility"},
-                                                                {userInitiated, "userInitiated"},
-                                                                {userInteractive, "userInteractive"}};
+  const std::pair<QualityOfService, const char*> qualities[] = {
+      {background, "background"}, {utility, "utility"}, {userInitiated, "userInitiated"},
+      {userInteractive, "userInteractive"}};
   for (const char* round : {" 1", " 2"})
     for (auto [quality, name] : qualities)
       GlobalQueue::async(quality, [&, entry = name + std::string(round)] { order.add(entry); });
