@@ -161,15 +161,6 @@ TEST_F(HalvaneTool, FailuresExplainThemselvesAndLeaveNoFile) {
   EXPECT_EQ(entries(), 5) << "nothing but the test's own five inputs";
 }
 
-TEST_F(HalvaneTool, EditFileAndSettingsCombine) {
-  const auto edit = (folder / "edit.json").string();
-  std::ofstream(edit) << R"({"exposure": 1.5, "filterType": 12})";
-  const auto result = runTool({"edit", "--print", "--edit", edit, "--set", "contrast=1.25"});
-  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  for (const char* field : {"\"exposure\": 1.5", "\"filterType\": 12", "\"contrast\": 1.25"})
-    EXPECT_THAT(result.standardOutput, HasSubstr(field));
-}
-
 TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
   const auto script = (folder / "script.json").string(), frameFile = (folder / "frame.png").string();
   std::ofstream(script) << R"([{"tick": 2, "set": {"rotationQuarterTurns": 1}}, {"tick": 4, "set": {"exposure": 1}}])";
@@ -185,11 +176,17 @@ TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
   EXPECT_GT(int(frame->pixel(100, 50)[0]) + frame->pixel(100, 50)[1] + frame->pixel(100, 50)[2], 0);
 }
 
-TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
+TEST_F(HalvaneTool, PrintsTheDefaultEditAnEditOfAFileAndSettingsAndTheCatalogue) {
   const auto edit = runTool({"edit", "--print-default"});
   ASSERT_EQ(edit.exitStatus, 0);
   EXPECT_EQ(edit.standardOutput.find("\"version\""), edit.standardOutput.find('"'));
   EXPECT_THAT(edit.standardOutput, HasSubstr("\"cropRect\""));
+  const auto file = (folder / "edit.json").string();
+  std::ofstream(file) << R"({"exposure": 1.5, "filterType": 12})";
+  const auto combined = runTool({"edit", "--print", "--edit", file, "--set", "contrast=1.25"});
+  ASSERT_EQ(combined.exitStatus, 0) << combined.standardError;
+  for (const char* field : {"\"exposure\": 1.5", "\"filterType\": 12", "\"contrast\": 1.25"})
+    EXPECT_THAT(combined.standardOutput, HasSubstr(field));
   const auto filters = runTool({"filters"});
   ASSERT_EQ(filters.exitStatus, 0);
   EXPECT_EQ(std::count(filters.standardOutput.begin(), filters.standardOutput.end(), '\n'), 146 + 11);

@@ -157,38 +157,29 @@ TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
   EXPECT_DEATH(assertMainQueue(), "no main queue is set");
 }
 
-TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
+// Work runs in order on the running thread, work queued by work after what was queued
+// before it, delayed work in due order (queued latest-due first), cancelled items never.
+// The gaps between due times only need to exceed the time between two calls here, so they
+// say nothing about speed.
+TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadDelayedWorkInDueOrderAndCancelledItemsNever) {
   RunLoopMainQueue queue;
   std::vector<std::string> order;
   bool onRunner = false;
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
+  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
   std::thread([&] {
-    queue.async([&] {
-      order.push_back("a");
-      queue.async([&] { order.push_back("queued by a"), onRunner = queue.isCurrentThread(), queue.stop(); });
-    });
+    queue.asyncAfter(150ms, [&] { order.push_back("150ms"), onRunner = queue.isCurrentThread(), queue.stop(); });
+    queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+    queue.asyncAfter(75ms, cancelled);
+    queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
+    queue.async([&] { order.push_back("a"), queue.async([&] { order.push_back("queued by a"); }); });
     queue.async([&] { order.push_back("b"); });
+    cancelled->cancel();
     runGuarded(queue);
   }).join();
-  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a", "50ms", "100ms", "150ms"));
   EXPECT_TRUE(onRunner);
   EXPECT_FALSE(queue.isCurrentThread());
-}
-
-TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
-  RunLoopMainQueue queue;
-  std::vector<std::string> order;
-  // Queued latest-due first; the gaps between due times only need to exceed the time
-  // between two calls here, so they say nothing about speed.
-  queue.asyncAfter(150ms, [&] { order.push_back("150ms"), queue.stop(); });
-  queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
-  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
-  queue.asyncAfter(75ms, cancelled);
-  queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
-  queue.async([&] { order.push_back("now"); });
-  cancelled->cancel();
-  runGuarded(queue);
-  EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
 }
 
 // The sleeps are not clock waits: they give the loop time to go to sleep with nothing
