@@ -282,56 +282,44 @@ TEST(ManualDisplayLink, InvalidationFromTheTargetReleasesItAndNothingBringsTheLi
   EXPECT_EQ(calls, 1);
 }
 
-// Puts the process-wide factory and main queue back after each test.
-class DisplayLinkTest : public ::testing::Test {
- protected:
-  void TearDown() override {
-    setDisplayLinkFactory(nullptr);
-    MainQueue::setShared(nullptr);
-  }
-};
+// The default factory makes run-loop links on the shared queue, and needs one; a manual
+// factory replaces it, ticks only added links and forgets those that are gone. A link
+// holds its owner weakly: the pattern every user of a link follows. The test ends with
+// neither factory nor queue set, as it began.
+TEST(DisplayLinkFactory, DefaultOrReplacedMakesLinksThatHoldTheirOwnersWeakly) {
+  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  ManualDisplayLinkFactory links;
+  setDisplayLinkFactory(links.factory());
+  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
 
-// Owners held weakly: the pattern every user of a link follows.
-TEST_F(DisplayLinkTest, ALinkHoldsItsOwnerWeaklyAndTheManualFactoryForgetsLinksThatAreGone) {
   struct Owner {
     int ticks = 0;
     std::shared_ptr<DisplayLink> link;
   };
-  ManualDisplayLinkFactory links;
-  setDisplayLinkFactory(links.factory());
   auto owner = std::make_shared<Owner>();
   owner->link = makeDisplayLink([weak = std::weak_ptr<Owner>(owner)](double, double) {
     if (const auto self = weak.lock()) ++self->ticks;
   });
   owner->link->addToMainQueue();
   std::weak_ptr<Owner> watch = owner;
-  ASSERT_EQ(links.tickAll(1.0), 1u);
+  EXPECT_EQ(links.tickAll(1.0), 1u);
   EXPECT_EQ(owner->ticks, 1);
   EXPECT_EQ(owner.use_count(), 1) << "the link holds no strong reference to its owner";
-
   // Something else keeps the link alive, as a run loop would; the owner still goes.
   const auto keptLink = links.links().at(0);
   owner.reset();
   EXPECT_TRUE(watch.expired());
   EXPECT_TRUE(keptLink->tick(2.0)) << "the target runs and finds its owner gone";
-
-  // The factory forgets links that are gone and ticks only added ones.
   auto unadded = makeDisplayLink(ignore);
-  EXPECT_EQ(links.links().size(), 2u);
+  EXPECT_EQ(links.links().size(), 2u) << "the first manual link is gone and forgotten";
   keptLink->invalidate();
   EXPECT_EQ(links.tickAll(3.0), 0u) << "the remaining links are invalid or never added";
   unadded->addToMainQueue();
   EXPECT_EQ(links.tickAll(4.0), 1u);
   unadded.reset();
   EXPECT_EQ(links.links().size(), 1u);
-}
 
-TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueueAndNeedsOne) {
-  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
-  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
-  ManualDisplayLinkFactory manual;
-  setDisplayLinkFactory(manual.factory());
-  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
   setDisplayLinkFactory(nullptr);
   EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
   MainQueue::setShared(nullptr);

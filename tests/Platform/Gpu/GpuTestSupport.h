@@ -53,7 +53,7 @@ inline std::vector<uint8_t> swizzle(std::vector<uint8_t> bgra, uint32_t delta) {
 class GpuTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    auto made = Device::createSystemDefault(options());
+    auto made = Device::createSystemDefault(validatedCpuOptions());
     ASSERT_TRUE(made) << "no CPU Vulkan device (lavapipe): " << made.error().message;
     device = *made;
     queue = device->newCommandQueue();
@@ -61,7 +61,6 @@ class GpuTest : public ::testing::Test {
     ASSERT_TRUE(loaded) << loaded.error().message;
     library = *loaded;
   }
-  virtual DeviceOptions options() { return validatedCpuOptions(); }
 
   std::shared_ptr<ComputePipelineState> computePipeline(const std::string& name,
                                                         const std::vector<FunctionConstant>& constants = {}) {
