@@ -109,8 +109,7 @@ TEST_F(HalvaneTool, CropAndTurnFollowOutputSizeAndTheCompressedPresetLimitsTheLo
   const auto size = RenderingEngine::outputSize(uint64_t(source->width), uint64_t(source->height), state);
   auto written = decodeImageFile(output);
   ASSERT_TRUE(written);
-  EXPECT_EQ(written->width, int(size.width));
-  EXPECT_EQ(written->height, int(size.height));
+  EXPECT_EQ(std::pair(written->width, written->height), std::pair(int(size.width), int(size.height)));
 
   const auto small = (folder / "small.jpg").string();
   result = runTool({"render", sample("photo/sewing-threads.heic"), small, "--preset", "compressed"});
@@ -169,8 +168,7 @@ TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
   auto frame = decodeImageFile(frameFile);
   ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->width, 200);
-  EXPECT_EQ(frame->height, 100);
+  EXPECT_EQ(std::pair(frame->width, frame->height), std::pair(200, 100));
   // A square picture in a wide frame: black bars left and right, picture in the middle.
   EXPECT_EQ(frame->pixel(5, 50)[1], 0);
   EXPECT_GT(int(frame->pixel(100, 50)[0]) + frame->pixel(100, 50)[1] + frame->pixel(100, 50)[2], 0);
