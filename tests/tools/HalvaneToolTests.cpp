@@ -13,6 +13,7 @@
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/ImageDecoder.h"
+#include "Support/TestFiles.h"
 
 extern char** environ;
 
@@ -22,11 +23,8 @@ namespace {
 namespace fs = std::filesystem;
 using platform::media::decodeImageFile;
 using ::testing::HasSubstr;
-
-std::string contents(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using testsupport::fileContents;
+using testsupport::sample;
 
 struct ToolResult {
   int exitStatus = -1;  // 128 + the signal when killed
@@ -54,7 +52,7 @@ ToolResult runTool(std::vector<std::string> arguments, std::vector<std::string> 
   if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) == 0 && waitpid(pid, &status, 0) == pid)
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   posix_spawn_file_actions_destroy(&actions);
-  result.standardOutput = contents(out), result.standardError = contents(err);
+  result.standardOutput = fileContents(out), result.standardError = fileContents(err);
   fs::remove(out), fs::remove(err);
   return result;
 }
@@ -63,7 +61,6 @@ class HalvaneTool : public ::testing::Test {
  protected:
   void SetUp() override { fs::create_directories(folder); }
   void TearDown() override { fs::remove_all(folder); }
-  static std::string sample(const char* relative) { return (fs::path(HALVANE_MEDIA_DIR) / relative).string(); }
   long entries() const { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
 
   const fs::path folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
@@ -196,7 +193,7 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
   fs::create_symlink(input, folder / "link.jpg");
   fs::create_hard_link(input, folder / "hard.jpg");
   fs::create_directory(folder / "sub");
-  const auto before = contents(input);
+  const auto before = fileContents(input);
   for (const fs::path& target :
        {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg", folder / "hard.jpg"}) {
     const std::string in = input.string(), out = target.string();
@@ -205,22 +202,22 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
       EXPECT_THAT(result.standardError, HasSubstr("is the input file"));
     }
   }
-  EXPECT_EQ(contents(input), before);
+  EXPECT_EQ(fileContents(input), before);
 }
 
 TEST_F(HalvaneTool, TheOutputTypeFollowsItsNameAndAnExistingOneNeedsOverwrite) {
   const auto input = sample("photo/hopper.png");
   const auto png = (folder / "out.PNG").string(), old = (folder / "old.jpg").string();
   ASSERT_EQ(runTool({"render", input, png}).exitStatus, 0);
-  EXPECT_EQ(contents(png).substr(0, 4), "\x89PNG");
+  EXPECT_EQ(fileContents(png).substr(0, 4), "\x89PNG");
   std::ofstream(old) << "keep me";
   const auto kept = runTool({"render", input, old});
   EXPECT_EQ(kept.exitStatus, 1);
   EXPECT_THAT(kept.standardError, HasSubstr("already exists"));
-  EXPECT_EQ(contents(old), "keep me");
+  EXPECT_EQ(fileContents(old), "keep me");
   ASSERT_EQ(runTool({"render", input, old, "--overwrite"}).exitStatus, 0);
   EXPECT_TRUE(decodeImageFile(old));
-  EXPECT_EQ(contents(old)[0], '\xFF');
+  EXPECT_EQ(fileContents(old)[0], '\xFF');
 }
 
 }  // namespace
