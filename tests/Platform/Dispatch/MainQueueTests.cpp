@@ -157,7 +157,8 @@ TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
 }
 
 // Work runs in order on the running thread, work queued by work after what was queued
-// before it, delayed work in due order (queued latest-due first), cancelled items never.
+// before it, delayed work in due order (queued latest-due first, before work due now),
+// cancelled items never.
 // The gaps between due times only need to exceed the time between two calls here, so they
 // say nothing about speed.
 TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadDelayedWorkInDueOrderAndCancelledItemsNever) {
@@ -167,16 +168,19 @@ TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadDelayedWorkInDueOrderAnd
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
   auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
   std::thread([&] {
-    queue.asyncAfter(150ms, [&] { order.push_back("150ms"), onRunner = queue.isCurrentThread(), queue.stop(); });
-    queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
-    queue.asyncAfter(75ms, cancelled);
-    queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
     queue.async([&] { order.push_back("a"), queue.async([&] { order.push_back("queued by a"); }); });
-    queue.async([&] { order.push_back("b"); });
-    cancelled->cancel();
+    queue.async([&] {  // the delayed work is queued here, so that its due times count from this turn
+      order.push_back("b");
+      queue.asyncAfter(150ms, [&] { order.push_back("150ms"), onRunner = queue.isCurrentThread(), queue.stop(); });
+      queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+      queue.asyncAfter(75ms, cancelled);
+      queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
+      queue.async([&] { order.push_back("now"); });
+      cancelled->cancel();
+    });
     runGuarded(queue);
   }).join();
-  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a", "50ms", "100ms", "150ms"));
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a", "now", "50ms", "100ms", "150ms"));
   EXPECT_TRUE(onRunner);
   EXPECT_FALSE(queue.isCurrentThread());
 }
