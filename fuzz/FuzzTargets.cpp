@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <string>
@@ -118,9 +117,9 @@ constexpr std::array kTargets = {
 std::span<const FuzzTarget> fuzzTargets() { return kTargets; }
 
 const FuzzTarget* findFuzzTarget(std::string_view name) {
-  const auto found =
-      std::find_if(kTargets.begin(), kTargets.end(), [&](const FuzzTarget& t) { return t.name == name; });
-  return found == kTargets.end() ? nullptr : &*found;
+  for (const FuzzTarget& target : kTargets)
+    if (target.name == name) return &target;
+  return nullptr;
 }
 
 }  // namespace halvane::fuzz

@@ -13,6 +13,7 @@
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/ImageDecoder.h"
+#include "Support/TestFiles.h"
 
 extern char** environ;
 
@@ -22,25 +23,25 @@ namespace {
 namespace fs = std::filesystem;
 using platform::media::decodeImageFile;
 using ::testing::HasSubstr;
-
-std::string contents(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
+using testsupport::fileContents;
+using testsupport::sample;
 
 struct ToolResult {
   int exitStatus = -1;  // 128 + the signal when killed
   std::string standardOutput, standardError;
 };
 
-// Runs the real executable with `arguments`, its output captured through files.
-ToolResult runTool(std::vector<std::string> arguments) {
+// Runs the real executable with `arguments`, and `settings` ("NAME=value") added to the
+// environment, its output captured through files.
+ToolResult runTool(std::vector<std::string> arguments, std::vector<std::string> settings = {}) {
   const fs::path out = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(getpid()) + ".out");
   const fs::path err = fs::path(out).replace_extension(".err");
   arguments.insert(arguments.begin(), HALVANE_TOOL_PATH);
-  std::vector<char*> argv;
+  std::vector<char*> argv, envp;
   for (auto& argument : arguments) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  for (auto& setting : settings) envp.push_back(setting.data());  // found before the inherited ones
+  for (char** inherited = environ; *inherited; ++inherited) envp.push_back(*inherited);
+  argv.push_back(nullptr), envp.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -48,10 +49,10 @@ ToolResult runTool(std::vector<std::string> arguments) {
   ToolResult result;
   pid_t pid = 0;
   int status = 0;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0 && waitpid(pid, &status, 0) == pid)
+  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) == 0 && waitpid(pid, &status, 0) == pid)
     result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   posix_spawn_file_actions_destroy(&actions);
-  result.standardOutput = contents(out), result.standardError = contents(err);
+  result.standardOutput = fileContents(out), result.standardError = fileContents(err);
   fs::remove(out), fs::remove(err);
   return result;
 }
@@ -60,7 +61,6 @@ class HalvaneTool : public ::testing::Test {
  protected:
   void SetUp() override { fs::create_directories(folder); }
   void TearDown() override { fs::remove_all(folder); }
-  static std::string sample(const char* relative) { return (fs::path(HALVANE_MEDIA_DIR) / relative).string(); }
   long entries() const { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
 
   const fs::path folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
@@ -106,8 +106,7 @@ TEST_F(HalvaneTool, CropAndTurnFollowOutputSizeAndTheCompressedPresetLimitsTheLo
   const auto size = RenderingEngine::outputSize(uint64_t(source->width), uint64_t(source->height), state);
   auto written = decodeImageFile(output);
   ASSERT_TRUE(written);
-  EXPECT_EQ(written->width, int(size.width));
-  EXPECT_EQ(written->height, int(size.height));
+  EXPECT_EQ(std::pair(written->width, written->height), std::pair(int(size.width), int(size.height)));
 
   const auto small = (folder / "small.jpg").string();
   result = runTool({"render", sample("photo/sewing-threads.heic"), small, "--preset", "compressed"});
@@ -117,36 +116,45 @@ TEST_F(HalvaneTool, CropAndTurnFollowOutputSizeAndTheCompressedPresetLimitsTheLo
   EXPECT_EQ(std::max(written->width, written->height), 2048);
 }
 
+// Each failure: its exit status (2 for a wrong command line, 1 otherwise) and its reason.
 TEST_F(HalvaneTool, FailuresExplainThemselvesAndLeaveNoFile) {
-  const auto landscape = sample("exif-orientation/Landscape_0.jpg");
-  const auto text = (folder / "text.jpg").string(), empty = (folder / "empty.jpg").string();
-  std::ofstream(text) << "not a picture";
-  std::ofstream(empty).flush();
-  // clang-format off
-  const std::vector<std::vector<std::string>> failing = {
-      {"render", (folder / "missing.jpg").string(), output}, {"render", text, output}, {"render", empty, output},
-      {"render", landscape, output, "--set", "exposure=7"}, {"render", landscape, output, "--set", "noSuchField=1"},
-      {"render", landscape, output, "--set", "exposure"}, {"render", landscape, output, "--preset", "huge"},
-      {"render", landscape, output, "--edit", (folder / "missing.json").string()}, {"render", landscape},
-      {"render", landscape, (folder / "no/such/folder/out.jpg").string()}};
+  const auto landscape = sample("exif-orientation/Landscape_0.jpg"), in = folder.string() + "/";
+  const std::string deep = std::string(60000, '[') + std::string(60000, ']');
+  for (auto [name, text] : {std::pair<const char*, std::string>{"text.jpg", "not a picture"}, {"empty.jpg", ""},
+                            {"list.json", "[1, 2]"}, {"object.json", "{}"},
+                            {"deep.json", "{\"exposure\": " + deep + "}"}})
+    std::ofstream(in + name) << text;
+  const struct {
+    int status;
+    std::string reason;
+    std::vector<std::string> arguments, environment = {};
+  } failing[] = {
+      // clang-format off
+      {1, "cannot read '" + in + "missing.jpg': no such file", {"render", in + "missing.jpg", output}},
+      {1, "not a JPEG, PNG, HEIF or WebP image", {"render", in + "text.jpg", output}},
+      {1, "no data (0 bytes)", {"render", in + "empty.jpg", output}},
+      {2, "exposure=7 is outside the field's valid values", {"render", landscape, output, "--set", "exposure=7"}},
+      {2, "unknown field 'noSuchField'", {"render", landscape, output, "--set", "noSuchField=1"}},
+      {2, "--set takes field=value", {"render", landscape, output, "--set", "exposure"}},
+      {2, "unknown preset 'huge'", {"render", landscape, output, "--preset", "huge"}},
+      {1, "cannot read the edit file", {"render", landscape, output, "--edit", in + "missing.json"}},
+      {2, "needs an input and an output path", {"render", landscape}},
+      {1, "does not exist", {"render", landscape, (folder / "no/such/folder/out.jpg").string()}},
+      {2, "JPEG (.jpg, .jpeg) or PNG (.png)", {"render", landscape, (folder / "out.tif").string()}},
+      {1, "no GPU device could be created: unknown device preference \"bogus\"", {"render", landscape, output},
+       {"HALVANE_GPU_DEVICE=bogus"}},
+      {1, "must be a JSON object", {"edit", "--print", "--edit", in + "list.json"}},
+      {1, "nested more than 64", {"edit", "--print", "--edit", in + "deep.json"}},
+      {2, "nested more than 64", {"edit", "--print", "--set", "exposure=" + deep}},
+      {1, "is not a JSON array", {"preview", "x.png", in + "frame.png", "--script", in + "object.json"}}};
   // clang-format on
-  for (const auto& arguments : failing) {
-    const auto result = runTool(arguments);
-    EXPECT_NE(result.exitStatus, 0) << arguments.back();
-    EXPECT_FALSE(result.standardError.empty()) << arguments.back();
+  for (const auto& [status, reason, arguments, environment] : failing) {
+    const auto result = runTool(arguments, environment);
+    EXPECT_EQ(result.exitStatus, status) << reason;
+    EXPECT_THAT(result.standardError, HasSubstr("halvane " + arguments[0] + ": ")) << reason;
+    EXPECT_THAT(result.standardError, HasSubstr(reason));
   }
-  EXPECT_EQ(entries(), 2) << "nothing but the test's own two inputs";
-}
-
-TEST_F(HalvaneTool, EditFileAndSettingsCombine) {
-  const auto edit = (folder / "edit.json").string();
-  std::ofstream(edit) << R"({"exposure": 1.5, "filterType": 12})";
-  const auto result = runTool({"edit", "--print", "--edit", edit, "--set", "contrast=1.25"});
-  ASSERT_EQ(result.exitStatus, 0) << result.standardError;
-  for (const char* field : {"\"exposure\": 1.5", "\"filterType\": 12", "\"contrast\": 1.25"})
-    EXPECT_THAT(result.standardOutput, HasSubstr(field));
-  std::ofstream(edit) << "[1, 2]";
-  EXPECT_NE(runTool({"edit", "--print", "--edit", edit}).exitStatus, 0);
+  EXPECT_EQ(entries(), 5) << "nothing but the test's own five inputs";
 }
 
 TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
@@ -157,20 +165,23 @@ TEST_F(HalvaneTool, PreviewRunsTheFrameLoopAndWritesTheLastFrame) {
   ASSERT_EQ(result.exitStatus, 0) << result.standardError;
   auto frame = decodeImageFile(frameFile);
   ASSERT_TRUE(frame);
-  EXPECT_EQ(frame->width, 200);
-  EXPECT_EQ(frame->height, 100);
+  EXPECT_EQ(std::pair(frame->width, frame->height), std::pair(200, 100));
   // A square picture in a wide frame: black bars left and right, picture in the middle.
   EXPECT_EQ(frame->pixel(5, 50)[1], 0);
   EXPECT_GT(int(frame->pixel(100, 50)[0]) + frame->pixel(100, 50)[1] + frame->pixel(100, 50)[2], 0);
-  std::ofstream(script) << "{}";
-  EXPECT_NE(runTool({"preview", "x.png", frameFile, "--script", script}).exitStatus, 0);
 }
 
-TEST_F(HalvaneTool, PrintsTheDefaultEditAndTheCatalogue) {
+TEST_F(HalvaneTool, PrintsTheDefaultEditAnEditOfAFileAndSettingsAndTheCatalogue) {
   const auto edit = runTool({"edit", "--print-default"});
   ASSERT_EQ(edit.exitStatus, 0);
   EXPECT_EQ(edit.standardOutput.find("\"version\""), edit.standardOutput.find('"'));
   EXPECT_THAT(edit.standardOutput, HasSubstr("\"cropRect\""));
+  const auto file = (folder / "edit.json").string();
+  std::ofstream(file) << R"({"exposure": 1.5, "filterType": 12})";
+  const auto combined = runTool({"edit", "--print", "--edit", file, "--set", "contrast=1.25"});
+  ASSERT_EQ(combined.exitStatus, 0) << combined.standardError;
+  for (const char* field : {"\"exposure\": 1.5", "\"filterType\": 12", "\"contrast\": 1.25"})
+    EXPECT_THAT(combined.standardOutput, HasSubstr(field));
   const auto filters = runTool({"filters"});
   ASSERT_EQ(filters.exitStatus, 0);
   EXPECT_EQ(std::count(filters.standardOutput.begin(), filters.standardOutput.end(), '\n'), 146 + 11);
@@ -182,7 +193,7 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
   fs::create_symlink(input, folder / "link.jpg");
   fs::create_hard_link(input, folder / "hard.jpg");
   fs::create_directory(folder / "sub");
-  const auto before = contents(input);
+  const auto before = fileContents(input);
   for (const fs::path& target :
        {input, folder / "." / "in.jpg", folder / "sub" / ".." / "in.jpg", folder / "link.jpg", folder / "hard.jpg"}) {
     const std::string in = input.string(), out = target.string();
@@ -191,35 +202,22 @@ TEST_F(HalvaneTool, TheInputIsNeverReplaced) {
       EXPECT_THAT(result.standardError, HasSubstr("is the input file"));
     }
   }
-  EXPECT_EQ(contents(input), before);
+  EXPECT_EQ(fileContents(input), before);
 }
 
 TEST_F(HalvaneTool, TheOutputTypeFollowsItsNameAndAnExistingOneNeedsOverwrite) {
   const auto input = sample("photo/hopper.png");
   const auto png = (folder / "out.PNG").string(), old = (folder / "old.jpg").string();
   ASSERT_EQ(runTool({"render", input, png}).exitStatus, 0);
-  EXPECT_EQ(contents(png).substr(0, 4), "\x89PNG");
+  EXPECT_EQ(fileContents(png).substr(0, 4), "\x89PNG");
   std::ofstream(old) << "keep me";
   const auto kept = runTool({"render", input, old});
   EXPECT_EQ(kept.exitStatus, 1);
   EXPECT_THAT(kept.standardError, HasSubstr("already exists"));
-  EXPECT_EQ(contents(old), "keep me");
+  EXPECT_EQ(fileContents(old), "keep me");
   ASSERT_EQ(runTool({"render", input, old, "--overwrite"}).exitStatus, 0);
   EXPECT_TRUE(decodeImageFile(old));
-  EXPECT_EQ(contents(old)[0], '\xFF');
-  EXPECT_EQ(runTool({"render", input, (folder / "out.tif").string()}).exitStatus, 2);
-  EXPECT_EQ(entries(), 2) << "no out.tif";
-}
-
-TEST_F(HalvaneTool, DeeplyNestedEditsAreRefusedClearly) {
-  const std::string deep = std::string(60000, '[') + std::string(60000, ']');
-  std::ofstream(folder / "deep.json") << "{\"exposure\": " << deep << "}";
-  const auto file = runTool({"edit", "--print", "--edit", (folder / "deep.json").string()});
-  EXPECT_EQ(file.exitStatus, 1);
-  EXPECT_THAT(file.standardError, HasSubstr("nested more than"));
-  const auto setting = runTool({"edit", "--print", "--set", "exposure=" + deep});
-  EXPECT_EQ(setting.exitStatus, 2);
-  EXPECT_THAT(setting.standardError, HasSubstr("nested more than"));
+  EXPECT_EQ(fileContents(old)[0], '\xFF');
 }
 
 }  // namespace

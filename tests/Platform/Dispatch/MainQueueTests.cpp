@@ -40,30 +40,14 @@ TEST(ManualMainQueue, RunsWorkInQueueOrderWorkQueuedDuringATurnInTheNextAndChain
   EXPECT_EQ(queue.pendingCount(), 1u);
 }
 
-TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadInEachProducersOrder) {
-  ManualMainQueue queue;
-  const std::thread::id pumping = std::this_thread::get_id();
-  std::vector<int> next(3, 0);
-  std::vector<std::thread> producers;
-  for (int p = 0; p < 3; ++p)
-    producers.emplace_back([&, p] {
-      for (int i = 0; i < 200; ++i)
-        queue.async([&, p, i] { EXPECT_EQ(i, next[p]++); EXPECT_EQ(std::this_thread::get_id(), pumping); });
-    });
-  for (auto& producer : producers) producer.join();
-  EXPECT_EQ(queue.runPending(), 600u);
-  EXPECT_EQ(next, (std::vector<int>{200, 200, 200}));
-}
-
 TEST(ManualMainQueue, DelayedWorkWaitsForTheFakeClockAndRunsInDueOrder) {
   ManualMainQueue queue;
   std::vector<std::string> order;
   auto note = [&](const char* name) { return [&order, name] { order.push_back(name); }; };
-  queue.asyncAfter(30ms, note("30ms"));
-  queue.asyncAfter(10ms, note("10ms"));
-  queue.asyncAfter(20ms, note("20ms a"));
-  queue.asyncAfter(20ms, note("20ms b"));
-  queue.asyncAfter(-5s, note("negative"));  // counts as no delay
+  // A negative delay counts as none.
+  for (auto [delay, name] :
+       {std::pair{30ms, "30ms"}, {10ms, "10ms"}, {20ms, "20ms a"}, {20ms, "20ms b"}, {-5s, "negative"}})
+    queue.asyncAfter(delay, note(name));
   queue.async(note("now"));
   EXPECT_EQ(queue.runPending(), 2u);
   queue.advance(15ms);
@@ -99,12 +83,25 @@ TEST(ManualMainQueue, CancelledWorkItemsNeverRun) {
   EXPECT_FALSE(kept->isCancelled());
 }
 
-TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
+// Work from other threads runs on the pumping thread in each producer's order; the queue's
+// thread is the creating one until another pumps.
+TEST(ManualMainQueue, WorkFromOtherThreadsRunsOnThePumpingThreadWhichIsTheQueuesThread) {
   ManualMainQueue queue;
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any pump";
   bool otherBeforePump = true, insideWork = false;
   std::thread([&] { otherBeforePump = queue.isCurrentThread(); }).join();
   EXPECT_FALSE(otherBeforePump);
+  const std::thread::id pumping = std::this_thread::get_id();
+  std::vector<int> next(3, 0);
+  std::vector<std::thread> producers;
+  for (int p = 0; p < 3; ++p)
+    producers.emplace_back([&, p] {
+      for (int i = 0; i < 200; ++i)
+        queue.async([&, p, i] { EXPECT_EQ(i, next[p]++); EXPECT_EQ(std::this_thread::get_id(), pumping); });
+    });
+  for (auto& producer : producers) producer.join();
+  EXPECT_EQ(queue.runPending(), 600u);
+  EXPECT_EQ(next, (std::vector<int>{200, 200, 200}));
   std::thread([&] { queue.async([&] { insideWork = queue.isCurrentThread(); }), queue.runPending(); }).join();
   EXPECT_TRUE(insideWork);
   EXPECT_FALSE(queue.isCurrentThread()) << "the other thread pumped last";
@@ -112,14 +109,18 @@ TEST(ManualMainQueue, IsCurrentThreadFollowsThePumpingThread) {
   EXPECT_TRUE(queue.isCurrentThread());
 }
 
-TEST(ManualMainQueue, CapturesAreReleasedOnceRunOrWithTheQueueUnrun) {
+// Work that ran lets its captures go; work still queued, delayed or not, goes with its queue.
+TEST(MainQueues, ReleaseCapturesOnceRunOrWithTheQueueUnrun) {
   auto capture = std::make_shared<int>(0);
   std::weak_ptr<int> watch = capture;
   {
-    ManualMainQueue queue;
-    queue.async([capture] {});
-    queue.runPending();
-    queue.async([capture] { ADD_FAILURE(); });
+    ManualMainQueue manual;
+    RunLoopMainQueue runLoop;
+    manual.async([capture] {}), manual.runPending();
+    for (MainQueue* queue : std::initializer_list<MainQueue*>{&manual, &runLoop}) {
+      queue->asyncAfter(1h, [capture] { ADD_FAILURE(); });
+      queue->async([capture] { ADD_FAILURE(); });
+    }
     capture.reset();
     EXPECT_FALSE(watch.expired());
   }
@@ -139,7 +140,6 @@ TEST(SharedMainQueue, IsSeenFromEveryThreadAndAssertMainQueuePassesOnItsThread) 
   queue->runPending();
   EXPECT_TRUE(ran);
   MainQueue::setShared(nullptr);
-  EXPECT_EQ(MainQueue::shared(), nullptr);
 }
 
 TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
@@ -156,38 +156,33 @@ TEST(AssertMainQueueDeathTest, StopsTheProgramOffTheMainQueue) {
   EXPECT_DEATH(assertMainQueue(), "no main queue is set");
 }
 
-TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadAndWorkQueuedByWorkLater) {
+// Work runs in order on the running thread, work queued by work after what was queued
+// before it, delayed work in due order (queued latest-due first, before work due now),
+// cancelled items never.
+// The gaps between due times only need to exceed the time between two calls here, so they
+// say nothing about speed.
+TEST(RunLoopMainQueue, RunsWorkInOrderOnTheRunningThreadDelayedWorkInDueOrderAndCancelledItemsNever) {
   RunLoopMainQueue queue;
   std::vector<std::string> order;
   bool onRunner = false;
   EXPECT_TRUE(queue.isCurrentThread()) << "the creating thread counts before any run";
+  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
   std::thread([&] {
-    queue.async([&] {
-      order.push_back("a");
-      queue.async([&] { order.push_back("queued by a"), onRunner = queue.isCurrentThread(), queue.stop(); });
+    queue.async([&] { order.push_back("a"), queue.async([&] { order.push_back("queued by a"); }); });
+    queue.async([&] {  // the delayed work is queued here, so that its due times count from this turn
+      order.push_back("b");
+      queue.asyncAfter(150ms, [&] { order.push_back("150ms"), onRunner = queue.isCurrentThread(), queue.stop(); });
+      queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
+      queue.asyncAfter(75ms, cancelled);
+      queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
+      queue.async([&] { order.push_back("now"); });
+      cancelled->cancel();
     });
-    queue.async([&] { order.push_back("b"); });
     runGuarded(queue);
   }).join();
-  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a"));
+  EXPECT_THAT(order, ElementsAre("a", "b", "queued by a", "now", "50ms", "100ms", "150ms"));
   EXPECT_TRUE(onRunner);
   EXPECT_FALSE(queue.isCurrentThread());
-}
-
-TEST(RunLoopMainQueue, DelayedWorkRunsInDueOrderAndCancelledItemsNever) {
-  RunLoopMainQueue queue;
-  std::vector<std::string> order;
-  // Queued latest-due first; the gaps between due times only need to exceed the time
-  // between two calls here, so they say nothing about speed.
-  queue.asyncAfter(150ms, [&] { order.push_back("150ms"), queue.stop(); });
-  queue.asyncAfter(100ms, [&] { order.push_back("100ms"); });
-  auto cancelled = std::make_shared<WorkItem>([&] { order.push_back("cancelled"); });
-  queue.asyncAfter(75ms, cancelled);
-  queue.asyncAfter(50ms, [&] { order.push_back("50ms"); });
-  queue.async([&] { order.push_back("now"); });
-  cancelled->cancel();
-  runGuarded(queue);
-  EXPECT_THAT(order, ElementsAre("now", "50ms", "100ms", "150ms"));
 }
 
 // The sleeps are not clock waits: they give the loop time to go to sleep with nothing
@@ -219,18 +214,6 @@ TEST(RunLoopMainQueue, WakesForWorkAndStopsFromAnotherThreadAndLeavesTheRestForT
   queue.async([&] { queue.stop(); });
   runGuarded(queue);  // the earlier stop was used up
   EXPECT_THAT(order, ElementsAre("first", "second"));
-}
-
-TEST(RunLoopMainQueue, DestructionDropsQueuedWork) {
-  auto capture = std::make_shared<int>(0);
-  std::weak_ptr<int> watch = capture;
-  {
-    RunLoopMainQueue queue;
-    queue.asyncAfter(1h, [capture] { ADD_FAILURE(); });
-    queue.async([capture] { ADD_FAILURE(); });
-    capture.reset();
-  }
-  EXPECT_TRUE(watch.expired());
 }
 
 struct Frame {
@@ -269,10 +252,8 @@ TEST(ManualDisplayLink, EachTickOfAnAddedLinkCallsTheTargetOnceWithFrameTimesOfI
   EXPECT_NEAR(link.duration(), 1.0 / 60.0, 1e-12) << "the display's rate by default";
   link.setPreferredFrameRateRange(24, 60, 30);
   EXPECT_TRUE(link.tick(10.5));
-  ASSERT_EQ(frames.size(), 2u);
-  EXPECT_DOUBLE_EQ(frames[0].timestamp, 10.0);
-  EXPECT_DOUBLE_EQ(frames[0].targetTimestamp, 10.0 + 1.0 / 60.0);
-  EXPECT_DOUBLE_EQ(frames[1].targetTimestamp, 10.5 + 1.0 / 30.0);
+  EXPECT_THAT(frames,
+              ElementsAre(FieldsAre(10.0, DoubleEq(10.0 + 1.0 / 60.0)), FieldsAre(10.5, DoubleEq(10.5 + 1.0 / 30.0))));
   EXPECT_DOUBLE_EQ(link.targetTimestamp(), 10.5 + 1.0 / 30.0);
   link.setPaused(true);
   EXPECT_FALSE(link.tick(11.0));
@@ -304,56 +285,44 @@ TEST(ManualDisplayLink, InvalidationFromTheTargetReleasesItAndNothingBringsTheLi
   EXPECT_EQ(calls, 1);
 }
 
-// Puts the process-wide factory and main queue back after each test.
-class DisplayLinkTest : public ::testing::Test {
- protected:
-  void TearDown() override {
-    setDisplayLinkFactory(nullptr);
-    MainQueue::setShared(nullptr);
-  }
-};
+// The default factory makes run-loop links on the shared queue, and needs one; a manual
+// factory replaces it, ticks only added links and forgets those that are gone. A link
+// holds its owner weakly: the pattern every user of a link follows. The test ends with
+// neither factory nor queue set, as it began.
+TEST(DisplayLinkFactory, DefaultOrReplacedMakesLinksThatHoldTheirOwnersWeakly) {
+  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
+  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
+  ManualDisplayLinkFactory links;
+  setDisplayLinkFactory(links.factory());
+  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
 
-// Owners held weakly: the pattern every user of a link follows.
-TEST_F(DisplayLinkTest, ALinkHoldsItsOwnerWeaklyAndTheManualFactoryForgetsLinksThatAreGone) {
   struct Owner {
     int ticks = 0;
     std::shared_ptr<DisplayLink> link;
   };
-  ManualDisplayLinkFactory links;
-  setDisplayLinkFactory(links.factory());
   auto owner = std::make_shared<Owner>();
   owner->link = makeDisplayLink([weak = std::weak_ptr<Owner>(owner)](double, double) {
     if (const auto self = weak.lock()) ++self->ticks;
   });
   owner->link->addToMainQueue();
   std::weak_ptr<Owner> watch = owner;
-  ASSERT_EQ(links.tickAll(1.0), 1u);
+  EXPECT_EQ(links.tickAll(1.0), 1u);
   EXPECT_EQ(owner->ticks, 1);
   EXPECT_EQ(owner.use_count(), 1) << "the link holds no strong reference to its owner";
-
   // Something else keeps the link alive, as a run loop would; the owner still goes.
   const auto keptLink = links.links().at(0);
   owner.reset();
   EXPECT_TRUE(watch.expired());
   EXPECT_TRUE(keptLink->tick(2.0)) << "the target runs and finds its owner gone";
-
-  // The factory forgets links that are gone and ticks only added ones.
   auto unadded = makeDisplayLink(ignore);
-  EXPECT_EQ(links.links().size(), 2u);
+  EXPECT_EQ(links.links().size(), 2u) << "the first manual link is gone and forgotten";
   keptLink->invalidate();
   EXPECT_EQ(links.tickAll(3.0), 0u) << "the remaining links are invalid or never added";
   unadded->addToMainQueue();
   EXPECT_EQ(links.tickAll(4.0), 1u);
   unadded.reset();
   EXPECT_EQ(links.links().size(), 1u);
-}
 
-TEST_F(DisplayLinkTest, DefaultFactoryMakesRunLoopLinksOnTheSharedQueueAndNeedsOne) {
-  MainQueue::setShared(std::make_shared<RunLoopMainQueue>());
-  EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
-  ManualDisplayLinkFactory manual;
-  setDisplayLinkFactory(manual.factory());
-  EXPECT_NE(dynamic_cast<ManualDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
   setDisplayLinkFactory(nullptr);
   EXPECT_NE(dynamic_cast<RunLoopDisplayLink*>(makeDisplayLink(ignore).get()), nullptr);
   MainQueue::setShared(nullptr);

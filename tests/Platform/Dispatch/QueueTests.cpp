@@ -50,9 +50,9 @@ TEST(GlobalQueue, HigherQualityIsTakenFirstWhenSaturated) {
   ASSERT_TRUE(started.waitForCount(workers));
   // Queued lowest quality first, two of each so that order within a quality shows too.
   using enum QualityOfService;
-  const std::pair<QualityOfService, const char*> qualities[] = {{background, "background"}, {utility, "utility"},
-                                                                {userInitiated, "userInitiated"},
-                                                                {userInteractive, "userInteractive"}};
+  const std::pair<QualityOfService, const char*> qualities[] = {
+      {background, "background"}, {utility, "utility"}, {userInitiated, "userInitiated"},
+      {userInteractive, "userInteractive"}};
   for (const char* round : {" 1", " 2"})
     for (auto [quality, name] : qualities)
       GlobalQueue::async(quality, [&, entry = name + std::string(round)] { order.add(entry); });
@@ -163,7 +163,7 @@ struct Heard {
   }
 };
 
-TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsContents) {
+TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsContentsToMatchingObservers) {
   Heard heard;
   for (const char* who : {"0", "1", "2"}) heard.add("Changed", nullptr, who);
   int sender = 0;
@@ -182,20 +182,19 @@ TEST(NotificationCenter, DeliversInRegistrationOrderOnThePostingThreadWithItsCon
   ASSERT_EQ(last.userInfo.size(), 2u);
   EXPECT_EQ(std::any_cast<int>(last.userInfo.at("count")), 3);
   EXPECT_EQ(std::any_cast<std::string>(last.userInfo.at("label")), "three");
-}
 
-TEST(NotificationCenter, DeliversOnlyMatchingNamesAndObjects) {
-  Heard heard;
+  // Only matching names and objects.
+  Heard matching;
   int first = 0, second = 0;
-  heard.add("Ended", &first, "first");
-  heard.add("Ended", nullptr, "any object");
-  heard.add("", nullptr, "any name");
-  heard.center.post("Ended", &second);
-  heard.center.post("Ended", nullptr);  // does not reach an object's observer
-  heard.center.post("Ended", &first);
-  heard.center.post("Unrelated");
-  EXPECT_THAT(heard.notes, ElementsAre("any object:Ended", "any name:Ended", "any object:Ended", "any name:Ended",
-                                       "first:Ended", "any object:Ended", "any name:Ended", "any name:Unrelated"));
+  matching.add("Ended", &first, "first");
+  matching.add("Ended", nullptr, "any object");
+  matching.add("", nullptr, "any name");
+  matching.center.post("Ended", &second);
+  matching.center.post("Ended", nullptr);  // does not reach an object's observer
+  matching.center.post("Ended", &first);
+  matching.center.post("Unrelated");
+  EXPECT_THAT(matching.notes, ElementsAre("any object:Ended", "any name:Ended", "any object:Ended", "any name:Ended",
+                                          "first:Ended", "any object:Ended", "any name:Ended", "any name:Unrelated"));
 }
 
 TEST(NotificationCenter, RemovedObserversHearNothingAndLetTheirHandlersGo) {

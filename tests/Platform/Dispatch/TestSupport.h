@@ -16,7 +16,9 @@
 namespace platform::dispatch::testing {
 
 using namespace std::chrono_literals;
+using ::testing::DoubleEq;
 using ::testing::ElementsAre;
+using ::testing::FieldsAre;
 
 // A thread-safe record of events, in the order they happened.
 class Log {

@@ -63,7 +63,6 @@ TEST(DeviceChoice, TheOptionsWinOverTheEnvironmentAnIndexChoosesAndAnUnknownChoi
 }
 
 TEST_F(DeviceTest, TheLibraryListsItsModulesAndWhatCannotBeMadeGivesItsError) {
-  EXPECT_EQ(library->path(), kBundlePath);
   EXPECT_TRUE(library->hasFunction("gpuPatternKernel"));
   EXPECT_TRUE(library->hasFunction("gpuQuadVertex"));
   EXPECT_FALSE(library->hasFunction("gpuPatternKernel.spv"));
@@ -119,7 +118,9 @@ class PipelineCacheTest : public ::testing::Test {
   const fs::path path = folder / "nested" / "pipelines.bin";
 };
 
-TEST_F(PipelineCacheTest, TheSecondStartReusesTheFileTheFirstWrote) {
+// The second start reuses the file the first wrote; a corrupt or foreign file is ignored
+// and replaced.
+TEST_F(PipelineCacheTest, TheSecondStartReusesTheFileTheFirstWroteAndACorruptOrForeignOneIsReplaced) {
   PipelineCacheInfo first = start();
   EXPECT_FALSE(first.loadedFromFile);
   EXPECT_EQ(first.pipelinesCreated, 2u);
@@ -141,12 +142,8 @@ TEST_F(PipelineCacheTest, TheSecondStartReusesTheFileTheFirstWrote) {
   // A start that adds nothing leaves the file as it was.
   EXPECT_EQ(contents(path), written);
   EXPECT_EQ(fs::last_write_time(path), firstWritten) << "not written again";
-}
 
-TEST_F(PipelineCacheTest, ACorruptOrForeignFileIsIgnoredAndReplaced) {
-  start();
-  std::string foreign = contents(path);
-  ASSERT_GE(foreign.size(), 32u);
+  std::string foreign = written;
   foreign[16] ^= 0x5a;  // another driver's cache UUID
   for (const std::string& bad :
        {foreign, std::string("not a pipeline cache, but long enough to have a header's size")}) {

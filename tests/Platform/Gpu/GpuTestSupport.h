@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,7 +53,7 @@ inline std::vector<uint8_t> swizzle(std::vector<uint8_t> bgra, uint32_t delta) {
 class GpuTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    auto made = Device::createSystemDefault(options());
+    auto made = Device::createSystemDefault(validatedCpuOptions());
     ASSERT_TRUE(made) << "no CPU Vulkan device (lavapipe): " << made.error().message;
     device = *made;
     queue = device->newCommandQueue();
@@ -62,7 +61,6 @@ class GpuTest : public ::testing::Test {
     ASSERT_TRUE(loaded) << loaded.error().message;
     library = *loaded;
   }
-  virtual DeviceOptions options() { return validatedCpuOptions(); }
 
   std::shared_ptr<ComputePipelineState> computePipeline(const std::string& name,
                                                         const std::vector<FunctionConstant>& constants = {}) {
@@ -95,23 +93,21 @@ class GpuTest : public ::testing::Test {
   }
 
   // One dispatch of `pipeline` over `textures` (indices 0, 1, ...) with `bytes` at index 0,
-  // by default in as many 16 by 16 groups as cover the first texture.
+  // in as many 16 by 16 groups as cover the first texture.
   static void encode(ComputeCommandEncoder& encoder, const std::shared_ptr<ComputePipelineState>& pipeline,
-                     const Textures& textures, const void* bytes, size_t length, std::optional<Size> groups = {},
-                     Size groupSize = kGroupSize) {
+                     const Textures& textures, const void* bytes, size_t length, Size groupSize = kGroupSize) {
     encoder.setComputePipelineState(pipeline);
     for (uint32_t i = 0; i < textures.size(); ++i) encoder.setTexture(textures[i], i);
     if (bytes != nullptr) encoder.setBytes(bytes, length, 0);
-    encoder.dispatchThreadgroups(
-        groups.value_or(Size{(textures[0]->width() + 15) / 16, (textures[0]->height() + 15) / 16, 1}), groupSize);
+    encoder.dispatchThreadgroups({(textures[0]->width() + 15) / 16, (textures[0]->height() + 15) / 16, 1}, groupSize);
   }
   // The same on a new command buffer of its own, not committed.
   std::shared_ptr<CommandBuffer> encodeDispatch(const std::shared_ptr<ComputePipelineState>& pipeline,
                                                 const Textures& textures, const void* bytes, size_t length,
-                                                std::optional<Size> groups = {}, Size groupSize = kGroupSize) {
+                                                Size groupSize = kGroupSize) {
     auto commandBuffer = queue->commandBuffer();
     auto encoder = commandBuffer->computeCommandEncoder();
-    encode(*encoder, pipeline, textures, bytes, length, groups, groupSize);
+    encode(*encoder, pipeline, textures, bytes, length, groupSize);
     encoder->endEncoding();
     return commandBuffer;
   }

@@ -24,7 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-TEST(SettingsStore, ReadsWholeNumbersAndTruthValuesFromTextAndAnythingElseAsZero) {
+TEST(SettingsStore, ReadsNumbersAndTruthValuesFromTextAnythingElseAsZeroAndMissingKeysAsNothing) {
   // The one past the largest is out of range.
   const std::tuple<const char*, std::int64_t, bool> cases[] = {
       {"42", 42, false}, {"-7", -7, false}, {"0", 0, false}, {"1", 1, false}, {"true", 0, true}, {"TRUE", 0, false},
@@ -36,10 +36,7 @@ TEST(SettingsStore, ReadsWholeNumbersAndTruthValuesFromTextAndAnythingElseAsZero
     EXPECT_EQ(store.integer("value"), integer) << '"' << stored << '"';
     EXPECT_EQ(store.boolean("value"), boolean) << '"' << stored << '"';
   }
-}
-
-TEST(SettingsStore, MissingKeysReadAsNothingAndRemovalForgets) {
-  InMemorySettingsStore store;
+  // Missing keys read as nothing; removal forgets.
   EXPECT_EQ(store.text("photoPickCounter"), std::nullopt);
   EXPECT_EQ(store.integer("photoPickCounter"), 0);
   EXPECT_FALSE(store.boolean("photoPickCounter"));
@@ -100,9 +97,10 @@ struct Monitored {
 };
 
 // One call per report, on the monitor's thread; stopped while it waits, it returns at
-// once (the guard of 5 s only catches a hang).
-TEST(MemoryPressureMonitor, CallsOncePerReportOnItsOwnThreadAndStopsPromptly) {
-  Monitored fake;
+// once (the guard of 5 s only catches a hang). A failed source ends it after the reports
+// it had.
+TEST(MemoryPressureMonitor, CallsOncePerReportOnItsOwnThreadStopsPromptlyAndEndsWithAFailedSource) {
+  Monitored fake, ended;
   fake.report();
   ASSERT_TRUE(fake.waitFor(1));
   EXPECT_NE(fake.thread, std::this_thread::get_id());
@@ -115,16 +113,13 @@ TEST(MemoryPressureMonitor, CallsOncePerReportOnItsOwnThreadAndStopsPromptly) {
   fake.monitor.reset();
   EXPECT_LT(std::chrono::steady_clock::now() - began, 5s);
   EXPECT_EQ(fake.count, 3);
-}
 
-TEST(MemoryPressureMonitor, EndsWhenTheSourceFailsAfterTheReportsItHad) {
-  Monitored fake;
-  fake.report();
-  fake.hangUp();
+  ended.report();
+  ended.hangUp();
   const auto deadline = std::chrono::steady_clock::now() + 10s;
-  while (fake.monitor->isWatching() && std::chrono::steady_clock::now() < deadline) std::this_thread::sleep_for(5ms);
-  EXPECT_FALSE(fake.monitor->isWatching());
-  EXPECT_EQ(fake.count, 1);
+  while (ended.monitor->isWatching() && std::chrono::steady_clock::now() < deadline) std::this_thread::sleep_for(5ms);
+  EXPECT_FALSE(ended.monitor->isWatching());
+  EXPECT_EQ(ended.count, 1);
 }
 
 TEST(MemoryPressureTrigger, SaysWhyWhenTheKernelHasNoneOrRefusesIt) {
@@ -136,7 +131,7 @@ TEST(MemoryPressureTrigger, SaysWhyWhenTheKernelHasNoneOrRefusesIt) {
   EXPECT_FALSE(openMemoryPressureTrigger("/proc/pressure/memory", {100ms, 60s}));
   auto trigger = openMemoryPressureTrigger();
   if (!trigger) GTEST_SKIP() << trigger.error();
-  // The kernel's trigger is waited on without failing.
+  // The kernel's trigger is waited on without ended.
   MemoryPressureMonitor monitor(std::move(trigger.value()), [] {});
   std::this_thread::sleep_for(50ms);
   EXPECT_TRUE(monitor.isWatching());
