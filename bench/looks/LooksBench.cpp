@@ -104,6 +104,10 @@ int registerAll() {
   heaviest.sharpness = 0.8f, heaviest.clarity = 0.4f, heaviest.temperature = 7200, heaviest.exposure = 0.5f;
   const std::pair<const char*, EditState> cases[] = {
       {"neutral", EditState{}},
+      {"only/clarity", [] { EditState s; s.clarity = 0.4f; return s; }()},
+      {"only/sharpness", [] { EditState s; s.sharpness = 0.8f; return s; }()},
+      {"only/vignette", [] { EditState s; s.vignetteIntensity = 0.6f; return s; }()},
+      {"only/exposure", [] { EditState s; s.exposure = 0.5f; return s; }()},
       {"adjustments/pointwise", pointwise},
       {"adjustments/all", all},
       {"look/kodachrome", look("kodachrome")},
