@@ -74,10 +74,9 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
   };
   ASSERT_TRUE(pumpUntil([&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(sizeSeen, (MediaSize{32, 24}));
-  EXPECT_EQ(turnsSeen, 0);
-  EXPECT_EQ(renderer->currentRenderSize(), (MediaSize{32, 24}));
+  // Called once, for the second clip, with its properties already set.
+  EXPECT_EQ(std::tuple(calls, sizeSeen, turnsSeen, renderer->currentRenderSize()),
+            std::tuple(1, MediaSize{32, 24}, 0, MediaSize{32, 24}));
   EXPECT_NEAR(renderer->cachedDuration().seconds(), 10.0 / 30, 0.05);
   EXPECT_FALSE(renderer->onTrackPropertiesLoaded);
 }
@@ -199,11 +198,11 @@ TEST_F(VideoPlaybackTest, StopPlaybackKeepsTheAssetAndForgetsTheFrames) {
   const auto asset = renderer->asset();
   renderer->stopPlayback();
   EXPECT_EQ(renderer->asset(), asset);
-  EXPECT_FALSE(renderer->displayLink());
-  EXPECT_FALSE(renderer->lastSourceTexture());
-  EXPECT_FALSE(renderer->orientedTexture());
-  EXPECT_FALSE(renderer->lastSourcePixelBuffer());
-  EXPECT_FALSE(renderer->player().currentItem());
+  // The link, source texture, turned texture, decoded buffer and player item are gone.
+  EXPECT_EQ(std::tuple(bool(renderer->displayLink()), bool(renderer->lastSourceTexture()),
+                       bool(renderer->orientedTexture()), bool(renderer->lastSourcePixelBuffer()),
+                       bool(renderer->player().currentItem())),
+            std::tuple(false, false, false, false, false));
   EXPECT_EQ(tick(), 0u);
 }
 
