@@ -12,26 +12,26 @@
 namespace testsupport {
 namespace {
 
-bool comparable(const platform::media::Image& a, const platform::media::Image& b) {
-  return a.width == b.width && a.height == b.height && !a.pixels.empty() && a.pixels.size() == b.pixels.size();
+// The absolute differences of the colour channels, folded by `fold`; infinity for
+// pictures that cannot be compared.
+template <typename Fold>
+double foldDifferences(const platform::media::Image& a, const platform::media::Image& b, Fold fold) {
+  if (a.width != b.width || a.height != b.height || a.pixels.empty() || a.pixels.size() != b.pixels.size())
+    return INFINITY;
+  double result = 0;
+  for (std::size_t i = 0; i < a.pixels.size(); ++i)
+    if (i % 4 != 3) result = fold(result, std::abs(int(a.pixels[i]) - int(b.pixels[i])));
+  return result;
 }
 
 }  // namespace
 
 double meanAbsoluteDifference(const platform::media::Image& a, const platform::media::Image& b) {
-  if (!comparable(a, b)) return INFINITY;
-  double sum = 0;
-  for (std::size_t i = 0; i < a.pixels.size(); i += 4)
-    for (std::size_t c = 0; c < 3; ++c) sum += std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c]));
-  return sum / double(a.pixels.size() / 4 * 3);
+  return foldDifferences(a, b, [](double sum, int d) { return sum + d; }) / double(a.pixels.size() / 4 * 3);
 }
 
 double maxAbsoluteDifference(const platform::media::Image& a, const platform::media::Image& b) {
-  if (!comparable(a, b)) return INFINITY;
-  int most = 0;
-  for (std::size_t i = 0; i < a.pixels.size(); i += 4)
-    for (std::size_t c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixels[i + c]) - int(b.pixels[i + c])));
-  return most;
+  return foldDifferences(a, b, [](double most, int d) { return std::max(most, double(d)); });
 }
 
 void saveForInspection(const platform::media::Image& image, const std::string& name) {

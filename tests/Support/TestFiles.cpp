@@ -40,4 +40,11 @@ std::string fileContents(const std::string& path) {
   return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part) {
+  std::vector<std::string> found;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    if (entry.path().filename().string().find(part) != std::string::npos) found.push_back(entry.path().string());
+  return found;
+}
+
 }  // namespace testsupport

@@ -1,6 +1,7 @@
 #pragma once
 // Files for the tests: one temporary folder per test process, and the sample media.
 #include <string>
+#include <vector>
 
 namespace testsupport {
 
@@ -13,5 +14,8 @@ std::string sample(const std::string& relative);
 
 // The bytes of a file; empty when it cannot be read.
 std::string fileContents(const std::string& path);
+
+// The paths in `folder` whose name contains `part` (a partial file among them).
+std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part);
 
 }  // namespace testsupport

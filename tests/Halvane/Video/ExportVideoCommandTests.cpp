@@ -92,14 +92,6 @@ std::string toneClip() { return makeClip("cli-tone", {}); }
 // several hundred kilobytes.
 std::string longClip() { return makeClip("cli-long", {.frames = 2400}); }
 
-// The names in a folder that contain `part`.
-std::vector<std::string> entriesNamed(const std::string& folder, const std::string& part) {
-  std::vector<std::string> found;
-  for (const auto& entry : std::filesystem::directory_iterator(folder))
-    if (entry.path().filename().string().find(part) != std::string::npos) found.push_back(entry.path().string());
-  return found;
-}
-
 // Each refusal says why after the engine's text, with its exit status, and leaves no
 // file; on a failed export FFmpeg's own log stays silent.
 TEST(ExportVideoCommandTest, ReportsErrorsWithTheirTextsAndCausesAndLeavesNoFile) {

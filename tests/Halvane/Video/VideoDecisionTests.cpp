@@ -46,9 +46,7 @@ TEST(QuarterTurnsTest, UprightSizeExchangesSidesForOddTurnsAndBoundsAShear) {
   EXPECT_EQ(uprightSize({1, 0, 0.5, 1, 0, 0}, {100, 10}), (Size{105, 10}));
   EXPECT_FALSE(orientationState(0));
   ASSERT_TRUE(orientationState(3));
-  EditState expected;
-  expected.rotationQuarterTurns = 3;
-  EXPECT_EQ(*orientationState(3), expected);
+  EXPECT_EQ(*orientationState(3), EditState{.rotationQuarterTurns = 3});
 }
 
 TEST(NeutralRenderingTest, TrimAudioAndVersionNeverCostAPass) {
@@ -98,16 +96,13 @@ TEST(ExportTimeRangeTest, ClampsTrimsAndRefusesAnEmptyRange) {
   };
   for (const auto& [duration, trimStart, trimEnd, expected] : cases) {
     SCOPED_TRACE(std::to_string(duration) + " " + std::to_string(trimStart) + " " + std::to_string(trimEnd));
-    EditState state;
-    state.trimStart = trimStart, state.trimEnd = trimEnd;
-    const auto range = exportTimeRange(duration, state);
+    const auto range = exportTimeRange(duration, {.trimStart = trimStart, .trimEnd = trimEnd});
     ASSERT_EQ(range.has_value(), expected.has_value());
     if (!range) continue;
     EXPECT_DOUBLE_EQ(range->start, expected->first);
     EXPECT_DOUBLE_EQ(range->end, expected->second);
   }
-  EditState trim;
-  trim.trimStart = 0.5, trim.trimEnd = 1.5;
+  EditState trim{.trimStart = 0.5, .trimEnd = 1.5};
   const auto ticks = exportTimeRange(2.0, trim)->mediaRange();
   EXPECT_EQ(std::tuple(ticks.start.value, ticks.start.timescale, ticks.duration.value), std::tuple(300, 600, 600));
   // Ends that round onto the start's tick are no range: half a second from the start.
@@ -157,9 +152,7 @@ TEST(AudioPlanTest, FollowsTheDecisionTable) {
   for (std::size_t row = 0; row < std::size(cases); ++row) {
     SCOPED_TRACE(row);
     const auto& [muted, hasAudio, volume, preset, format, route, gain, bitRate, channels, sampleRate] = cases[row];
-    EditState state;
-    state.audioMuted = muted, state.audioVolume = volume;
-    const auto plan = planAudio(state, preset, hasAudio, format);
+    const auto plan = planAudio({.audioVolume = volume, .audioMuted = muted}, preset, hasAudio, format);
     EXPECT_EQ(plan.route, route);
     EXPECT_EQ(plan.appliesGain, gain);
     if (bitRate) { EXPECT_EQ(plan.encoder.bitRate, bitRate); }

@@ -28,6 +28,13 @@ float peak(const std::vector<float>& samples) {
   return most;
 }
 
+// The codec, rate and channels of a movie's one sound track ("none" without one).
+std::string soundOf(const std::string& path) {
+  const auto audio = probeMovie(path).audio;
+  if (audio.size() != 1) return audio.empty() ? "none" : "several";
+  return audio[0].codec + " " + std::to_string(audio[0].sampleRate) + " " + std::to_string(audio[0].channels);
+}
+
 class VideoExportTest : public testing::VideoRendererTest {
  protected:
   void SetUp() override {
@@ -59,10 +66,8 @@ TEST_P(WrittenExportTest, WritesUprightHevcFramesFromZeroWithoutRotationMetadata
   const auto source =
       trimmed ? makeClip("silent-2s", {.frames = 60, .audio = ClipAudio::none})
               : makeClip("export-turned-" + std::to_string(turns), {.width = 64, .height = 96, .quarterTurns = turns});
-  EditState trim;
-  if (trimmed) trim.trimStart = 0.5, trim.trimEnd = 1.5;
   const auto output = freshPath("written-" + std::to_string(turns) + ".mov");
-  const auto result = runExport(source, output, trim);
+  const auto result = runExport(source, output, trimmed ? EditState{.trimStart = 0.5, .trimEnd = 1.5} : EditState{});
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
   EXPECT_EQ(**result, output);
   const auto facts = probeMovie(output);
@@ -92,14 +97,11 @@ INSTANTIATE_TEST_SUITE_P(QuarterTurnsOrTrimmed, WrittenExportTest, ::testing::Va
 // tests, the scaler's pixels against a reference in its own); a one-pixel crop writes
 // 2 by 2 (inside the red quadrant); an edit reaches every frame.
 TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEveryFrame) {
-  EditState none, crop, dark;
-  crop.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48};
-  dark.exposure = -3;
   // The clip's size and frames, the edit and preset, the size written.
   const std::tuple<int, int, int, EditState, VideoExportPreset, int, int> cases[] = {
-      {63, 47, 5, none, VideoExportPreset::maxQuality, 62, 46},
-      {64, 48, 3, crop, VideoExportPreset::balanced, 2, 2},
-      {64, 48, 10, dark, VideoExportPreset::balanced, 64, 48}};
+      {63, 47, 5, {}, VideoExportPreset::maxQuality, 62, 46},
+      {64, 48, 3, {.cropRect = {8.0 / 64, 4.0 / 48, 1.0 / 64, 1.0 / 48}}, VideoExportPreset::balanced, 2, 2},
+      {64, 48, 10, {.exposure = -3}, VideoExportPreset::balanced, 64, 48}};
   for (const auto& [width, height, frameCount, edit, preset, outWidth, outHeight] : cases) {
     const std::string clip = std::to_string(width) + "x" + std::to_string(height) + "-" + std::to_string(frameCount);
     SCOPED_TRACE(clip);
@@ -125,47 +127,32 @@ TEST_F(VideoExportTest, OutputSizesFollowThePresetAndTheScalerAndEditsReachEvery
 // --- Audio ---
 
 TEST_F(VideoExportTest, MutedGivesNoTrackAndVolumeZeroASilentOne) {
-  EditState muted, silent;
-  muted.audioMuted = true, muted.audioVolume = 1.5f;
-  silent.audioVolume = 0;
-  EXPECT_TRUE(probeMovie(exported("muted.mov", muted)).audio.empty());
-  const auto output = exported("silent.mov", silent);
-  const auto facts = probeMovie(output);
-  ASSERT_EQ(facts.audio.size(), 1u);
-  EXPECT_EQ(facts.audio[0].codec, "aac");
+  EXPECT_EQ(soundOf(exported("muted.mov", {.audioVolume = 1.5f, .audioMuted = true})), "none");
+  const auto output = exported("silent.mov", {.audioVolume = 0});
+  EXPECT_EQ(soundOf(output), "aac 44100 1");
   const auto samples = decodedAudio(output);
   ASSERT_GT(samples.size(), 40000u);
   EXPECT_LT(peak(samples), 1e-3f);
 }
 
 TEST_F(VideoExportTest, AVolumeNearOnePassesThePacketsThroughAndPcmStaysPcm) {
-  EditState near;
-  near.audioVolume = 1.0005f;
-  const auto written = audioPackets(exported("passthrough.mov", near));
+  const auto written = audioPackets(exported("passthrough.mov", {.audioVolume = 1.0005f}));
   ASSERT_FALSE(written.empty());
   EXPECT_EQ(written, audioPackets(toneClip()));
   const auto pcm = makeClip("pcm-first", {.audio = ClipAudio::pcm, .audioFirst = true});
   const auto output = exported("pcm.mov", EditState(), pcm, VideoExportPreset::maxQuality);
-  const auto facts = probeMovie(output);
-  ASSERT_EQ(facts.audio.size(), 1u);
-  EXPECT_EQ(facts.audio[0].codec, "pcm_s16le");
+  EXPECT_EQ(soundOf(output), "pcm_s16le 44100 1");
   EXPECT_EQ(decodedAudio(output), decodedAudio(pcm));
 }
 
 TEST_F(VideoExportTest, AVolumeOffOneIsReencodedWithGainClippedAtOne) {
-  EditState louder;
-  louder.audioVolume = 1.002f;
-  const auto output = exported("gain.mov", louder);
-  const auto facts = probeMovie(output);
-  ASSERT_EQ(facts.audio.size(), 1u);
-  EXPECT_EQ(facts.audio[0].codec, "aac");
-  EXPECT_EQ(std::pair(facts.audio[0].sampleRate, facts.audio[0].channels), std::pair(44100, 1));
+  const auto output = exported("gain.mov", {.audioVolume = 1.002f});
+  EXPECT_EQ(soundOf(output), "aac 44100 1");
   EXPECT_NE(audioPackets(output), audioPackets(toneClip()));
   // A second AAC generation keeps the tone's level within a few per cent.
   EXPECT_NEAR(rms(decodedAudio(output)) / rms(decodedAudio(toneClip())), 1.002, 0.03);
-  EditState doubled;
-  doubled.audioVolume = 2;
-  const auto samples = decodedAudio(exported("clipped.mov", doubled, makeClip("loud-tone", {.toneAmplitude = 0.8f})));
+  const auto samples =
+      decodedAudio(exported("clipped.mov", {.audioVolume = 2}, makeClip("loud-tone", {.toneAmplitude = 0.8f})));
   ASSERT_GT(samples.size(), 40000u);
   const auto saturated = std::count_if(samples.begin(), samples.end(), [](float s) { return std::fabs(s) > 0.9f; });
   // Unclipped, the peak would be 1.6; clipped, the sine is flat at 1 for over half its
@@ -177,12 +164,10 @@ TEST_F(VideoExportTest, AVolumeOffOneIsReencodedWithGainClippedAtOne) {
 // --- Failures leave no file ---
 
 TEST_F(VideoExportTest, AnExportThatCannotStartSaysWhyAndLeavesNoFileOrTheOneThere) {
-  EditState late;
-  late.trimStart = 5;
   const std::string folder = temporaryFolder();
   // Source, output, edit, the failure's text.
   const std::tuple<std::string, std::string, EditState, std::string> cases[] = {
-      {toneClip(), folder + "/beyond.mov", late, "Export failed: unknown"},
+      {toneClip(), folder + "/beyond.mov", {.trimStart = 5}, "Export failed: unknown"},
       {folder + "/absent.mov", folder + "/novideo.mov", {}, "No video track found"},
       {toneClip(), folder + "/no/such/folder/out.mov", {}, "Failed to set up asset writer"},
       {toneClip(), folder + "/occupied.mov", {}, "Failed to set up asset writer"}};

@@ -44,11 +44,6 @@ class VideoPlaybackTest : public testing::VideoRendererTest {
   void ticks(int count) {
     for (int i = 0; i < count; ++i) tick();
   }
-  static EditState exposure(float value) {
-    EditState state;
-    state.exposure = value;
-    return state;
-  }
   int redrawsAfter(const std::function<void()>& change) {
     settleGpu();
     const int before = presenter->count();
@@ -74,10 +69,9 @@ TEST_F(VideoPlaybackTest, ASecondLoadBeforeTheFirstTaskRunsDropsTheFirst) {
   };
   ASSERT_TRUE(pumpUntil([&] { return renderer->trackPropertiesLoaded(); }));
   queue->runUntilIdle();
-  EXPECT_EQ(calls, 1);
-  EXPECT_EQ(sizeSeen, (MediaSize{32, 24}));
-  EXPECT_EQ(turnsSeen, 0);
-  EXPECT_EQ(renderer->currentRenderSize(), (MediaSize{32, 24}));
+  // Called once, for the second clip, with its properties already set.
+  EXPECT_EQ(std::tuple(calls, sizeSeen, turnsSeen, renderer->currentRenderSize()),
+            std::tuple(1, MediaSize{32, 24}, 0, MediaSize{32, 24}));
   EXPECT_NEAR(renderer->cachedDuration().seconds(), 10.0 / 30, 0.05);
   EXPECT_FALSE(renderer->onTrackPropertiesLoaded);
 }
@@ -103,7 +97,7 @@ TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
   const auto path = makeClip("turned-" + std::to_string(turns),
                              {.width = 48, .height = 64, .quarterTurns = turns, .audio = ClipAudio::none});
   ASSERT_EQ(displayQuarterTurns(path), turns);
-  renderer->updateEditState(exposure(-2));
+  renderer->updateEditState({.exposure = -2});
   const auto first = showFirstFrame(path);
   ASSERT_TRUE(first);
   EXPECT_EQ(renderer->trackQuarterTurns(), turns);
@@ -125,8 +119,8 @@ TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheL
   EXPECT_EQ(redrawsAfter([&] { ticks(3); }), 0) << "a paused player brings no frame";
   const double unedited = meanLevel(presenter->lastFrame());
   EXPECT_EQ(redrawsAfter([&] {
-              renderer->updateEditState(exposure(3));
-              renderer->updateEditState(exposure(-3));
+              renderer->updateEditState({.exposure = 3});
+              renderer->updateEditState({.exposure = -3});
             }),
             0)
       << "nothing is drawn before the tick";
@@ -139,8 +133,8 @@ TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheL
 }
 
 TEST_F(VideoPlaybackTest, StatesBeforeTheFirstFrameWaitForItAndTheLatestIsDrawn) {
-  renderer->updateEditState(exposure(3));
-  renderer->updateEditState(exposure(-3));
+  renderer->updateEditState({.exposure = 3});
+  renderer->updateEditState({.exposure = -3});
   ticks(3);
   EXPECT_TRUE(renderer->previewIsDirty());
   ASSERT_TRUE(showFirstFrame(plainClip()));
@@ -169,9 +163,7 @@ TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToTheTrimStartWithoutStopping) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
   for (const double trimStart : {0.5, 0.0}) {
     SCOPED_TRACE(trimStart);
-    EditState trim;
-    trim.trimStart = trimStart;
-    renderer->updateEditState(trim);
+    renderer->updateEditState({.trimStart = trimStart});
     ASSERT_TRUE(playUntilTheEnd(2.0));
     // With the clock held, the seek lands exactly on the trim start.
     EXPECT_TRUE(playerReachesSeconds(trimStart));
@@ -181,8 +173,7 @@ TEST_F(VideoPlaybackTest, TheEndOfTheItemLoopsToTheTrimStartWithoutStopping) {
 
 TEST_F(VideoPlaybackTest, TheTrimBoundaryLoopsToTheTrimStart) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
-  EditState trim;
-  trim.trimStart = 0.2, trim.trimEnd = 0.6;
+  const EditState trim{.trimStart = 0.2, .trimEnd = 0.6};
   renderer->updateEditState(trim);
   renderer->applyTrimRange(trim);
   ASSERT_TRUE(playerReachesSeconds(0.2));
@@ -199,11 +190,11 @@ TEST_F(VideoPlaybackTest, StopPlaybackKeepsTheAssetAndForgetsTheFrames) {
   const auto asset = renderer->asset();
   renderer->stopPlayback();
   EXPECT_EQ(renderer->asset(), asset);
-  EXPECT_FALSE(renderer->displayLink());
-  EXPECT_FALSE(renderer->lastSourceTexture());
-  EXPECT_FALSE(renderer->orientedTexture());
-  EXPECT_FALSE(renderer->lastSourcePixelBuffer());
-  EXPECT_FALSE(renderer->player().currentItem());
+  // The link, source texture, turned texture, decoded buffer and player item are gone.
+  EXPECT_EQ(std::tuple(bool(renderer->displayLink()), bool(renderer->lastSourceTexture()),
+                       bool(renderer->orientedTexture()), bool(renderer->lastSourcePixelBuffer()),
+                       bool(renderer->player().currentItem())),
+            std::tuple(false, false, false, false, false));
   EXPECT_EQ(tick(), 0u);
 }
 

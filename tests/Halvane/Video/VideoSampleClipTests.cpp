@@ -55,9 +55,7 @@ TEST_P(SampleClipTest, PlaysWithAnUprightFirstFrameAndExportsUprightWithItsSound
 
   renderer->stopPlayback();
   const auto output = freshPath(std::filesystem::path(path).stem().string() + "-export.mov");
-  EditState state;
-  state.trimEnd = GetParam().trimEnd;
-  const auto result = runExport(path, output, state);
+  const auto result = runExport(path, output, {.trimEnd = GetParam().trimEnd});
   ASSERT_TRUE(result && result->hasValue()) << failureText(result);
   const auto facts = probeMovie(output);
   ASSERT_EQ(facts.video.size(), 1u);

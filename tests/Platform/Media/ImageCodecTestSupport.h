@@ -121,11 +121,10 @@ inline Image upright(const Image& image) {
 inline double psnr(const Image& a, const Image& b) {
   if (a.width != b.width || a.height != b.height) return 0;
   double squares = 0;
-  for (std::size_t i = 0; i < a.pixels.size(); ++i) {
+  for (std::size_t i = 0; i < a.pixels.size(); ++i)
     if (i % 4 != 3) squares += std::pow(double(a.pixels[i]) - b.pixels[i], 2);
-  }
-  if (squares == 0) return std::numeric_limits<double>::infinity();
-  return 10 * std::log10(255.0 * 255.0 * a.width * a.height * 3 / squares);
+  return squares == 0 ? std::numeric_limits<double>::infinity()
+                      : 10 * std::log10(255.0 * 255.0 * a.width * a.height * 3 / squares);
 }
 
 }  // namespace platform::media::test

@@ -25,10 +25,15 @@ std::size_t countOccurrences(const std::vector<std::uint8_t>& bytes, std::string
 
 // ---- JPEG --------------------------------------------------------------------------
 
+// The quality reaches the encoder: a lower one makes a smaller file.
 TEST(JpegQuality, MapsZeroToOneOntoLibjpegScaleWithItsFloor) {
   const std::pair<double, int> cases[] = {{0.95, 95}, {0.85, 85}, {0.65, 65}, {1.0, 100}, {0.016, 2},
                                           {0.0, 1},   {0.005, 1}, {2.0, 100}, {-1.0, 1},  {std::nan(""), 1}};
   for (const auto& [quality, expected] : cases) EXPECT_EQ(jpegQuality(quality), expected) << quality;
+  const Image image = test::patternImage(256, 192);
+  auto low = encodeJPEG(image, 0.3), high = encodeJPEG(image, 0.95);
+  ASSERT_TRUE(low && high);
+  EXPECT_LT(low->size(), high->size());
 }
 
 TEST(JpegWriting, Quality95KeepsOrientationAndReachesForty_dB) {
@@ -55,14 +60,6 @@ TEST(JpegWriting, EveryOrientationRoundTripsAsOneApp1ExifSegment) {
     EXPECT_EQ(countOccurrences(*encoded, std::string_view("\xFF\xE1", 2)), 1u);
     EXPECT_EQ(countOccurrences(*encoded, std::string_view("Exif\0\0MM\0\x2a", 10)), 1u);
   }
-}
-
-TEST(JpegWriting, LowerQualityMakesSmallerFiles) {
-  const Image image = test::patternImage(256, 192);
-  auto low = encodeJPEG(image, 0.3);
-  auto high = encodeJPEG(image, 0.95);
-  ASSERT_TRUE(low && high);
-  EXPECT_LT(low->size(), high->size());
 }
 
 // A profile round-trips in as many APP2 segments as its length needs (65519 bytes

@@ -81,10 +81,9 @@ TEST_F(MediaVideoAsset, LoadsTracksAndPropertiesOfAGeneratedClip) {
   auto audio = tracks(asset, MediaType::audio);
   ASSERT_EQ(audio.size(), 1u);
   ASSERT_TRUE(audio[0].audioFormat.has_value());
-  EXPECT_EQ(audio[0].audioFormat->sampleRate, 44100);
-  EXPECT_EQ(audio[0].audioFormat->channels, 1);
-  EXPECT_EQ(audio[0].audioFormat->codec, "aac");
-  EXPECT_GT(audio[0].audioFormat->bitRate, 0);
+  const auto& sound = *audio[0].audioFormat;
+  EXPECT_EQ(std::tuple(sound.sampleRate, sound.channels, sound.codec), std::tuple(44100, 1, "aac"));
+  EXPECT_GT(sound.bitRate, 0);
   EXPECT_NE(audio[0].trackID, video[0].trackID);
   auto duration = await<double>([&](auto done) { asset->loadDuration(done); });
   ASSERT_TRUE(duration.hasValue());
@@ -211,8 +210,8 @@ TEST_F(MediaVideoAsset, FrameGrabberTurnsAndBoundsFrames) {
 
 TEST_F(MediaVideoAsset, FrameGrabberCancelAnswersEveryRequest) {
   FrameGrabber grabber(Asset::make(basicClip()));
-  std::vector<MediaTime> times;
-  for (int i = 0; i < 12; ++i) times.push_back(MediaTime{i * 2, 30});
+  std::vector<MediaTime> times(12);
+  for (int i = 0; i < 12; ++i) times[i] = MediaTime{i * 2, 30};
   std::atomic<int> answered{0}, cancelled{0};
   const FrameGrabber::Handler count = [&](MediaTime, platform::Expected<PixelBuffer, MediaError> frame) {
     if (!frame && frame.error().code == MediaError::Code::cancelled) ++cancelled;
@@ -265,9 +264,8 @@ TEST_F(MediaVideoAsset, RealClipsOpenWithTheirTransformAndReadFramesAndSound) {
     EXPECT_GT(video[0].estimatedDataRate, 0.0);
     auto audio = tracks(asset, MediaType::audio);
     ASSERT_EQ(audio.size(), 1u);
-    EXPECT_EQ(audio[0].audioFormat->codec, codec);
-    EXPECT_EQ(audio[0].audioFormat->sampleRate, sampleRate);
-    EXPECT_EQ(audio[0].audioFormat->channels, channels);
+    const auto& sound = *audio[0].audioFormat;
+    EXPECT_EQ(std::tuple(sound.codec, sound.sampleRate, sound.channels), std::tuple(codec, sampleRate, channels));
     auto frames = readFrames(path);
     EXPECT_EQ(int(frames.size()), frameCount);
     for (std::size_t i = 1; i < frames.size(); ++i)
