@@ -99,24 +99,17 @@ TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
 }
 
 TEST(EditStateEncoding, NonFiniteValuesAreAnErrorOfTheEncoder) {
-  struct Case {
-    const char* key;
-    void (*spoil)(EditState&);
-  };
-  const Case cases[] = {
-      {"temperature", [](EditState& s) { s.temperature = std::numeric_limits<float>::quiet_NaN(); }},
-      {"exposure", [](EditState& s) { s.exposure = -std::numeric_limits<float>::infinity(); }},
-      {"cropRect", [](EditState& s) { s.cropRect.height = kNaN; }},
-      {"trimStart", [](EditState& s) { s.trimStart = kInf; }},
-  };
-  for (const Case& c : cases) {
-    EditState s;
-    c.spoil(s);
+  constexpr float kNaNf = std::numeric_limits<float>::quiet_NaN(), kInff = std::numeric_limits<float>::infinity();
+  const std::pair<const char*, EditState> cases[] = {{"temperature", {.temperature = kNaNf}},
+                                                     {"exposure", {.exposure = -kInff}},
+                                                     {"cropRect", {.cropRect = {0, 0, 1, kNaN}}},
+                                                     {"trimStart", {.trimStart = kInf}}};
+  for (const auto& [key, s] : cases) {
     try {
       (void)encodeEditState(s);
-      ADD_FAILURE() << c.key << ": encoding succeeded";
+      ADD_FAILURE() << key << ": encoding succeeded";
     } catch (const EditStateCodingError& error) {
-      EXPECT_EQ(error.key(), c.key);
+      EXPECT_EQ(error.key(), key);
     }
   }
 }
@@ -129,10 +122,9 @@ TEST(EditStateCoding, RoundTripKeepsEveryFieldThroughText) {
     EXPECT_EQ(decodeEditState(json::parse(encodeEditState(s).dump())), s);
     EXPECT_EQ(decodeEditState(ordered_json::parse(encodeEditState(s).dump())), s);
   }
-  EditState tiny;
-  tiny.exposure = std::numeric_limits<float>::denorm_min();
-  tiny.brightness = -std::numeric_limits<float>::min();
-  tiny.temperature = std::nextafter(10000.0f, 0.0f);
+  const EditState tiny{.exposure = std::numeric_limits<float>::denorm_min(),
+                       .brightness = -std::numeric_limits<float>::min(),
+                       .temperature = std::nextafter(10000.0f, 0.0f)};
   EXPECT_EQ(decodeEditState(json::parse(encodeEditState(tiny).dump())), tiny);
 }
 
@@ -161,12 +153,9 @@ TEST(EditStateDecoding, OnlyANonObjectFailsAndMissingOrUnknownKeysChangeNothing)
     EXPECT_THROW((void)decodeEditState(document), EditStateCodingError) << document.dump();
   }
   EXPECT_EQ(decodeEditState(json::object()), EditState::defaultState());
-  EditState expected;
-  expected.exposure = 0.5f;
-  expected.irisBlades = 4;
   EXPECT_EQ(decodeEditState(json::parse(
                 R"({"exposure": 0.5, "irisBlades": 4, "hdrBoost": 3, "cropRect2": [], "layers": {"a": 1}})")),
-            expected);
+            (EditState{.exposure = 0.5f, .irisBlades = 4}));
   const std::string text = R"({"audioMuted": true, "version": 3, "tint": -0.25})";
   EXPECT_EQ(decodeEditState(json::parse(text)), decodeEditState(ordered_json::parse(text)));
 }
@@ -179,17 +168,28 @@ TEST(EditStateDecoding, EveryFloatFieldIsRepairedByOneRule) {
     if (member == nullptr) continue;
     SCOPED_TRACE(field.key);
     const FloatRange range = std::get<FloatRange>(field.range);
-    EXPECT_EQ(range.fallback, EditState::defaultState().**member);
     EXPECT_EQ(range.clean(range.fallback), range.fallback);
     const double lower = range.lower, upper = range.upper, fallback = range.fallback;
     const float middle = range.lower + (range.upper - range.lower) * 0.375f;
     // A failed read (wrong type, NaN, infinity, beyond the largest Float) is the default;
     // a number that fits a Float is clamped; inside the range it is kept to Float precision.
     const std::pair<json, double> cases[] = {
-        {"0.5", fallback},        {nullptr, fallback},       {true, fallback},   {json::array({0.5}), fallback},
-        {json::object(), fallback}, {kNaN, fallback},        {kInf, fallback},   {-kInf, fallback},
-        {1e300, fallback},        {-1e300, fallback},        {upper + 1000, upper}, {lower - 1000, lower},
-        {upper, upper},           {lower, lower},            {3.0e38, upper},    {double(middle), middle},
+        {"0.5", fallback},
+        {nullptr, fallback},
+        {true, fallback},
+        {json::array({0.5}), fallback},
+        {json::object(), fallback},
+        {kNaN, fallback},
+        {kInf, fallback},
+        {-kInf, fallback},
+        {1e300, fallback},
+        {-1e300, fallback},
+        {upper + 1000, upper},
+        {lower - 1000, lower},
+        {upper, upper},
+        {lower, lower},
+        {3.0e38, upper},
+        {double(middle), middle},
     };
     for (const auto& [value, expected] : cases) {
       EXPECT_EQ(decodeWith(std::string(field.key), value).**member, expected) << value.dump();
@@ -274,22 +274,22 @@ TEST(EditStateDecodingCrop, RepairsInFloatPrecision) {
   };
   const double floor = f(0.01f);
   const Case cases[] = {
-      {0.3, 0.1, 0.2, 0.7, {f(0.3f), f(0.1f), f(0.2f), f(0.7f)}},                    // kept, to Float precision
+      {0.3, 0.1, 0.2, 0.7, {f(0.3f), f(0.1f), f(0.2f), f(0.7f)}},  // kept, to Float precision
       {0.25, 0.25, 0.5, 0.5, {0.25, 0.25, 0.5, 0.5}},
-      {0.9, 0.9, 0.5, 0.5, {f(0.9f), f(0.9f), f(1.0f - 0.9f), f(1.0f - 0.9f)}},      // cut to the room left
-      {1, 1, 1, 1, {f(1.0f - 0.01f), f(1.0f - 0.01f), floor, floor}},                // no room: origin moves back
-      {0, 0, 0, 1, {0, 0, floor, 1}},                                                // zero, negative, tiny: the floor
+      {0.9, 0.9, 0.5, 0.5, {f(0.9f), f(0.9f), f(1.0f - 0.9f), f(1.0f - 0.9f)}},  // cut to the room left
+      {1, 1, 1, 1, {f(1.0f - 0.01f), f(1.0f - 0.01f), floor, floor}},            // no room: origin moves back
+      {0, 0, 0, 1, {0, 0, floor, 1}},                                            // zero, negative, tiny: the floor
       {0, 0, -5, 1, {0, 0, floor, 1}},
       {0, 0, 0.005, 1, {0, 0, floor, 1}},
       {0, 0, 0.01, 1, {0, 0, floor, 1}},
       {0, 0, 1e-60, 1, {0, 0, floor, 1}},
       {0, 0, f(std::nextafter(0.01f, 1.0f)), 1, {0, 0, f(std::nextafter(0.01f, 1.0f)), 1}},
-      {kNaN, kNaN, 0.5, 0.5, {0, 0, 0.5, 0.5}},                                      // bad origins: 0
+      {kNaN, kNaN, 0.5, 0.5, {0, 0, 0.5, 0.5}},  // bad origins: 0
       {kInf, -kInf, 0.5, 0.5, {0, 0, 0.5, 0.5}},
       {-0.25, 0.5, 0.5, 0.5, {0, 0.5, 0.5, 0.5}},
-      {1.5, 0, 0.5, 1, {f(1.0f - 0.01f), 0, floor, 1}},                              // above 1: lowered, moved back
-      {1e39, 0, 0.5, 1, {0, 0, 0.5, 1}},                                             // an infinity in Float
-      {0.5, 0.25, kNaN, 0.5, {0, 0.25, 1, 0.5}},                                     // bad sides: whole, origin 0
+      {1.5, 0, 0.5, 1, {f(1.0f - 0.01f), 0, floor, 1}},  // above 1: lowered, moved back
+      {1e39, 0, 0.5, 1, {0, 0, 0.5, 1}},                 // an infinity in Float
+      {0.5, 0.25, kNaN, 0.5, {0, 0.25, 1, 0.5}},         // bad sides: whole, origin 0
       {0.25, 0.75, 0.5, -kInf, {0.25, 0, 0.5, 1}},
       {0, 0, 1e39, 1, {0, 0, 1, 1}},
   };
@@ -308,9 +308,9 @@ TEST(EditStateDecodingTrim, EndIsRaisedToTheStartUnlessZeroAndBadValuesGiveZero)
     double trimStart, trimEnd;
   };
   const Case cases[] = {
-      {10.0, 4.0, 10.0, 10.0}, {1.5, 1.25, 1.5, 1.5}, {2.0, 3.0, 2.0, 3.0}, {3, 7, 3.0, 7.0},
+      {10.0, 4.0, 10.0, 10.0}, {1.5, 1.25, 1.5, 1.5},   {2.0, 3.0, 2.0, 3.0},    {3, 7, 3.0, 7.0},
       {10.0, 0.0, 10.0, 0.0},  {10.0, -4.0, 10.0, 0.0}, {10.0, kNaN, 10.0, 0.0}, {10.0, "12", 10.0, 0.0},
-      {kNaN, 5.0, 0.0, 5.0},   {kInf, 5.0, 0.0, 5.0},  {-3.0, 5.0, 0.0, 5.0},  {"1", 5.0, 0.0, 5.0},
+      {kNaN, 5.0, 0.0, 5.0},   {kInf, 5.0, 0.0, 5.0},   {-3.0, 5.0, 0.0, 5.0},   {"1", 5.0, 0.0, 5.0},
       {0.0, kInf, 0.0, 0.0},   {0.1, 0.2, 0.1, 0.2},  // Double precision, not Float
   };
   for (const Case& c : cases) {

@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
 #include <type_traits>
 #include <variant>
@@ -15,11 +14,10 @@
 namespace halvane {
 namespace {
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // A state must stay a flat value: the history copies it whole.
-static_assert(std::is_trivially_copyable_v<EditState>);
-static_assert(std::is_standard_layout_v<EditState>);
+static_assert(std::is_trivially_copyable_v<EditState> && std::is_standard_layout_v<EditState>);
 
 // The state with one field moved to a valid value other than its default.
 EditState withFieldChanged(const EditField& field) {
@@ -47,40 +45,25 @@ EditState withFieldChanged(const EditField& field) {
 }
 
 TEST(EditState, EveryFieldTakesPartInEqualityAndOnlyTheVersionIsNotAnEdit) {
-  EXPECT_EQ(&EditState::defaultState(), &EditState::defaultState());
   EXPECT_TRUE(EditState{}.isDefault());
   for (const EditField& field : kEditFields) {
-    SCOPED_TRACE(field.key);
     const EditState s = withFieldChanged(field);
-    EXPECT_NE(s, EditState::defaultState());
-    EXPECT_FALSE(s == EditState::defaultState());
+    EXPECT_NE(s, EditState::defaultState()) << field.key;
     // Trim and audio count too: such a state takes the full rendering path.
-    EXPECT_EQ(s.isDefault(), field.key == "version");
+    EXPECT_EQ(s.isDefault(), field.key == "version") << field.key;
   }
 }
 
 TEST(EditState, NaNIsUnequalToItselfAndNegativeZeroEqualsZero) {
-  EditState nan;
-  nan.temperature = kNaN;
-  EXPECT_FALSE(nan == nan);
+  const EditState nan{.temperature = float(kNaN)};
   EXPECT_FALSE(nan.isDefault());
-  EditState crop;
-  crop.cropRect.x = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_FALSE(crop == crop);
-  EditState trim;
-  trim.trimEnd = std::numeric_limits<double>::quiet_NaN();
-  EXPECT_FALSE(trim == trim);
-
-  EditState zero;
-  zero.exposure = -0.0f;
-  zero.rotationAngle = -0.0f;
-  zero.cropRect.x = -0.0;
-  zero.trimStart = -0.0;
+  for (const EditState& s : {nan, EditState{.cropRect = {kNaN, 0, 1, 1}}, EditState{.trimEnd = kNaN}}) {
+    EXPECT_FALSE(s == s);
+  }
+  const EditState zero{.exposure = -0.0f, .rotationAngle = -0.0f, .cropRect = {-0.0, 0, 1, 1}, .trimStart = -0.0};
   EXPECT_EQ(zero, EditState::defaultState());
   EXPECT_TRUE(zero.isDefault());
-  EditState tiny;
-  tiny.exposure = std::numeric_limits<float>::denorm_min();
-  EXPECT_NE(tiny, EditState::defaultState());
+  EXPECT_NE(EditState{.exposure = std::numeric_limits<float>::denorm_min()}, EditState::defaultState());
 }
 
 TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
@@ -89,16 +72,11 @@ TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
   EXPECT_NE(Bool::fromByte(2), Bool::fromByte(3));
   EXPECT_TRUE(static_cast<bool>(Bool::fromByte(0x81)));
   EXPECT_EQ(Bool(true).byte(), 1);
-  EditState s;
-  s.flipHorizontal = Bool::fromByte(2);  // other bits set, lowest bit clear: false
-  s.audioMuted = Bool::fromByte(0x40);
+  // Other bits set, lowest bit clear: false.
+  const EditState s{.flipHorizontal = Bool::fromByte(2), .audioMuted = Bool::fromByte(0x40)};
   EXPECT_EQ(s, EditState::defaultState());
   EXPECT_TRUE(s.isDefault());
-  EditState t;
-  t.flipHorizontal = Bool::fromByte(3);
-  EditState u;
-  u.flipHorizontal = true;
-  EXPECT_EQ(t, u);
+  EXPECT_EQ(EditState{.flipHorizontal = Bool::fromByte(3)}, EditState{.flipHorizontal = true});
 }
 
 }  // namespace
