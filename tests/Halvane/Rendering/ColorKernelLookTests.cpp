@@ -8,31 +8,20 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <string>
 #include <vector>
 
 #include "Halvane/Model/FilterCatalogue.h"
 #include "Halvane/Rendering/ColorKernelSupport.h"
-#include "Halvane/Rendering/ColorReference.h"
 
 namespace halvane {
 namespace {
 
-using colortest::Image;
-using colortest::makeColorChart;
-using colortest::makeFlat;
-using colortest::makeGreyRamp;
-using colortest::naturalPhoto;
-using colortest::renderColor;
-using colortest::rgb;
+using namespace colortest;
 
-class ColorLooks : public testing::EngineTest {
+class ColorLooks : public EngineTest {
  protected:
   Image look(const Image& input, int number, float intensity = 1) {
-    EditState state;
-    state.filterType = number;
-    state.filterIntensity = intensity;
-    return renderColor(*engine, input, state);
+    return renderColor(*engine, input, {.filterType = number, .filterIntensity = intensity});
   }
 };
 
@@ -56,10 +45,8 @@ TEST_F(ColorLooks, EveryLookBlendsByIntensityAndMatchesTheCpuReference) {
   for (const auto& row : colorref::lookRows()) {
     SCOPED_TRACE(row.id);
     EXPECT_EQ(look(photo, int(row.number), 0).pixels, photo.pixels);
-    EditState state;
-    state.filterType = int(row.number);
-    const auto [full, cpu] = colortest::renderAgainstReference(*engine, photo, state, 2);
-    EXPECT_LE(testing::meanAbsoluteDifference(full, cpu), 0.1);
+    const auto [full, cpu] = renderAgainstReference(*engine, photo, {.filterType = row.number}, 2);
+    EXPECT_LE(meanAbsoluteDifference(full, cpu), 0.1);
     const Image half = look(photo, int(row.number), 0.5f);
     int outside = 0;
     for (size_t i = 0; i < photo.pixels.size(); i += 4)
@@ -82,7 +69,7 @@ TEST_F(ColorLooks, EveryLookDiffersFromEveryOther) {
   for (const auto& row : rows) rendered.push_back(look(photo, int(row.number)));
   for (size_t a = 0; a < rows.size(); ++a)
     for (size_t b = a + 1; b < rows.size(); ++b)
-      EXPECT_GE(testing::meanAbsoluteDifference(rendered[a], rendered[b]), 2.0) << rows[a].id << " and " << rows[b].id;
+      EXPECT_GE(meanAbsoluteDifference(rendered[a], rendered[b]), 2.0) << rows[a].id << " and " << rows[b].id;
 }
 
 // The chroma of a pixel (its colour less its mean) in code values, split into the part
@@ -145,12 +132,10 @@ TEST_F(ColorLooks, BlackAndWhiteLooksCarryNoHueButTheirTone) {
 }
 
 TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
-  Image steps = makeFlat(32, 8, 0, 0, 0);
-  for (int y = 0; y < 8; ++y)
-    for (int x = 16; x < 32; ++x) {
-      uint8_t* p = steps.pixel(x, y);
-      p[0] = p[1] = p[2] = 255;
-    }
+  const Image steps = makePicture(32, 8, [](int x, int) {
+    const int v = x < 16 ? 0 : 255;
+    return std::array{v, v, v};
+  });
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::duoTone)) {
     SCOPED_TRACE(definition.id);
     const auto colours = colorref::lookDuoTone(int(definition.shaderFilterType));
@@ -168,12 +153,8 @@ TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
 // more skin tones keep a skin hue, a moderate saturation and every channel short of
 // clipping under every Basic and Portrait look.
 TEST_F(ColorLooks, BasicAndPortraitLooksKeepSkinPleasant) {
-  const int skins[4][3] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
-  Image patches = makeFlat(4, 1, 0, 0, 0);
-  for (int i = 0; i < 4; ++i) {
-    uint8_t* p = patches.pixel(i, 0);
-    p[0] = uint8_t(skins[i][2]), p[1] = uint8_t(skins[i][1]), p[2] = uint8_t(skins[i][0]);
-  }
+  const std::array<int, 3> skins[] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
+  const Image patches = makePicture(4, 1, [&](int x, int) { return skins[x]; });
   for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait}) {
     for (const auto& definition : FilterCatalogue::byCategory().at(category)) {
       SCOPED_TRACE(definition.id);
@@ -198,9 +179,7 @@ TEST_F(ColorLooks, PatternsAreDeterministicInPreviewAndExport) {
   const Image photo = naturalPhoto(96, 72);
   for (const char* id : {"grain", "filmGrain", "expired", "halftone"}) {
     SCOPED_TRACE(id);
-    EditState state;
-    state.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType;
-    state.trimStart = 1;
+    const EditState state{.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType, .trimStart = 1};
     auto texture = engine->makeTexture(photo);
     auto preview = engine->renderToImage(texture, state, {}, false);
     auto exported = engine->renderToImage(texture, state, {}, true);
@@ -208,7 +187,7 @@ TEST_F(ColorLooks, PatternsAreDeterministicInPreviewAndExport) {
     ASSERT_TRUE(preview && exported && again);
     EXPECT_EQ(preview->pixels, exported->pixels);
     EXPECT_EQ(again->pixels, exported->pixels);
-    EXPECT_GT(testing::meanAbsoluteDifference(*exported, photo), 2.0);
+    EXPECT_GT(meanAbsoluteDifference(*exported, photo), 2.0);
   }
 }
 
@@ -219,10 +198,8 @@ TEST_F(ColorLooks, LooksKeepTheRampInOrderWhereTheyAreTonal) {
   const Image ramp = makeGreyRamp(256);
   for (const auto& row : colorref::lookRows()) {
     SCOPED_TRACE(row.id);
-    EditState state;
-    state.filterType = int(row.number);
     size_t nonFinite = 0;
-    const Image out = colorref::renderColorPass(ramp, state, &nonFinite);
+    const Image out = colorref::renderColorPass(ramp, EditState{.filterType = row.number}, &nonFinite);
     EXPECT_EQ(nonFinite, 0u);
     // Inverted and false colours run against the ramp by design; vignettes and lights
     // change it by position.

@@ -1,6 +1,9 @@
 #include "EngineTestSupport.h"
 
+#include <algorithm>
 #include <cmath>
+#include <mutex>
+#include <vector>
 
 #include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageScale.h"
@@ -11,14 +14,12 @@ using namespace platform::gpu;
 
 namespace {
 
-std::mutex& messagesLock() {
-  static std::mutex lock;
-  return lock;
-}
+std::mutex messagesLock;
+std::vector<std::string> messages;
 
-std::vector<std::string>& messages() {
-  static std::vector<std::string> list;
-  return list;
+std::vector<std::string> takeValidationMessages() {
+  std::lock_guard guard(messagesLock);
+  return std::exchange(messages, {});
 }
 
 }  // namespace
@@ -34,8 +35,8 @@ std::shared_ptr<RenderingEngine> sharedEngine() {
     options.device.preferredDevice = "cpu";
     options.device.enableValidation = true;
     options.device.onValidationMessage = [](const std::string& message) {
-      std::lock_guard guard(messagesLock());
-      messages().push_back(message);
+      std::lock_guard guard(messagesLock);
+      messages.push_back(message);
     };
     // The engine makes the device, so the allocator learns it once the engine exists.
     auto device = std::make_shared<std::shared_ptr<Device>>();
@@ -53,11 +54,6 @@ std::shared_ptr<RenderingEngine> sharedEngine() {
   return engine;
 }
 
-std::vector<std::string> takeValidationMessages() {
-  std::lock_guard guard(messagesLock());
-  return std::exchange(messages(), {});
-}
-
 void EngineTest::SetUp() {
   engine = sharedEngine();
   allocatorControl().remaining = -1;
@@ -70,48 +66,32 @@ void EngineTest::TearDown() {
   for (const auto& message : takeValidationMessages()) ADD_FAILURE() << "validation: " << message;
 }
 
-platform::media::Image makeDistinctImage(uint32_t width, uint32_t height) {
-  platform::media::Image image;
-  image.width = int(width);
-  image.height = int(height);
-  image.pixels.resize(size_t(width) * height * 4);
-  for (uint32_t y = 0; y < height; ++y) {
-    for (uint32_t x = 0; x < width; ++x) {
-      uint8_t* p = &image.pixels[(size_t(y) * width + x) * 4];
-      p[0] = uint8_t(x);
-      p[1] = uint8_t(y);
-      p[2] = uint8_t((x >> 8) | ((y >> 8) << 4));
-      p[3] = 255;
-    }
-  }
-  return image;
-}
-
-platform::media::Image makeSolidImage(uint32_t width, uint32_t height, uint8_t b, uint8_t g, uint8_t r) {
-  platform::media::Image image;
-  image.width = int(width);
-  image.height = int(height);
-  image.pixels.resize(size_t(width) * height * 4);
-  for (size_t i = 0; i < image.pixels.size(); i += 4) {
-    image.pixels[i] = b;
-    image.pixels[i + 1] = g;
-    image.pixels[i + 2] = r;
-    image.pixels[i + 3] = 255;
-  }
-  return image;
-}
-
-platform::media::Image loadPhoto(const std::string& relativePath, int width, int height) {
+Image loadPhoto(const std::string& relativePath, int width, int height) {
   auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/" + relativePath);
   if (!decoded) return {};
   if (height == 0) height = std::max(1, int(std::lround(double(decoded->height) * width / decoded->width)));
   return platform::media::scaleImage(*decoded, width, height);
 }
 
-platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<Texture>& texture) {
+Image readBack(RenderingEngine& engine, const std::shared_ptr<Texture>& texture) {
   auto image = engine.renderToImage(texture, EditState{});
   EXPECT_TRUE(image.has_value());
-  return image ? *image : platform::media::Image{};
+  return image ? *image : Image{};
+}
+
+int channelDifference(const Image& a, const Image& b, int x, int y) {
+  int most = 0;
+  for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])));
+  return most;
+}
+
+double percentileDifference(const Image& a, const Image& b, double fraction) {
+  std::vector<int> most;
+  for (int y = 0; y < a.height; ++y)
+    for (int x = 0; x < a.width; ++x) most.push_back(channelDifference(a, b, x, y));
+  auto at = most.begin() + std::ptrdiff_t(fraction * double(most.size() - 1));
+  std::nth_element(most.begin(), at, most.end());
+  return *at;
 }
 
 }  // namespace halvane::testing

@@ -12,50 +12,41 @@
 
 #include "EngineTestSupport.h"
 #include "Halvane/Rendering/FilterThumbnailRenderer.h"
-#include "Platform/Dispatch/ManualMainQueue.h"
 #include "Platform/Media/ImageScale.h"
+#include "Support/MainQueuePump.h"
 
 namespace halvane {
 namespace {
 
-using platform::dispatch::MainQueue;
-using platform::dispatch::ManualMainQueue;
-using platform::media::Image;
-
-EditState fullEdit() {
-  EditState edit;
-  edit.cropRect = {0.1, 0.05, 0.8, 0.85};
-  edit.rotationAngle = 4;
-  edit.exposure = 0.4f;
-  edit.contrast = 1.2f;
-  edit.saturation = 1.3f;
-  edit.temperature = 5200;
-  edit.sharpness = 0.6f;
-  edit.clarity = 0.3f;
-  edit.vignetteIntensity = 0.8f;
-  edit.focusMode = 1;
-  edit.focusStrength = 0.8f;
-  return edit;
-}
-
-class FilterThumbnailOrder : public testing::EngineTest {};
+using namespace platform::dispatch;
+using namespace testing;
+using FilterThumbnailOrder = EngineTest;
 
 TEST_F(FilterThumbnailOrder, LooksOverTheFinishedBaseStayCloseToSingleRenders) {
-  const Image photo = testing::loadPhoto("photo/classic-car.heic", 640);
+  const Image photo = loadPhoto("photo/classic-car.heic", 640);
   if (photo.isEmpty()) GTEST_SKIP() << "the shared media folder is missing";
   auto queue = std::make_shared<ManualMainQueue>();
   MainQueue::setShared(queue);
-  const EditState base = fullEdit();
+  const EditState base{.exposure = 0.4f,
+                       .contrast = 1.2f,
+                       .saturation = 1.3f,
+                       .temperature = 5200,
+                       .sharpness = 0.6f,
+                       .clarity = 0.3f,
+                       .vignetteIntensity = 0.8f,
+                       .rotationAngle = 4,
+                       .focusMode = 1,
+                       .focusStrength = 0.8f,
+                       .cropRect = {0.1, 0.05, 0.8, 0.85}};
   const auto& filters = FilterCatalogue::all();
 
   std::optional<std::vector<FilterThumbnail>> batch;
   auto renderer = std::make_shared<FilterThumbnailRenderer>(engine, 120);
   renderer->render(photo, nullptr, base, filters, [&](std::vector<FilterThumbnail> results) { batch = results; });
-  while (!batch) {
-    queue->runPending();
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  testsupport::pumpUntil(
+      *queue, [&] { return batch.has_value(); }, std::chrono::minutes(5));
   MainQueue::setShared(nullptr);
+  ASSERT_TRUE(batch);
   ASSERT_EQ(batch->size(), filters.size());
 
   // The same small picture the renderer draws: scaled so the crop's longest side is 120.
@@ -73,7 +64,7 @@ TEST_F(FilterThumbnailOrder, LooksOverTheFinishedBaseStayCloseToSingleRenders) {
     }
     const auto expected = engine->renderToImage(smallTexture, single, {}, false);
     ASSERT_TRUE(expected);
-    const double difference = testing::meanAbsoluteDifference((*batch)[i].image, *expected);
+    const double difference = meanAbsoluteDifference((*batch)[i].image, *expected);
     sum += difference;
     EXPECT_LE(difference, 1.0) << filters[i].id;
   }

@@ -1,94 +1,20 @@
 #include "FocusKernelSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <optional>
-#include <random>
 #include <thread>
 #include <vector>
 
-
 namespace halvane::testing {
-
-namespace gpu = platform::gpu;
-
-EditState focusStarted(int mode) {
-  EditState state;
-  state.focusMode = mode;
-  focusDefaults(state, FocusMode(mode));
-  return state;
-}
-
-Image runFocus(const Image& input, const EditState& state, bool finalOutput) {
-  const auto engine = sharedEngine();
-  const auto& device = engine->metalDevice();
-  static const auto made = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device));
-  EXPECT_TRUE(made) << made.error().message;
-  const auto pass = made ? *made : nullptr;
-  const auto width = uint32_t(input.width), height = uint32_t(input.height);
-  gpu::TextureDescriptor descriptor;
-  descriptor.width = width;
-  descriptor.height = height;
-  descriptor.storageMode = gpu::StorageMode::shared;
-  descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
-  auto source = device->newTexture(descriptor);
-  auto target = device->newTexture(descriptor);
-  if (!pass || !source || !target) return {};
-  const gpu::Region region{{0, 0}, width, height};
-  source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
-  auto commandBuffer = engine->commandQueue()->commandBuffer();
-  const RenderUniforms block = makeUniforms(width, height, state, finalOutput);
-  if (!commandBuffer || !pass->encode(*commandBuffer, block, source, target)) return {};
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};
-  Image output = input;
-  target->getBytes(output.pixels.data(), size_t(width) * 4, region);
-  return output;
-}
-
 namespace {
 
 double srgbToLinear(double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); }
-
 double linearToSrgb(double l) {
   l = std::clamp(l, 0.0, 1.0);
   return l <= 0.0031308 ? l * 12.92 : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
 }
-
-}  // namespace
-
-Image makeImage(int width, int height, uint32_t seed) {
-  Image image = makeSolidImage(width, height, 255, 255, 255);
-  std::mt19937 random(seed);
-  std::uniform_int_distribution<int> noise(-40, 40);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      uint8_t* p = image.pixel(x, y);
-      const double fx = double(x) / width, fy = double(y) / height;
-      const double base[3] = {128 + 90 * std::sin(9 * fx + 2 * fy), 128 + 90 * std::cos(7 * fy - 3 * fx),
-                              (x / 11 + y / 7) % 2 ? 210.0 : 40.0};
-      for (int c = 0; c < 3; ++c) p[c] = uint8_t(std::clamp(base[c] + noise(random), 0.0, 255.0));
-    }
-  }
-  return image;
-}
-
-Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light) {
-  Image image = makeSolidImage(width, height, 255, 255, 255);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      const uint8_t v = ((x / cell) + (y / cell)) % 2 ? light : dark;
-      std::fill_n(image.pixel(x, y), 3, v);
-    }
-  return image;
-}
-
-namespace {
 
 using RGB = std::array<double, 3>;  // in the image's order: blue, green, red
 
@@ -122,8 +48,12 @@ struct Plane {
 class FocusDefinition {
  public:
   FocusDefinition(const Image& input, const EditState& s)
-      : s_(s), width_(input.width), height_(input.height), short_(std::min(width_, height_)),
-        encoded_{width_, height_, {}}, linear_{width_, height_, {}} {
+      : s_(s),
+        width_(input.width),
+        height_(input.height),
+        short_(std::min(width_, height_)),
+        encoded_{width_, height_, {}},
+        linear_{width_, height_, {}} {
     for (int y = 0; y < height_; ++y)
       for (int x = 0; x < width_; ++x) {
         RGB e, l;
@@ -178,15 +108,21 @@ class FocusDefinition {
     const double normal = -std::sin(angle) * (px - cx) + std::cos(angle) * (py - cy);
     const double ellipse = ramp(std::hypot((px - cx) / s_.focusAspect, py - cy));
     switch (s_.focusMode) {
-      case 1: case 7: case 8: return ellipse;
-      case 2: return ramp(normal);
-      case 3: return ramp(std::abs(normal));
+      case 1:
+      case 7:
+      case 8:
+        return ellipse;
+      case 2:
+        return ramp(normal);
+      case 3:
+        return ramp(std::abs(normal));
       case 9: {
         const double plane = std::clamp(1 - s_.focusCenterY + (s_.focusDepth - 0.5), 0.0, 1.0);
         const double separation = std::abs(1 - py / height_ - plane) * (1 - 0.6 * detail(px, py));
         return ellipse * (1 + s_.depthMix * (smoothstep(0.04, 0.45, separation) - 1));
       }
-      default: return 1;
+      default:
+        return 1;
     }
   }
   // How contrasty the neighbourhood is: the deviation of the encoded luminance of nine
@@ -283,7 +219,8 @@ Image everyNth(const Image& image, int step) {
   output.width = (image.width + step - 1) / step;
   output.height = (image.height + step - 1) / step;
   for (int y = 0; y < image.height; y += step)
-    for (int x = 0; x < image.width; x += step) output.pixels.insert(output.pixels.end(), image.pixel(x, y), image.pixel(x, y) + 4);
+    for (int x = 0; x < image.width; x += step)
+      output.pixels.insert(output.pixels.end(), image.pixel(x, y), image.pixel(x, y) + 4);
   return output;
 }
 

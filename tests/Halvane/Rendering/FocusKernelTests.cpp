@@ -7,40 +7,83 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "EngineTestSupport.h"
 #include "FocusKernelSupport.h"
+#include "Halvane/Model/FocusMode.h"
+#include "Halvane/Rendering/FocusPass.h"
+#include "Halvane/Rendering/RenderUniforms.h"
 #include "Platform/Media/ImageScale.h"
 
 namespace halvane {
 namespace {
 
-using testing::focusStarted;
-using testing::Image;
-using testing::maxAbsoluteDifference;
-using testing::meanAbsoluteDifference;
-using testing::saveForInspection;
+using namespace testing;
+namespace gpu = platform::gpu;
 
 const char* const kModeNames[] = {"off",    "radial", "linear", "mirrored", "gaussian", "zoom",
                                   "motion", "bokeh",  "iris",   "depth",    "edge"};
 
-class FocusKernel : public testing::EngineTest {
+// A default state in focus mode `mode` with the values the focus tool starts it with.
+EditState focusStarted(int mode) {
+  EditState state{.focusMode = mode};
+  focusDefaults(state, FocusMode(mode));
+  return state;
+}
+
+// Smooth shapes plus fine noise.
+Image makeImage(int width, int height, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::uniform_int_distribution<int> noise(-40, 40);
+  return makePicture(width, height, [&](int x, int y) {
+    const double fx = double(x) / width, fy = double(y) / height;
+    const double bgr[3] = {128 + 90 * std::sin(9 * fx + 2 * fy), 128 + 90 * std::cos(7 * fy - 3 * fx),
+                           (x / 11 + y / 7) % 2 ? 210.0 : 40.0};
+    int c[3];
+    for (int i = 0; i < 3; ++i) c[i] = int(std::clamp(bgr[i] + noise(random), 0.0, 255.0));
+    return std::array{c[2], c[1], c[0]};
+  });
+}
+
+Image makeCheckerboard(int width, int height, int cell, int dark, int light) {
+  return makePicture(width, height, [=](int x, int y) { return grey(((x / cell) + (y / cell)) % 2 ? light : dark); });
+}
+
+class FocusKernel : public EngineTest {
  protected:
-  static Image run(const Image& input, const EditState& state, bool finalOutput) {
-    return testing::runFocus(input, state, finalOutput);
+  // The focus pass alone (FocusPass, every step of it) over `input`, with the block the
+  // engine builds for a picture of the input's size with no crop: the engine skips the
+  // pass at strength 0, these tests must not. Empty when the pass could not run.
+  Image run(const Image& input, const EditState& state, bool finalOutput) {
+    const auto& device = engine->metalDevice();
+    static const auto made = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device));
+    EXPECT_TRUE(made) << made.error().message;
+    const auto width = uint32_t(input.width), height = uint32_t(input.height);
+    const gpu::TextureDescriptor descriptor{width, height, gpu::PixelFormat::bgra8Unorm, gpu::StorageMode::shared,
+                                            gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite};
+    auto source = device->newTexture(descriptor), target = device->newTexture(descriptor);
+    if (!made || !source || !target) return {};
+    const gpu::Region region{{0, 0}, width, height};
+    source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
+    auto commandBuffer = engine->commandQueue()->commandBuffer();
+    if (!commandBuffer ||
+        !(*made)->encode(*commandBuffer, makeUniforms(width, height, state, finalOutput), source, target))
+      return {};
+    commandBuffer->commit();
+    commandBuffer->waitUntilCompleted();
+    if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};
+    Image output = input;
+    target->getBytes(output.pixels.data(), size_t(width) * 4, region);
+    return output;
   }
 };
 
-int channelDifference(const Image& a, const Image& b, int x, int y) {
-  int most = 0;
-  for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])));
-  return most;
-}
-
 TEST_F(FocusKernel, StrengthZeroIsAnExactIdentityInEveryMode) {
   // Odd sizes, so that the edge groups overrun in both directions.
-  const Image input = testing::makeImage(45, 29, 7);
+  const Image input = makeImage(45, 29, 7);
   for (int mode = 0; mode <= 10; ++mode) {
     for (bool finalOutput : {false, true}) {
       EditState state = focusStarted(mode);
@@ -55,7 +98,7 @@ TEST_F(FocusKernel, StrengthZeroIsAnExactIdentityInEveryMode) {
 }
 
 TEST_F(FocusKernel, SharpRegionKeepsTheInputAtItsDefaults) {
-  const Image input = testing::makeImage(96, 80, 3);
+  const Image input = makeImage(96, 80, 3);
   // Radius 0.25 of the shorter side 80 and feather 0.5: R = 10 pixels. Linear and
   // mirrored have R = 6. A pixel inside the inner boundary is copied; the zoom's centre
   // pixel gets a streak shorter than a pixel.
@@ -102,7 +145,7 @@ void expectNonIncreasing(const std::vector<double>& contrast, const std::string&
 }
 
 TEST_F(FocusKernel, BlurGrowsMonotonicallyFromTheRegionEdge) {
-  const Image input = testing::makeCheckerboard(160, 160, 1, 40, 200);
+  const Image input = makeCheckerboard(160, 160, 1, 40, 200);
   // Radial: R = 0.3 x 160 x 0.5 = 24, feather 1 runs to 48.
   EditState radial = focusStarted(1);
   radial.focusRadius = 0.3f, radial.focusFeather = 1, radial.focusStrength = 1;
@@ -154,10 +197,10 @@ TEST_F(FocusKernel, GaussianMatchesTheCpuReference) {
     int innerMax;
   };
   for (const Case& c : {Case{400, 300, 0.5f, 1}, Case{400, 300, 1.0f, 6}, Case{600, 450, 1.0f, 6}}) {
-    const Image input = testing::makeImage(c.width, c.height, 11);
+    const Image input = makeImage(c.width, c.height, 11);
     EditState state = focusStarted(4);
     state.focusStrength = c.strength;
-    const Image expected = testing::referenceFocus(input, state);
+    const Image expected = referenceFocus(input, state);
     const int margin = int(std::ceil(3 * 0.012 * c.height * c.strength));
     for (bool finalOutput : {false, true}) {
       const Image output = run(input, state, finalOutput);
@@ -182,8 +225,8 @@ TEST_F(FocusKernel, BlursInLinearLight) {
   // streak is 8 pixels long, a whole number of the pattern's periods. A flat picture
   // stays flat to the borders, because the kernel is renormalised there instead of
   // reading outside.
-  const Image checker = testing::makeCheckerboard(100, 100, 1, 0, 255);
-  const Image solid = testing::makeSolidImage(64, 48, 30, 140, 220);
+  const Image checker = makeCheckerboard(100, 100, 1, 0, 255);
+  const Image solid = makeFlat(64, 48, 220, 140, 30);
   for (int mode : {4, 6, 10}) {
     EditState state = focusStarted(mode);
     state.focusStrength = 1;
@@ -202,7 +245,7 @@ TEST_F(FocusKernel, SizesFollowThePicture) {
   // Every blur is sized by the picture's shorter side, so an edit rendered at twice
   // the size and then halved looks like the edit rendered at the smaller size: a
   // thumbnail, the preview and the export agree at the same scale.
-  const Image large = testing::loadPhoto("photo/flower.webp", 480);
+  const Image large = loadPhoto("photo/flower.webp", 480);
   if (large.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   const Image small = platform::media::scaleImage(large, large.width / 2, large.height / 2);
   for (int mode = 1; mode <= 10; ++mode) {
@@ -221,12 +264,8 @@ TEST_F(FocusKernel, SizesFollowThePicture) {
 TEST_F(FocusKernel, StreaksFollowTheirDirection) {
   // Stripes that run along the streak survive it; stripes across it vanish.
   const int size = 96;
-  Image rows = testing::makeSolidImage(size, size, 0, 0, 0), columns = rows;
-  for (int y = 0; y < size; ++y)
-    for (int x = 0; x < size; ++x) {
-      std::fill_n(rows.pixel(x, y), 3, uint8_t((y / 2) % 2 ? 230 : 20));
-      std::fill_n(columns.pixel(x, y), 3, uint8_t((x / 2) % 2 ? 230 : 20));
-    }
+  const Image rows = makePicture(size, size, [](int, int y) { return grey((y / 2) % 2 ? 230 : 20); });
+  const Image columns = makePicture(size, size, [](int x, int) { return grey((x / 2) % 2 ? 230 : 20); });
   EditState motion = focusStarted(6);
   motion.focusStrength = 1;
   for (bool finalOutput : {false, true}) {
@@ -241,14 +280,13 @@ TEST_F(FocusKernel, StreaksFollowTheirDirection) {
   EXPECT_LE(maxAbsoluteDifference(run(columns, motion, true), columns), 1);
 
   // Zoom: rays from the centre stay, rings around it blur, more so farther out.
-  Image rays = testing::makeSolidImage(size, size, 0, 0, 0), rings = rays;
-  for (int y = 0; y < size; ++y)
-    for (int x = 0; x < size; ++x) {
-      const double dx = x + 0.5 - size / 2.0, dy = y + 0.5 - size / 2.0;
-      std::fill_n(rays.pixel(x, y), 3,
-                  uint8_t(std::fmod(std::atan2(dy, dx) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20));
-      std::fill_n(rings.pixel(x, y), 3, uint8_t(int(std::hypot(dx, dy) / 2) % 2 ? 230 : 20));
-    }
+  const Image rays = makePicture(size, size, [&](int x, int y) {
+    return grey(
+        std::fmod(std::atan2(y + 0.5 - size / 2.0, x + 0.5 - size / 2.0) + 4 * M_PI, M_PI / 8) < M_PI / 16 ? 230 : 20);
+  });
+  const Image rings = makePicture(size, size, [&](int x, int y) {
+    return grey(int(std::hypot(x + 0.5 - size / 2.0, y + 0.5 - size / 2.0) / 2) % 2 ? 230 : 20);
+  });
   EditState zoom = focusStarted(5);
   zoom.focusStrength = 1;
   const Image zoomedRings = run(rings, zoom, true);
@@ -268,8 +306,7 @@ TEST_F(FocusKernel, IrisGivesBladedHighlights) {
   // 1 / cos(30 degrees) for a hexagon; a disc reaches alike. The focus centre sits in a
   // corner with radius 0, so the whole picture is blurred.
   const int size = 241, c = 120;
-  Image point = testing::makeSolidImage(size, size, 0, 0, 0);
-  std::fill_n(point.pixel(c, c), 3, uint8_t(255));
+  const Image point = makePicture(size, size, [&](int x, int y) { return grey(x == c && y == c ? 255 : 0); });
   auto reach = [&](const Image& image, int dx, int dy) {
     int steps = 0;
     for (int x = c, y = c; x >= 0 && y >= 0 && x < size && y < size && image.pixel(x, y)[1] > 0; x += dx, y += dy)
@@ -292,7 +329,7 @@ TEST_F(FocusKernel, IrisGivesBladedHighlights) {
 }
 
 TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSame) {
-  const Image photo = testing::loadPhoto("photo/flower.webp", 240);
+  const Image photo = loadPhoto("photo/flower.webp", 240);
   if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   std::vector<Image> results;
   for (int mode = 0; mode <= 10; ++mode) {
@@ -311,13 +348,12 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSam
     }
 
   // Night lights: small bright lamps on a dark street, where a lens's aperture shows.
-  Image lights = testing::makeSolidImage(400, 300, 40, 30, 25);
-  for (int y = 12; y < 300; y += 24)
-    for (int x = 12; x < 400; x += 24) {
-      const uint8_t lamp[3] = {uint8_t(120 + x % 100), uint8_t(200 + y % 50), 255};
-      for (int dy = 0; dy < 2; ++dy)
-        for (int dx = 0; dx < 2; ++dx) std::copy_n(lamp, 3, lights.pixel(x + dx, y + dy));
-    }
+  // Lamps of 2 by 2 pixels every 24, from (12, 12) on.
+  const Image lights = makePicture(400, 300, [](int x, int y) {
+    const int x0 = x - x % 24 + 12, y0 = y - y % 24 + 12;
+    const bool lamp = x % 24 >= 12 && x % 24 < 14 && y % 24 >= 12 && y % 24 < 14;
+    return lamp ? std::array{255, 200 + y0 % 50, 120 + x0 % 100} : std::array{25, 30, 40};
+  });
   const Image bokeh = run(lights, focusStarted(7), false);
   const Image iris = run(lights, focusStarted(8), false);
   // Discs against hexagons: the rims of every lamp's shape differ, the rest alike.
@@ -334,16 +370,6 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSam
 // absolute difference, which says whether the two look alike, and the 99th percentile
 // of the pixels' largest channel difference, which bounds the worst places (edges of
 // bright detail) without letting a handful of pixels decide.
-
-// The given fraction's percentile of the pixels' largest channel difference.
-double percentileDifference(const Image& a, const Image& b, double fraction) {
-  std::vector<int> most;
-  for (int y = 0; y < a.height; ++y)
-    for (int x = 0; x < a.width; ++x) most.push_back(channelDifference(a, b, x, y));
-  auto at = most.begin() + std::ptrdiff_t(fraction * double(most.size() - 1));
-  std::nth_element(most.begin(), at, most.end());
-  return *at;
-}
 
 struct Bound {
   int mode;
@@ -377,14 +403,14 @@ const Bound kBounds[] = {
 };
 
 TEST_F(FocusKernel, EachModeLooksLikeItsDefinition) {
-  const Image photo = testing::loadPhoto("photo/classic-car.heic", 720);
+  const Image photo = loadPhoto("photo/classic-car.heic", 720);
   if (photo.pixels.empty()) GTEST_SKIP() << "the shared media folder is missing";
   constexpr int kStep = 4;
   for (const Bound& bound : kBounds) {
-    const EditState state = testing::focusStarted(bound.mode);
-    const Image reference = testing::referenceFocus(photo, state, kStep);
+    const EditState state = focusStarted(bound.mode);
+    const Image reference = referenceFocus(photo, state, kStep);
     for (bool finalOutput : {false, true}) {
-      const Image ours = testing::everyNth(run(photo, state, finalOutput), kStep);
+      const Image ours = everyNth(run(photo, state, finalOutput), kStep);
       ASSERT_FALSE(ours.pixels.empty());
       const double mean = meanAbsoluteDifference(ours, reference);
       const double p99 = percentileDifference(ours, reference, 0.99);
@@ -420,9 +446,9 @@ TEST(FocusPlan, WorkPerPixelStaysBoundedWhateverTheBlur) {
       {9, 0.75f, false, Kind::pyramid, 6, 1},  // depth: sigma of the disc, 33.75
       {7, 0.75f, false, Kind::lens, 1, 12},    // disc of 67.5 pixels
       {7, 0.75f, true, Kind::lens, 1, 7},
-      {6, 0.5f, false, Kind::streak, 1, 4},    // streak of 120 pixels
+      {6, 0.5f, false, Kind::streak, 1, 4},  // streak of 120 pixels
       {6, 0.5f, true, Kind::streak, 1, 3},
-      {5, 0.5f, false, Kind::streak, 1, 10},   // 312.5 pixels from the farthest corner
+      {5, 0.5f, false, Kind::streak, 1, 10},  // 312.5 pixels from the farthest corner
       {0, 1.0f, false, Kind::copy, 0, 1},
   };
   for (const Case& c : cases) {
