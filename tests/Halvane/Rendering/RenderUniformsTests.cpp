@@ -8,14 +8,14 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
+
+#include "Support/TestFiles.h"
 
 namespace halvane {
 namespace {
@@ -38,11 +38,8 @@ RenderUniforms uniformsFor(const EditState& state, std::uint64_t width = 4000, s
 // holds the GLSL mirror to the same list, so each member lands at the same offset.
 std::vector<std::pair<std::string, std::string>> blockMembers(const std::string& path, const std::string& opening,
                                                               const std::regex& member) {
-  std::ifstream file(path);
-  EXPECT_TRUE(file.good()) << "cannot read " << path;
-  std::stringstream text;
-  text << file.rdbuf();
-  const std::string source = text.str();
+  const std::string source = testsupport::fileContents(path);
+  EXPECT_FALSE(source.empty()) << "cannot read " << path;
   const std::size_t begin = source.find('{', source.find(opening));
   const std::string block = source.substr(begin, source.find('}', begin) - begin);
   std::vector<std::pair<std::string, std::string>> members;
@@ -68,23 +65,15 @@ TEST(RenderUniformsLayout, TheGlslMirrorMatchesFieldForField) {
 // ---- The default state and what does not reach the block --------------------------
 
 TEST(MakeUniforms, FinalOutputIsTheOnlyDifferenceAndOtherFieldsChangeNothing) {
-  EditState s;
-  s.exposure = 0.7f;
-  s.cropRect = Rect{0.1, 0.2, 0.3, 0.4};
-  s.focusMode = 4;
+  EditState s{.exposure = 0.7f, .focusMode = 4, .cropRect = {0.1, 0.2, 0.3, 0.4}};
   const RenderUniforms preview = makeUniforms(1920, 1080, s, false);
   RenderUniforms exported = makeUniforms(1920, 1080, s, true);
   EXPECT_EQ(exported.finalOutput, 1u);
   exported.finalOutput = 0;
   EXPECT_EQ(std::memcmp(&preview, &exported, sizeof preview), 0);
   // Fields that never reach a kernel.
-  EditState other;
-  other.version = 42;
-  other.trimStart = 3;
-  other.trimEnd = 9;
-  other.audioVolume = 0.1f;
-  other.audioMuted = true;
-  const RenderUniforms a = uniformsFor(other);
+  const RenderUniforms a =
+      uniformsFor({.version = 42, .trimStart = 3, .trimEnd = 9, .audioVolume = 0.1f, .audioMuted = true});
   const RenderUniforms b = uniformsFor(EditState{});
   EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
   // Whatever the state, the reserved words are zero.
@@ -161,20 +150,30 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
   constexpr auto focusOut = &RenderUniforms::focusAngleRadians;
   constexpr auto irisOut = &RenderUniforms::irisRotationRadians;
   const Case cases[] = {
-      {rotation, rotationOut, 45, 0x3F490FDAu},   {rotation, rotationOut, -45, 0xBF490FDAu},
-      {rotation, rotationOut, 1, 0x3C8EFA35u},    {rotation, rotationOut, 30, 0x3F060A91u},
+      {rotation, rotationOut, 45, 0x3F490FDAu},
+      {rotation, rotationOut, -45, 0xBF490FDAu},
+      {rotation, rotationOut, 1, 0x3C8EFA35u},
+      {rotation, rotationOut, 30, 0x3F060A91u},
       // 10 degrees tells the rules apart: float pi gives 0x3E32B8C3; the constant ÷ 180
       // taken first, or 10 ÷ 180 taken first, give 0x3E32B8C2.
-      {rotation, rotationOut, 10, 0x3E32B8C1u},   {rotation, rotationOut, 23.739715576171875f, 0x3ED423DFu},
-      {focus, focusOut, 10, 0x3E32B8C1u},         {iris, irisOut, 10, 0x3E32B8C1u},
+      {rotation, rotationOut, 10, 0x3E32B8C1u},
+      {rotation, rotationOut, 23.739715576171875f, 0x3ED423DFu},
+      {focus, focusOut, 10, 0x3E32B8C1u},
+      {iris, irisOut, 10, 0x3E32B8C1u},
       // Held to ±45, ±180 and 0...180; NaN and infinities give 0, not an end of the range.
-      {rotation, rotationOut, 90, 0x3F490FDAu},   {rotation, rotationOut, -1000, 0xBF490FDAu},
-      {rotation, rotationOut, kNaN, 0},           {rotation, rotationOut, -kInf, 0},
-      {focus, focusOut, 270, 0x40490FDAu},        {focus, focusOut, -500, 0xC0490FDAu},
-      {focus, focusOut, 90, 0x3FC90FDAu},         {focus, focusOut, kNaN, 0},
+      {rotation, rotationOut, 90, 0x3F490FDAu},
+      {rotation, rotationOut, -1000, 0xBF490FDAu},
+      {rotation, rotationOut, kNaN, 0},
+      {rotation, rotationOut, -kInf, 0},
+      {focus, focusOut, 270, 0x40490FDAu},
+      {focus, focusOut, -500, 0xC0490FDAu},
+      {focus, focusOut, 90, 0x3FC90FDAu},
+      {focus, focusOut, kNaN, 0},
       {focus, focusOut, -0.0f, 0x80000000u},  // inside a range across zero -0 stays negative
-      {iris, irisOut, -10, 0},                    {iris, irisOut, 200, 0x40490FDAu},
-      {iris, irisOut, -0.0f, 0},                  {iris, irisOut, kInf, 0},
+      {iris, irisOut, -10, 0},
+      {iris, irisOut, 200, 0x40490FDAu},
+      {iris, irisOut, -0.0f, 0},
+      {iris, irisOut, kInf, 0},
   };
   for (const Case& c : cases) {
     EditState s;
@@ -186,17 +185,13 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
 // ---- Integers -------------------------------------------------------------------
 
 TEST(MakeUniforms, QuarterTurnsTakeTheLowestTwoBitsAndFlipTheLowestBit) {
-  for (auto [turns, expected] : {std::pair{std::int64_t{3}, 3u}, std::pair{std::int64_t{5}, 1u},
-                                 std::pair{std::int64_t{-1}, 3u}, std::pair{std::int64_t{-2}, 2u},
-                                 std::pair{kInt64Min, 0u}, std::pair{kInt64Max, 3u}}) {
-    EditState s;
-    s.rotationQuarterTurns = turns;
-    EXPECT_EQ(uniformsFor(s).quarterTurns, expected) << turns;
+  for (auto [turns, expected] :
+       {std::pair{std::int64_t{3}, 3u}, std::pair{std::int64_t{5}, 1u}, std::pair{std::int64_t{-1}, 3u},
+        std::pair{std::int64_t{-2}, 2u}, std::pair{kInt64Min, 0u}, std::pair{kInt64Max, 3u}}) {
+    EXPECT_EQ(uniformsFor({.rotationQuarterTurns = turns}).quarterTurns, expected) << turns;
   }
   for (auto [byte, expected] : {std::pair{1, 1u}, std::pair{2, 0u}, std::pair{3, 1u}, std::pair{0xFE, 0u}}) {
-    EditState s;
-    s.flipHorizontal = Bool::fromByte(static_cast<std::uint8_t>(byte));
-    EXPECT_EQ(uniformsFor(s).flipHorizontal, expected) << byte;
+    EXPECT_EQ(uniformsFor({.flipHorizontal = Bool::fromByte(std::uint8_t(byte))}).flipHorizontal, expected) << byte;
   }
 }
 
@@ -213,7 +208,7 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   };
   const Case cases[] = {
       {{0.25, 0.25, 0.5, 0.5}, 4000, 3000, 0.25f, 0.5f, 2000, 1500},
-      {{0.3, 0, 0.2, 1}, 4000, 3000, 0.3f, 0.2f, 800, 3000},             // values taken as Float
+      {{0.3, 0, 0.2, 1}, 4000, 3000, 0.3f, 0.2f, 800, 3000},  // values taken as Float
       // No floor of the decoder on the sides, but at least one pixel.
       {{0, 0, 0.0001, 1}, 100, 100, 0, 0.0001f, 1, 100},
       {{0, 0, 0, 0}, 100, 100, 0, 0, 1, 1},
@@ -246,8 +241,7 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   for (const Case& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.crop.x << ' ' << c.crop.y << ' ' << c.crop.width << ' ' << c.crop.height
                                       << " of " << c.width << 'x' << c.height);
-    EditState s;
-    s.cropRect = c.crop;
+    const EditState s{.cropRect = c.crop};
     const RenderUniforms u = makeUniforms(c.width, c.height, s, false);
     EXPECT_EQ(bitsOf(u.cropX), bitsOf(c.cropX));
     EXPECT_EQ(bitsOf(u.cropWidth), bitsOf(c.cropWidth));
@@ -260,12 +254,9 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
 }
 
 TEST(MakeUniforms, OddTurnsSwapTheOutputAndTiltDoesNot) {
-  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
-                             kInt64Min, kInt64Max}) {
-    EditState s;
-    s.cropRect = Rect{0.25, 0.25, 0.5, 0.5};
-    s.rotationQuarterTurns = turns;
-    s.rotationAngle = 40;
+  for (std::int64_t turns :
+       {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3}, kInt64Min, kInt64Max}) {
+    const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {0.25, 0.25, 0.5, 0.5}};
     const RenderUniforms u = makeUniforms(4000, 3000, s, false);
     const bool odd = (turns & 1) != 0;
     EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tuple(2000u, 1500u)) << turns;
@@ -287,13 +278,11 @@ TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
 // ---- outputSize -----------------------------------------------------------------
 
 TEST(OutputSize, MatchesMakeUniformsOnAGridOfCrops) {
-  const double values[] = {-1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5,
-                           std::numeric_limits<double>::quiet_NaN()};
+  const double values[] = {
+      -1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5, std::numeric_limits<double>::quiet_NaN()};
   for (double x : values) {
     for (double width : values) {
-      EditState s;
-      s.cropRect = Rect{x, 0.2, width, 0.7};
-      s.rotationQuarterTurns = 3;
+      const EditState s{.rotationQuarterTurns = 3, .cropRect = {x, 0.2, width, 0.7}};
       const RenderUniforms u = makeUniforms(1921, 1079, s, true);
       EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
       EXPECT_GE(u.outputWidth, 1u);
