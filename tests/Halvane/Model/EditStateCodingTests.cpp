@@ -122,9 +122,8 @@ TEST(EditStateCoding, RoundTripKeepsEveryFieldThroughText) {
     EXPECT_EQ(decodeEditState(json::parse(encodeEditState(s).dump())), s);
     EXPECT_EQ(decodeEditState(ordered_json::parse(encodeEditState(s).dump())), s);
   }
-  const EditState tiny{.exposure = std::numeric_limits<float>::denorm_min(),
-                       .brightness = -std::numeric_limits<float>::min(),
-                       .temperature = std::nextafter(10000.0f, 0.0f)};
+  EditState tiny{.exposure = std::numeric_limits<float>::denorm_min(), .temperature = std::nextafter(10000.0f, 0.0f)};
+  tiny.brightness = -std::numeric_limits<float>::min();
   EXPECT_EQ(decodeEditState(json::parse(encodeEditState(tiny).dump())), tiny);
 }
 
