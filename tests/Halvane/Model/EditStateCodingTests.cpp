@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -26,11 +27,7 @@ using nlohmann::ordered_json;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-EditState decodeWith(const std::string& key, const json& value) {
-  json document = json::object();
-  document[key] = value;
-  return decodeEditState(document);
-}
+EditState decodeWith(const std::string& key, const json& value) { return decodeEditState(json{{key, value}}); }
 
 Rect crop(const json& value) { return decodeWith("cropRect", value).cropRect; }
 Rect crop(double x, double y, double width, double height) {
@@ -100,10 +97,9 @@ TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
 
 TEST(EditStateEncoding, NonFiniteValuesAreAnErrorOfTheEncoder) {
   constexpr float kNaNf = std::numeric_limits<float>::quiet_NaN(), kInff = std::numeric_limits<float>::infinity();
-  const std::pair<const char*, EditState> cases[] = {{"temperature", {.temperature = kNaNf}},
-                                                     {"exposure", {.exposure = -kInff}},
-                                                     {"cropRect", {.cropRect = {0, 0, 1, kNaN}}},
-                                                     {"trimStart", {.trimStart = kInf}}};
+  const std::pair<const char*, EditState> cases[] = {
+      {"temperature", {.temperature = kNaNf}}, {"exposure", {.exposure = -kInff}},
+      {"cropRect", {.cropRect = {0, 0, 1, kNaN}}}, {"trimStart", {.trimStart = kInf}}};
   for (const auto& [key, s] : cases) {
     try {
       (void)encodeEditState(s);
@@ -134,12 +130,10 @@ TEST(EditStateCoding, RoundTripOfFloatsIsExactThroughText) {
   // exponent keep this quick, also under the sanitizers.
   for (int i = 0; i < 4000; ++i) {
     // Any finite Float in the exposure range, of any exponent, denormals included.
-    float value;
     const std::uint32_t pattern = bits(random);
-    std::memcpy(&value, &pattern, sizeof value);
+    const float value = std::bit_cast<float>(pattern);
     if (!std::isfinite(value) || std::fabs(value) > 3.0f) continue;
-    EditState s;
-    s.exposure = value;
+    const EditState s{.exposure = value};
     const EditState back = decodeEditState(json::parse(encodeEditState(s).dump()));
     ASSERT_EQ(std::memcmp(&back.exposure, &s.exposure, sizeof value), 0) << "bits " << pattern;
   }
@@ -173,22 +167,10 @@ TEST(EditStateDecoding, EveryFloatFieldIsRepairedByOneRule) {
     // A failed read (wrong type, NaN, infinity, beyond the largest Float) is the default;
     // a number that fits a Float is clamped; inside the range it is kept to Float precision.
     const std::pair<json, double> cases[] = {
-        {"0.5", fallback},
-        {nullptr, fallback},
-        {true, fallback},
-        {json::array({0.5}), fallback},
-        {json::object(), fallback},
-        {kNaN, fallback},
-        {kInf, fallback},
-        {-kInf, fallback},
-        {1e300, fallback},
-        {-1e300, fallback},
-        {upper + 1000, upper},
-        {lower - 1000, lower},
-        {upper, upper},
-        {lower, lower},
-        {3.0e38, upper},
-        {double(middle), middle},
+        {"0.5", fallback},        {nullptr, fallback},       {true, fallback},   {json::array({0.5}), fallback},
+        {json::object(), fallback}, {kNaN, fallback},        {kInf, fallback},   {-kInf, fallback},
+        {1e300, fallback},        {-1e300, fallback},        {upper + 1000, upper}, {lower - 1000, lower},
+        {upper, upper},           {lower, lower},            {3.0e38, upper},    {double(middle), middle},
     };
     for (const auto& [value, expected] : cases) {
       EXPECT_EQ(decodeWith(std::string(field.key), value).**member, expected) << value.dump();
@@ -273,22 +255,22 @@ TEST(EditStateDecodingCrop, RepairsInFloatPrecision) {
   };
   const double floor = f(0.01f);
   const Case cases[] = {
-      {0.3, 0.1, 0.2, 0.7, {f(0.3f), f(0.1f), f(0.2f), f(0.7f)}},  // kept, to Float precision
+      {0.3, 0.1, 0.2, 0.7, {f(0.3f), f(0.1f), f(0.2f), f(0.7f)}},                    // kept, to Float precision
       {0.25, 0.25, 0.5, 0.5, {0.25, 0.25, 0.5, 0.5}},
-      {0.9, 0.9, 0.5, 0.5, {f(0.9f), f(0.9f), f(1.0f - 0.9f), f(1.0f - 0.9f)}},  // cut to the room left
-      {1, 1, 1, 1, {f(1.0f - 0.01f), f(1.0f - 0.01f), floor, floor}},            // no room: origin moves back
-      {0, 0, 0, 1, {0, 0, floor, 1}},                                            // zero, negative, tiny: the floor
+      {0.9, 0.9, 0.5, 0.5, {f(0.9f), f(0.9f), f(1.0f - 0.9f), f(1.0f - 0.9f)}},      // cut to the room left
+      {1, 1, 1, 1, {f(1.0f - 0.01f), f(1.0f - 0.01f), floor, floor}},                // no room: origin moves back
+      {0, 0, 0, 1, {0, 0, floor, 1}},                                                // zero, negative, tiny: the floor
       {0, 0, -5, 1, {0, 0, floor, 1}},
       {0, 0, 0.005, 1, {0, 0, floor, 1}},
       {0, 0, 0.01, 1, {0, 0, floor, 1}},
       {0, 0, 1e-60, 1, {0, 0, floor, 1}},
       {0, 0, f(std::nextafter(0.01f, 1.0f)), 1, {0, 0, f(std::nextafter(0.01f, 1.0f)), 1}},
-      {kNaN, kNaN, 0.5, 0.5, {0, 0, 0.5, 0.5}},  // bad origins: 0
+      {kNaN, kNaN, 0.5, 0.5, {0, 0, 0.5, 0.5}},                                      // bad origins: 0
       {kInf, -kInf, 0.5, 0.5, {0, 0, 0.5, 0.5}},
       {-0.25, 0.5, 0.5, 0.5, {0, 0.5, 0.5, 0.5}},
-      {1.5, 0, 0.5, 1, {f(1.0f - 0.01f), 0, floor, 1}},  // above 1: lowered, moved back
-      {1e39, 0, 0.5, 1, {0, 0, 0.5, 1}},                 // an infinity in Float
-      {0.5, 0.25, kNaN, 0.5, {0, 0.25, 1, 0.5}},         // bad sides: whole, origin 0
+      {1.5, 0, 0.5, 1, {f(1.0f - 0.01f), 0, floor, 1}},                              // above 1: lowered, moved back
+      {1e39, 0, 0.5, 1, {0, 0, 0.5, 1}},                                             // an infinity in Float
+      {0.5, 0.25, kNaN, 0.5, {0, 0.25, 1, 0.5}},                                     // bad sides: whole, origin 0
       {0.25, 0.75, 0.5, -kInf, {0.25, 0, 0.5, 1}},
       {0, 0, 1e39, 1, {0, 0, 1, 1}},
   };
@@ -307,9 +289,9 @@ TEST(EditStateDecodingTrim, EndIsRaisedToTheStartUnlessZeroAndBadValuesGiveZero)
     double trimStart, trimEnd;
   };
   const Case cases[] = {
-      {10.0, 4.0, 10.0, 10.0}, {1.5, 1.25, 1.5, 1.5},   {2.0, 3.0, 2.0, 3.0},    {3, 7, 3.0, 7.0},
+      {10.0, 4.0, 10.0, 10.0}, {1.5, 1.25, 1.5, 1.5}, {2.0, 3.0, 2.0, 3.0}, {3, 7, 3.0, 7.0},
       {10.0, 0.0, 10.0, 0.0},  {10.0, -4.0, 10.0, 0.0}, {10.0, kNaN, 10.0, 0.0}, {10.0, "12", 10.0, 0.0},
-      {kNaN, 5.0, 0.0, 5.0},   {kInf, 5.0, 0.0, 5.0},   {-3.0, 5.0, 0.0, 5.0},   {"1", 5.0, 0.0, 5.0},
+      {kNaN, 5.0, 0.0, 5.0},   {kInf, 5.0, 0.0, 5.0},  {-3.0, 5.0, 0.0, 5.0},  {"1", 5.0, 0.0, 5.0},
       {0.0, kInf, 0.0, 0.0},   {0.1, 0.2, 0.1, 0.2},  // Double precision, not Float
   };
   for (const Case& c : cases) {

@@ -22,20 +22,20 @@ Image grey(int width, int height) {
 }
 
 TEST(LimitedImage, OnlyCompressedScalesAndNeverEnlarges) {
-  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::balanced).width, 4000);
-  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::maxQuality).width, 4000);
-  const Image scaled = limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(scaled.width, 2048);
-  EXPECT_EQ(scaled.height, 1536);
-  const Image exact = limitedImage(grey(2048, 100), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(exact.width, 2048);
-  EXPECT_EQ(exact.height, 100);
-  const Image small = limitedImage(grey(300, 200), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(small.width, 300);
+  using enum PhotoExportPreset;
+  struct Case {
+    int width, height;
+    PhotoExportPreset preset;
+    int limitedWidth, limitedHeight;
+  };
   // Portrait, and a side that rounds: 3000 x 4001 -> 1536 x 2048 (1535.6 rounds up).
-  const Image portrait = limitedImage(grey(3000, 4001), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(portrait.height, 2048);
-  EXPECT_EQ(portrait.width, 1536);
+  for (const Case& c : {Case{4000, 3000, balanced, 4000, 3000}, Case{4000, 3000, maxQuality, 4000, 3000},
+                        Case{4000, 3000, compressed, 2048, 1536}, Case{2048, 100, compressed, 2048, 100},
+                        Case{300, 200, compressed, 300, 200}, Case{3000, 4001, compressed, 1536, 2048}}) {
+    const Image limited = limitedImage(grey(c.width, c.height), ImageOrientation::up, c.preset);
+    EXPECT_EQ(std::pair(limited.width, limited.height), std::pair(c.limitedWidth, c.limitedHeight))
+        << c.width << "x" << c.height << " preset " << int(c.preset);
+  }
 }
 
 TEST(LimitedImage, CarriesOrientationAndColourSpace) {

@@ -71,14 +71,11 @@ class ProcessTexture : public EngineTest {
 TEST_F(ProcessTexture, OnlyPassesThatChangeThePictureRun) {
   const EditState mirrored{.flipHorizontal = true}, exposed{.exposure = 0.5f};
   const std::pair<EditState, int> cases[] = {
-      {{.version = 7}, 0},
-      {{.trimEnd = 3}, 0},
-      {mirrored, 1},
-      {exposed, 1},
+      {{.version = 7}, 0}, {{.trimEnd = 3}, 0}, {mirrored, 1}, {exposed, 1},
       {{.flipHorizontal = true, .focusMode = 4, .focusStrength = 1}, 2},
-      {{.exposure = 0.5f, .flipHorizontal = true, .focusMode = 3}, 2},      // a mode alone
-      {{.exposure = 0.5f, .flipHorizontal = true, .focusStrength = 1}, 2},  // a strength alone
-      {kFocusEdit, 3}};
+      // A mode alone and a strength alone.
+      {{.exposure = 0.5f, .flipHorizontal = true, .focusMode = 3}, 2},
+      {{.exposure = 0.5f, .flipHorizontal = true, .focusStrength = 1}, 2}, {kFocusEdit, 3}};
   for (const auto& [state, passes] : cases) {
     engine->purgeCaches();
     allocatorControl().allocations = 0;

@@ -150,30 +150,20 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
   constexpr auto focusOut = &RenderUniforms::focusAngleRadians;
   constexpr auto irisOut = &RenderUniforms::irisRotationRadians;
   const Case cases[] = {
-      {rotation, rotationOut, 45, 0x3F490FDAu},
-      {rotation, rotationOut, -45, 0xBF490FDAu},
-      {rotation, rotationOut, 1, 0x3C8EFA35u},
-      {rotation, rotationOut, 30, 0x3F060A91u},
+      {rotation, rotationOut, 45, 0x3F490FDAu},   {rotation, rotationOut, -45, 0xBF490FDAu},
+      {rotation, rotationOut, 1, 0x3C8EFA35u},    {rotation, rotationOut, 30, 0x3F060A91u},
       // 10 degrees tells the rules apart: float pi gives 0x3E32B8C3; the constant ÷ 180
       // taken first, or 10 ÷ 180 taken first, give 0x3E32B8C2.
-      {rotation, rotationOut, 10, 0x3E32B8C1u},
-      {rotation, rotationOut, 23.739715576171875f, 0x3ED423DFu},
-      {focus, focusOut, 10, 0x3E32B8C1u},
-      {iris, irisOut, 10, 0x3E32B8C1u},
+      {rotation, rotationOut, 10, 0x3E32B8C1u},   {rotation, rotationOut, 23.739715576171875f, 0x3ED423DFu},
+      {focus, focusOut, 10, 0x3E32B8C1u},         {iris, irisOut, 10, 0x3E32B8C1u},
       // Held to ±45, ±180 and 0...180; NaN and infinities give 0, not an end of the range.
-      {rotation, rotationOut, 90, 0x3F490FDAu},
-      {rotation, rotationOut, -1000, 0xBF490FDAu},
-      {rotation, rotationOut, kNaN, 0},
-      {rotation, rotationOut, -kInf, 0},
-      {focus, focusOut, 270, 0x40490FDAu},
-      {focus, focusOut, -500, 0xC0490FDAu},
-      {focus, focusOut, 90, 0x3FC90FDAu},
-      {focus, focusOut, kNaN, 0},
+      {rotation, rotationOut, 90, 0x3F490FDAu},   {rotation, rotationOut, -1000, 0xBF490FDAu},
+      {rotation, rotationOut, kNaN, 0},           {rotation, rotationOut, -kInf, 0},
+      {focus, focusOut, 270, 0x40490FDAu},        {focus, focusOut, -500, 0xC0490FDAu},
+      {focus, focusOut, 90, 0x3FC90FDAu},         {focus, focusOut, kNaN, 0},
       {focus, focusOut, -0.0f, 0x80000000u},  // inside a range across zero -0 stays negative
-      {iris, irisOut, -10, 0},
-      {iris, irisOut, 200, 0x40490FDAu},
-      {iris, irisOut, -0.0f, 0},
-      {iris, irisOut, kInf, 0},
+      {iris, irisOut, -10, 0},                    {iris, irisOut, 200, 0x40490FDAu},
+      {iris, irisOut, -0.0f, 0},                  {iris, irisOut, kInf, 0},
   };
   for (const Case& c : cases) {
     EditState s;
@@ -185,9 +175,9 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
 // ---- Integers -------------------------------------------------------------------
 
 TEST(MakeUniforms, QuarterTurnsTakeTheLowestTwoBitsAndFlipTheLowestBit) {
-  for (auto [turns, expected] :
-       {std::pair{std::int64_t{3}, 3u}, std::pair{std::int64_t{5}, 1u}, std::pair{std::int64_t{-1}, 3u},
-        std::pair{std::int64_t{-2}, 2u}, std::pair{kInt64Min, 0u}, std::pair{kInt64Max, 3u}}) {
+  for (auto [turns, expected] : {std::pair{std::int64_t{3}, 3u}, std::pair{std::int64_t{5}, 1u},
+                                 std::pair{std::int64_t{-1}, 3u}, std::pair{std::int64_t{-2}, 2u},
+                                 std::pair{kInt64Min, 0u}, std::pair{kInt64Max, 3u}}) {
     EXPECT_EQ(uniformsFor({.rotationQuarterTurns = turns}).quarterTurns, expected) << turns;
   }
   for (auto [byte, expected] : {std::pair{1, 1u}, std::pair{2, 0u}, std::pair{3, 1u}, std::pair{0xFE, 0u}}) {
@@ -208,7 +198,7 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   };
   const Case cases[] = {
       {{0.25, 0.25, 0.5, 0.5}, 4000, 3000, 0.25f, 0.5f, 2000, 1500},
-      {{0.3, 0, 0.2, 1}, 4000, 3000, 0.3f, 0.2f, 800, 3000},  // values taken as Float
+      {{0.3, 0, 0.2, 1}, 4000, 3000, 0.3f, 0.2f, 800, 3000},             // values taken as Float
       // No floor of the decoder on the sides, but at least one pixel.
       {{0, 0, 0.0001, 1}, 100, 100, 0, 0.0001f, 1, 100},
       {{0, 0, 0, 0}, 100, 100, 0, 0, 1, 1},
@@ -254,8 +244,8 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
 }
 
 TEST(MakeUniforms, OddTurnsSwapTheOutputAndTiltDoesNot) {
-  for (std::int64_t turns :
-       {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3}, kInt64Min, kInt64Max}) {
+  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
+                             kInt64Min, kInt64Max}) {
     const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {0.25, 0.25, 0.5, 0.5}};
     const RenderUniforms u = makeUniforms(4000, 3000, s, false);
     const bool odd = (turns & 1) != 0;
@@ -278,8 +268,8 @@ TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
 // ---- outputSize -----------------------------------------------------------------
 
 TEST(OutputSize, MatchesMakeUniformsOnAGridOfCrops) {
-  const double values[] = {
-      -1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5, std::numeric_limits<double>::quiet_NaN()};
+  const double values[] = {-1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5,
+                           std::numeric_limits<double>::quiet_NaN()};
   for (double x : values) {
     for (double width : values) {
       const EditState s{.rotationQuarterTurns = 3, .cropRect = {x, 0.2, width, 0.7}};
