@@ -268,9 +268,7 @@ int textureAt(int x, int y) {
   return 108 + int((h >> 7) % 41);
 }
 Image makeTexture(int width, int height) {
-  return makePicture(width, height, [](int x, int y) {
-    return std::array{textureAt(x, y), textureAt(x, y), textureAt(x, y)};
-  });
+  return makePicture(width, height, [](int x, int y) { return grey(textureAt(x, y)); });
 }
 
 TEST_F(ColorAdjustments, SharpnessAndClarityRaiseLocalContrast) {
@@ -300,10 +298,9 @@ TEST_F(ColorAdjustments, SharpnessAndClarityRaiseLocalContrast) {
 TEST_F(ColorAdjustments, SharpnessMatchesTheReferenceAcrossGroupBorders) {
   // Hard edges on and beside the group borders, across and along.
   const Image input = makePicture(61, 45, [](int x, int y) {
-    int v = textureAt(x, y);
-    if (x == 15 || x == 16 || x == 31 || x == 32 || x == 47 || x == 48) v = x % 2 ? 40 : 220;
-    if (y == 15 || y == 16 || y == 31 || y == 32) v = y % 2 ? 200 : 60;
-    return std::array{v, v, v};
+    if (y == 15 || y == 16 || y == 31 || y == 32) return grey(y % 2 ? 200 : 60);
+    if (x == 15 || x == 16 || x == 31 || x == 32 || x == 47 || x == 48) return grey(x % 2 ? 40 : 220);
+    return grey(textureAt(x, y));
   });
   for (float amount : {0.4f, 1.0f, 2.0f}) {
     const Image gpu = renderAgainstReference(*engine, input, {.sharpness = amount}, 1).gpu;

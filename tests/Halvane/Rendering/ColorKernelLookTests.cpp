@@ -132,10 +132,7 @@ TEST_F(ColorLooks, BlackAndWhiteLooksCarryNoHueButTheirTone) {
 }
 
 TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
-  const Image steps = makePicture(32, 8, [](int x, int) {
-    const int v = x < 16 ? 0 : 255;
-    return std::array{v, v, v};
-  });
+  const Image steps = makePicture(32, 8, [](int x, int) { return grey(x < 16 ? 0 : 255); });
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::duoTone)) {
     SCOPED_TRACE(definition.id);
     const auto colours = colorref::lookDuoTone(int(definition.shaderFilterType));

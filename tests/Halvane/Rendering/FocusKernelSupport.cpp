@@ -48,12 +48,8 @@ struct Plane {
 class FocusDefinition {
  public:
   FocusDefinition(const Image& input, const EditState& s)
-      : s_(s),
-        width_(input.width),
-        height_(input.height),
-        short_(std::min(width_, height_)),
-        encoded_{width_, height_, {}},
-        linear_{width_, height_, {}} {
+      : s_(s), width_(input.width), height_(input.height), short_(std::min(width_, height_)),
+        encoded_{width_, height_, {}}, linear_{width_, height_, {}} {
     for (int y = 0; y < height_; ++y)
       for (int x = 0; x < width_; ++x) {
         RGB e, l;
@@ -108,21 +104,15 @@ class FocusDefinition {
     const double normal = -std::sin(angle) * (px - cx) + std::cos(angle) * (py - cy);
     const double ellipse = ramp(std::hypot((px - cx) / s_.focusAspect, py - cy));
     switch (s_.focusMode) {
-      case 1:
-      case 7:
-      case 8:
-        return ellipse;
-      case 2:
-        return ramp(normal);
-      case 3:
-        return ramp(std::abs(normal));
+      case 1: case 7: case 8: return ellipse;
+      case 2: return ramp(normal);
+      case 3: return ramp(std::abs(normal));
       case 9: {
         const double plane = std::clamp(1 - s_.focusCenterY + (s_.focusDepth - 0.5), 0.0, 1.0);
         const double separation = std::abs(1 - py / height_ - plane) * (1 - 0.6 * detail(px, py));
         return ellipse * (1 + s_.depthMix * (smoothstep(0.04, 0.45, separation) - 1));
       }
-      default:
-        return 1;
+      default: return 1;
     }
   }
   // How contrasty the neighbourhood is: the deviation of the encoded luminance of nine

@@ -12,20 +12,15 @@
 namespace halvane {
 namespace {
 
+using namespace platform::dispatch;
 using namespace platform::gpu;
-using platform::dispatch::MainQueue;
-using platform::dispatch::ManualDisplayLinkFactory;
-using platform::dispatch::ManualMainQueue;
 using namespace testing;
 
 // Keeps a copy of every presented frame.
 class RecordingPresenter : public FramePresenter {
  public:
   void present(const std::shared_ptr<Texture>& drawable) override {
-    Image frame;
-    frame.width = int(drawable->width());
-    frame.height = int(drawable->height());
-    frame.pixels.resize(frame.bytesPerRow() * size_t(frame.height));
+    Image frame = makeFlat(int(drawable->width()), int(drawable->height()), 0, 0, 0);
     drawable->getBytes(frame.pixels.data(), frame.bytesPerRow(), Region{{0, 0}, drawable->width(), drawable->height()});
     std::lock_guard guard(lock);
     frames.push_back(std::move(frame));
@@ -50,7 +45,7 @@ class PreviewLoop : public testing::EngineTest {
     EngineTest::SetUp();
     queue = std::make_shared<ManualMainQueue>();
     MainQueue::setShared(queue);
-    platform::dispatch::setDisplayLinkFactory(links.factory());
+    setDisplayLinkFactory(links.factory());
     view = std::make_shared<PreviewView>();
     view->configure(*engine);
     view->setPresenter(presenter);
@@ -64,7 +59,7 @@ class PreviewLoop : public testing::EngineTest {
   void TearDown() override {
     engine->stopDisplayLink();
     engine->setPreviewSource(nullptr);
-    platform::dispatch::setDisplayLinkFactory(nullptr);
+    setDisplayLinkFactory(nullptr);
     MainQueue::setShared(nullptr);
     EngineTest::TearDown();
   }
@@ -103,9 +98,8 @@ TEST_F(PreviewLoop, ADirtyTickDrawsOnceAndCleanTicksDoNothing) {
 TEST_F(PreviewLoop, ManyStatesBetweenTicksGiveOneFrameWithTheLast) {
   engine->setPreviewSource(engine->makeTexture(makeDistinctImage(64, 48)));
   tickAndDrain();
-  for (int64_t turns = 1; turns <= 3; ++turns) {
+  for (int64_t turns = 1; turns <= 3; ++turns)
     engine->applyPreviewState({.flipHorizontal = turns == 3, .rotationQuarterTurns = turns});
-  }
   EditState same = engine->previewState();
   tickAndDrain();
   EXPECT_EQ(presenter->count(), 2u);
@@ -177,10 +171,8 @@ TEST_F(PreviewLoop, PortraitInLandscapeLeavesBlackBarsAndOverscaleDoubles) {
 }
 
 TEST_F(PreviewLoop, TheTopLeftTexelIsAtTheUpperLeft) {
-  // Red at the top left.
-  engine->setPreviewSource(engine->makeTexture(makePicture(2, 2, [](int x, int y) {
-    return std::array{x + y ? 0 : 255, 0, 0};
-  })));
+  const Image redTopLeft = makePicture(2, 2, [](int x, int y) { return std::array{x + y ? 0 : 255, 0, 0}; });
+  engine->setPreviewSource(engine->makeTexture(redTopLeft));
   view->setDrawableSize({64, 64});
   tickAndDrain();
   EXPECT_GT(rgb(presenter->last(), 2, 2)[0], 200);
