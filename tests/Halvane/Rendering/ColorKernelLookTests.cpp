@@ -106,8 +106,8 @@ TEST_F(ColorLooks, BlackAndWhiteLooksCarryNoHueButTheirTone) {
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::blackAndWhite)) {
     SCOPED_TRACE(definition.id);
     const int number = int(definition.shaderFilterType);
-    ASSERT_TRUE(colorref::lookIsMonochrome(number));
-    const auto split = colorref::lookSplitToning(number);
+    ASSERT_TRUE(colorref::lookTraits(number).monochrome);
+    const auto split = colorref::lookTraits(number).splitToning;
     const bool toned = split[1] != 0 || split[3] != 0;
     if (toned) {
       EXPECT_EQ(split[0], split[2]) << "one tone for shadows and highlights";
@@ -135,7 +135,7 @@ TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
   const Image steps = makePicture(32, 8, [](int x, int) { return grey(x < 16 ? 0 : 255); });
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::duoTone)) {
     SCOPED_TRACE(definition.id);
-    const auto colours = colorref::lookDuoTone(int(definition.shaderFilterType));
+    const auto colours = colorref::lookTraits(definition.shaderFilterType).duoTone;
     ASSERT_NE(colours[1], 0u);
     const Image out = look(steps, int(definition.shaderFilterType));
     auto dark = rgb(out, 4, 4), light = rgb(out, 28, 4);
@@ -200,7 +200,7 @@ TEST_F(ColorLooks, LooksKeepTheRampInOrderWhereTheyAreTonal) {
     EXPECT_EQ(nonFinite, 0u);
     // Inverted and false colours run against the ramp by design; vignettes and lights
     // change it by position.
-    if (row.id == "invert" || row.id == "infrared" || colorref::lookIsPositional(row.number)) continue;
+    if (row.id == "invert" || row.id == "infrared" || colorref::lookTraits(row.number).positional) continue;
     int breaks = 0;
     double highest = -1;
     for (int x = 0; x < 256; ++x) {

@@ -265,22 +265,12 @@ std::vector<LookRow> lookRows() {
   };
 }
 
-bool lookIsMonochrome(uint32_t number) {
-  return shader::lookIsMono(shader::lookTable(number)) || shader::lookTable(number).duo.light != 0u;
-}
-
-std::array<float, 4> lookSplitToning(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return {k.split.shadowHue, k.split.shadowAmount, k.split.highlightHue, k.split.highlightAmount};
-}
-
-std::array<uint32_t, 2> lookDuoTone(uint32_t number) {
-  return {shader::lookTable(number).duo.dark, shader::lookTable(number).duo.light};
-}
-
-bool lookIsPositional(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return k.fx.vignette > 0.0f || k.light.amount != 0.0f || k.fx.special == LOOK_SPECIAL_HALFTONE;
+LookTraits lookTraits(uint32_t number) {
+  const shader::Look k = shader::lookTable(number);
+  return {shader::lookIsMono(k) || k.duo.light != 0u,
+          {k.split.shadowHue, k.split.shadowAmount, k.split.highlightHue, k.split.highlightAmount},
+          {k.duo.dark, k.duo.light},
+          k.fx.vignette > 0.0f || k.light.amount != 0.0f || k.fx.special == LOOK_SPECIAL_HALFTONE};
 }
 
 }  // namespace halvane::colorref
