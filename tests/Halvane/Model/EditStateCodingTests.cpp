@@ -70,16 +70,14 @@ EditState everyFieldChanged() {
 // with one even when whole, Bools, the crop as two pairs.
 TEST(EditStateEncoding, DefaultStateAsText) {
   EXPECT_EQ(encodeEditState(EditState::defaultState()).dump(),
-            R"({"version":1,"exposure":0.0,"brightness":0.0,"contrast":1.0,"highlights":0.0,)"
-            R"("shadows":0.0,"whites":0.0,"blacks":0.0,"gamma":1.0,"saturation":1.0,"vibrance":0.0,)"
-            R"("temperature":6500.0,"tint":0.0,"sharpness":0.0,"clarity":0.0,"vignetteIntensity":0.0,)"
-            R"("vignetteRadius":1.0,"filterType":0,"filterIntensity":1.0,"flipHorizontal":false,)"
-            R"("rotationAngle":0.0,"rotationQuarterTurns":0,"focusMode":0,"focusCenterX":0.5,)"
-            R"("focusCenterY":0.5,"focusRadius":0.25,"focusFeather":0.5,"focusAngle":0.0,)"
-            R"("focusStrength":0.0,"focusAspect":1.0,"focusBokehHighlights":0.0,"irisBlades":6,)"
+            R"({"version":1,"exposure":0.0,"brightness":0.0,"contrast":1.0,"highlights":0.0,"shadows":0.0,)"
+            R"("whites":0.0,"blacks":0.0,"gamma":1.0,"saturation":1.0,"vibrance":0.0,"temperature":6500.0,)"
+            R"("tint":0.0,"sharpness":0.0,"clarity":0.0,"vignetteIntensity":0.0,"vignetteRadius":1.0,"filterType":0,)"
+            R"("filterIntensity":1.0,"flipHorizontal":false,"rotationAngle":0.0,"rotationQuarterTurns":0,)"
+            R"("focusMode":0,"focusCenterX":0.5,"focusCenterY":0.5,"focusRadius":0.25,"focusFeather":0.5,)"
+            R"("focusAngle":0.0,"focusStrength":0.0,"focusAspect":1.0,"focusBokehHighlights":0.0,"irisBlades":6,)"
             R"("irisRotation":0.0,"depthMix":0.0,"focusDepth":0.5,"edgeProtect":0.0,)"
-            R"("cropRect":[[0.0,0.0],[1.0,1.0]],"trimStart":0.0,"trimEnd":0.0,"audioVolume":1.0,)"
-            R"("audioMuted":false})");
+            R"("cropRect":[[0.0,0.0],[1.0,1.0]],"trimStart":0.0,"trimEnd":0.0,"audioVolume":1.0,"audioMuted":false})");
 }
 
 TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {

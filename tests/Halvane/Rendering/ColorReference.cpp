@@ -31,10 +31,8 @@ inline vec4 texel4(const Image& image, int x, int y) {
   return vec4(p[2] / 255.0f, p[1] / 255.0f, p[0] / 255.0f, p[3] / 255.0f);
 }
 
-inline vec3 texel(const Image& image, int x, int y) {
-  vec4 t = texel4(image, x, y);
-  return vec3(t.x, t.y, t.z);
-}
+inline vec3 rgbOf(vec4 t) { return vec3(t.x, t.y, t.z); }
+inline vec3 texel(const Image& image, int x, int y) { return rgbOf(texel4(image, x, y)); }
 
 // Bilinear in float, clamp to edge, pixel centres at half-integers, at pixel
 // coordinates p of the image: the kernels' blend of the wide level's texels.
@@ -53,10 +51,7 @@ inline vec4 nearestTexel(const Image& image, vec2 p) {
   return texel4(image, static_cast<int>(t.x), static_cast<int>(t.y));
 }
 
-inline vec3 reducedColorAt(vec2 p) {
-  vec4 s = nearestTexel(*currentReducedColor, p);
-  return vec3(s.x, s.y, s.z);
-}
+inline vec3 reducedColorAt(vec2 p) { return rgbOf(nearestTexel(*currentReducedColor, p)); }
 
 vec2 reducedLumaAt(vec2 p);
 
@@ -87,17 +82,12 @@ WideBlur formerGather(vec2 pos) {
   float weightC = 1.0f;
   vec2 dir(1.0f, 0.0f);
   for (int i = 0; i < WIDE_TAPS; i++) {
-    float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
-    vec4 t = sampleBilinear(image, pos + dir * (r * radius));
-    vec3 s(t.x, t.y, t.z);
-    float ys = luma(s);
-    float spatial = std::exp(-2.0f * r * r);
-    float dy = (ys - yc) / 0.12f;
-    float wl = spatial * std::exp(-0.5f * dy * dy);
-    sumL += ys * wl;
-    weightL += wl;
-    sumC = sumC + s * spatial;
-    weightC += spatial;
+    const float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
+    const vec3 s = rgbOf(sampleBilinear(image, pos + dir * (r * radius)));
+    const float ys = luma(s), spatial = std::exp(-2.0f * r * r), dy = (ys - yc) / 0.12f;
+    const float wl = spatial * std::exp(-0.5f * dy * dy);
+    sumL += ys * wl, weightL += wl;
+    sumC = sumC + s * spatial, weightC += spatial;
     dir =
         vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN, dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
   }
@@ -108,7 +98,7 @@ inline WideBlur sampleWide(vec2 p, float y) {
   if (gatherEachPixel) return formerGather(p);
   vec4 g = sampleBilinear(*currentWideLuma, p * toLevel);
   vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
-  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), vec3(c.x, c.y, c.z));
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), rgbOf(c));
 }
 
 #define COLOR_WIDE(p, y) sampleWide(p, y)
@@ -143,10 +133,7 @@ void inParallel(int height, Rows rows) {
 
 void store(Image& image, int x, int y, shader::vec4 c) {
   uint8_t* p = image.pixel(x, y);
-  p[0] = toByte(c.z);
-  p[1] = toByte(c.y);
-  p[2] = toByte(c.x);
-  p[3] = toByte(c.w);
+  p[0] = toByte(c.z), p[1] = toByte(c.y), p[2] = toByte(c.x), p[3] = toByte(c.w);
 }
 
 // colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy,

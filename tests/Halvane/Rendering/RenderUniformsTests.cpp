@@ -77,10 +77,7 @@ TEST(MakeUniforms, FinalOutputIsTheOnlyDifferenceAndOtherFieldsChangeNothing) {
   const RenderUniforms b = uniformsFor(EditState{});
   EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
   // Whatever the state, the reserved words are zero.
-  s.exposure = kNaN;
-  s.rotationQuarterTurns = -1;
-  s.flipHorizontal = Bool::fromByte(0xFF);
-  s.filterType = kInt64Max;
+  s.exposure = kNaN, s.rotationQuarterTurns = -1, s.flipHorizontal = Bool::fromByte(0xFF), s.filterType = kInt64Max;
   const RenderUniforms dirty = makeUniforms(17, 9, s, true);
   EXPECT_EQ(dirty.reserved0 | dirty.reserved1 | dirty.reserved2 | dirty.reserved3 | dirty.reserved4 | dirty.reserved5,
             0u);
