@@ -8,15 +8,11 @@
 namespace halvane {
 namespace {
 
-using platform::media::Image;
-using platform::media::ImageOrientation;
+using namespace platform::media;
 namespace fs = std::filesystem;
 
 Image grey(int width, int height) {
-  Image image;
-  image.width = width;
-  image.height = height;
-  image.pixels.assign(size_t(width) * height * 4, 128);
+  Image image{width, height, std::vector<uint8_t>(size_t(width) * height * 4, 128), {}, {}};
   for (size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 255;
   return image;
 }
@@ -55,7 +51,7 @@ TEST(WriteJPEG, WritesAFreshTemporaryFileWithTheOrientationTag) {
     ASSERT_TRUE(path);
     EXPECT_EQ(fs::path(*path).extension(), ".jpg");
     EXPECT_EQ(fs::path(*path).parent_path(), fs::temp_directory_path());
-    auto decoded = platform::media::decodeImageFile(*path);
+    auto decoded = decodeImageFile(*path);
     ASSERT_TRUE(decoded);
     EXPECT_EQ(decoded->orientation, orientation);
     EXPECT_EQ(decoded->width, 64);
