@@ -1,6 +1,8 @@
-// The coded form of EditState: key order and value types of the encoder, the round
-// trip, and every repair rule of the decoder, walked over the field table where the rule
-// is one per kind of field.
+// EditState's equality and is-default test, and its coded form: key order and value
+// types of the encoder, the round trip, and every repair rule of the decoder, walked
+// over the field table where the rule is one per kind of field. The range rule shared by
+// the decoder and the parameter block is walked over every field here and by
+// RenderUniformsTests.
 #include "Halvane/Model/EditStateCoding.h"
 
 #include <gtest/gtest.h>
@@ -38,33 +40,83 @@ EditState trim(const json& start, const json& end) {
   return decodeEditState(json{{"trimStart", start}, {"trimEnd", end}});
 }
 
-// Every field away from its default and in range: numbers at a point inside their range
-// that is exact neither in binary nor in short decimals.
+// The field moved to a valid value other than its default: a number to a point inside
+// its range that is exact neither in binary nor in short decimals, an integer to an end.
+void change(EditState& s, const EditField& field) {
+  std::visit(
+      [&](auto EditState::*member) {
+        auto& value = s.*member;
+        using Type = std::remove_reference_t<decltype(value)>;
+        if constexpr (std::is_same_v<Type, float>) {
+          const FloatRange range = std::get<FloatRange>(field.range);
+          value = range.lower + (range.upper - range.lower) * 0.3173f;
+        } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+          const IntRange range = std::get<IntRange>(field.range);
+          value = value == range.upper ? range.lower : range.upper;
+        } else if constexpr (std::is_same_v<Type, double>) {
+          value = 2.5;
+        } else if constexpr (std::is_same_v<Type, Bool>) {
+          value = true;
+        } else {
+          value.height = 0.5;
+        }
+      },
+      field.member);
+}
+
+// Every field but the version changed.
 EditState everyFieldChanged() {
   EditState s;
-  for (const EditField& field : kEditFields) {
-    std::visit(
-        [&](auto EditState::*member) {
-          auto& value = s.*member;
-          using Type = std::remove_reference_t<decltype(value)>;
-          if constexpr (std::is_same_v<Type, float>) {
-            const FloatRange range = std::get<FloatRange>(field.range);
-            value = range.lower + (range.upper - range.lower) * 0.3173f;
-          } else if constexpr (std::is_same_v<Type, std::int64_t>) {
-            if (field.key != "version") value = std::get<IntRange>(field.range).upper;
-          } else if constexpr (std::is_same_v<Type, Bool>) {
-            value = true;
-          }
-        },
-        field.member);
-  }
+  for (const EditField& field : kEditFields)
+    if (field.key != "version") change(s, field);
   s.cropRect = Rect{0.125, 0.25, 0.5, 0.625};  // exact in Float, so the repair keeps it
   s.trimStart = 1.000000000001;
   s.trimEnd = 12.3456789012345;
   return s;
 }
 
-// ---- Encoding -------------------------------------------------------------------
+// ---- EditState: equality (NaN, -0, the lowest bit of Bool) and the is-default test ----
+
+// A state must stay a flat value: the history copies it whole.
+static_assert(std::is_trivially_copyable_v<EditState> && std::is_standard_layout_v<EditState>);
+
+TEST(EditState, EveryFieldTakesPartInEqualityAndOnlyTheVersionIsNotAnEdit) {
+  EXPECT_TRUE(EditState{}.isDefault());
+  for (const EditField& field : kEditFields) {
+    EditState s;
+    change(s, field);
+    EXPECT_NE(s, EditState::defaultState()) << field.key;
+    // Trim and audio count too: such a state takes the full rendering path.
+    EXPECT_EQ(s.isDefault(), field.key == "version") << field.key;
+  }
+}
+
+TEST(EditState, NaNIsUnequalToItselfAndNegativeZeroEqualsZero) {
+  const EditState nan{.temperature = float(kNaN)};
+  EXPECT_FALSE(nan.isDefault());
+  for (const EditState& s : {nan, EditState{.cropRect = {kNaN, 0, 1, 1}}, EditState{.trimEnd = kNaN}}) {
+    EXPECT_FALSE(s == s);
+  }
+  const EditState zero{.exposure = -0.0f, .rotationAngle = -0.0f, .cropRect = {-0.0, 0, 1, 1}, .trimStart = -0.0};
+  EXPECT_EQ(zero, EditState::defaultState());
+  EXPECT_TRUE(zero.isDefault());
+  EXPECT_NE(EditState{.exposure = std::numeric_limits<float>::denorm_min()}, EditState::defaultState());
+}
+
+TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
+  EXPECT_EQ(Bool::fromByte(2), Bool(false));
+  EXPECT_EQ(Bool::fromByte(0xFF), Bool(true));
+  EXPECT_NE(Bool::fromByte(2), Bool::fromByte(3));
+  EXPECT_TRUE(static_cast<bool>(Bool::fromByte(0x81)));
+  EXPECT_EQ(Bool(true).byte(), 1);
+  // Other bits set, lowest bit clear: false.
+  const EditState s{.flipHorizontal = Bool::fromByte(2), .audioMuted = Bool::fromByte(0x40)};
+  EXPECT_EQ(s, EditState::defaultState());
+  EXPECT_TRUE(s.isDefault());
+  EXPECT_EQ(EditState{.flipHorizontal = Bool::fromByte(3)}, EditState{.flipHorizontal = true});
+}
+
+// ---- Encoding// ---- Encoding -------------------------------------------------------------------
 
 // Key order, and the type of every kind of field: integers without a fraction, floats
 // with one even when whole, Bools, the crop as two pairs.
