@@ -105,25 +105,21 @@ TEST(TexturePool, ConcurrentAcquireAndReleaseNeverShareATexture) {
   std::mutex heldLock;
   std::set<const Texture*> held;
   std::atomic<int> collisions = 0;
+  auto locked = [&](auto change) {
+    std::lock_guard lock(heldLock);
+    change();
+  };
   auto worker = [&] {
     for (int i = 0; i < 2000; ++i) {
       auto texture = pool.acquire(16, 16, PixelFormat::bgra8Unorm, 3);
-      {
-        std::lock_guard lock(heldLock);
-        if (!held.insert(texture.get()).second) ++collisions;
-      }
+      locked([&] { if (!held.insert(texture.get()).second) ++collisions; });
       std::this_thread::yield();  // hold it a moment while the others run
-      {
-        std::lock_guard lock(heldLock);
-        held.erase(texture.get());
-      }
+      locked([&] { held.erase(texture.get()); });
       pool.release(std::move(texture));
     }
   };
-  std::thread a(worker), b(worker), c(worker);
-  a.join();
-  b.join();
-  c.join();
+  std::thread threads[] = {std::thread(worker), std::thread(worker), std::thread(worker)};
+  for (auto& thread : threads) thread.join();
   EXPECT_EQ(collisions, 0);
   EXPECT_LE(pool.pooledCount("16x16_80_2"), TexturePool::maxTexturesPerKey);
 }
