@@ -17,8 +17,8 @@ using namespace platform::gpu;
 class FakeTexture : public Texture {
  public:
   explicit FakeTexture(const TextureDescriptor& descriptor) : descriptor_(descriptor) {}
-  static std::shared_ptr<Texture> make(uint32_t width, uint32_t height, StorageMode storage = StorageMode::privateStorage,
-                                       uint32_t usage = 3) {
+  static std::shared_ptr<Texture> make(uint32_t width, uint32_t height,
+                                       StorageMode storage = StorageMode::privateStorage, uint32_t usage = 3) {
     return std::make_shared<FakeTexture>(TextureDescriptor{width, height, PixelFormat::bgra8Unorm, storage, usage});
   }
   uint32_t width() const override { return descriptor_.width; }
