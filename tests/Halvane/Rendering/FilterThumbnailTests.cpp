@@ -36,7 +36,7 @@ class FilterThumbnails : public EngineTest {
                                         std::vector<FilterDefinition> filters, bool withTexture = true) {
     std::optional<std::vector<FilterThumbnail>> delivered;
     int calls = 0;
-    const auto renderer = makeRenderer();  // held until it delivers
+    const auto renderer = std::make_shared<FilterThumbnailRenderer>(engine, 120);  // held until it delivers
     renderer->render(std::move(image), withTexture ? texture : nullptr, base, std::move(filters),
                      [&](std::vector<FilterThumbnail> results) {
                        ++calls;
@@ -46,9 +46,6 @@ class FilterThumbnails : public EngineTest {
         *queue, [&] { return delivered.has_value(); }, std::chrono::minutes(5));
     EXPECT_EQ(calls, 1);
     return delivered.value_or(std::vector<FilterThumbnail>{});
-  }
-  std::shared_ptr<FilterThumbnailRenderer> makeRenderer() {
-    return std::make_shared<FilterThumbnailRenderer>(engine, 120);
   }
 
   std::shared_ptr<ManualMainQueue> queue;
@@ -62,8 +59,7 @@ TEST_F(FilterThumbnails, OneThumbnailPerFilterSizedFromTheCroppedOutput) {
   ASSERT_EQ(results.size(), 146u);
   for (size_t i = 0; i < results.size(); ++i) {
     EXPECT_EQ(results[i].filterID, filters[i].id);
-    EXPECT_EQ(results[i].image.width, 120);
-    EXPECT_EQ(results[i].image.height, 90);
+    EXPECT_EQ(std::pair(results[i].image.width, results[i].image.height), std::pair(120, 90));
   }
   // A crop of the left half: the scale comes from the crop, so the crop's longest
   // side is about 120 and the small source about twice that.
@@ -101,16 +97,12 @@ TEST_F(FilterThumbnails, ARendererGoneBeforeTheJobStartsDeliversNothing) {
   std::promise<void> release;
   std::shared_future<void> released = release.get_future().share();
   std::atomic<size_t> holding = 0;
-  for (size_t i = 0; i < GlobalQueue::threadCount(); ++i) {
-    GlobalQueue::async(QualityOfService::userInteractive, [&, released] {
-      ++holding;
-      released.wait();
-    });
-  }
+  for (size_t i = 0; i < GlobalQueue::threadCount(); ++i)
+    GlobalQueue::async(QualityOfService::userInteractive, [&, released] { ++holding, released.wait(); });
   while (holding < GlobalQueue::threadCount()) std::this_thread::yield();
   std::optional<std::vector<FilterThumbnail>> delivered;
   {
-    auto renderer = makeRenderer();
+    auto renderer = std::make_shared<FilterThumbnailRenderer>(engine, 120);
     renderer->render(source, texture, EditState{}, FilterCatalogue::all(),
                      [&](std::vector<FilterThumbnail> results) { delivered = std::move(results); });
   }
