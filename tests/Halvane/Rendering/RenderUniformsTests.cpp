@@ -140,12 +140,9 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
     float degrees;
     std::uint32_t bits;
   };
-  constexpr auto rotation = &EditState::rotationAngle;
-  constexpr auto focus = &EditState::focusAngle;
-  constexpr auto iris = &EditState::irisRotation;
-  constexpr auto rotationOut = &RenderUniforms::rotationRadians;
-  constexpr auto focusOut = &RenderUniforms::focusAngleRadians;
-  constexpr auto irisOut = &RenderUniforms::irisRotationRadians;
+  constexpr auto rotation = &EditState::rotationAngle, focus = &EditState::focusAngle, iris = &EditState::irisRotation;
+  constexpr auto rotationOut = &RenderUniforms::rotationRadians, focusOut = &RenderUniforms::focusAngleRadians,
+                 irisOut = &RenderUniforms::irisRotationRadians;
   const Case cases[] = {
       {rotation, rotationOut, 45, 0x3F490FDAu},   {rotation, rotationOut, -45, 0xBF490FDAu},
       {rotation, rotationOut, 1, 0x3C8EFA35u},    {rotation, rotationOut, 30, 0x3F060A91u},
