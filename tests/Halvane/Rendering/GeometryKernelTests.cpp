@@ -55,21 +55,19 @@ TEST_F(GeometryKernel, CropTurnAndMirrorCopySourcePixelsExactly) {
   ASSERT_TRUE(texture);
   const Rect crops[] = {
       {0, 0, 1, 1}, {0.25, 0.125, 0.5, 0.75}, {0.5, 0.5, 0.5, 0.5}, {0.1, 0.3, 0.37, 0.41}, {0.9, 0.9, 0.5, 0.5}};
-  for (const Rect& crop : crops) {
-    for (int64_t turns : {0, 1, 2, 3, -1, 6}) {
+  for (const Rect& crop : crops)
+    for (int64_t turns : {0, 1, 2, 3, -1, 6})
       for (bool flip : {false, true}) {
+        SCOPED_TRACE(::testing::Message() << "crop " << crop.x << "," << crop.y << " " << crop.width << "x"
+                                          << crop.height << " turns " << turns << " flip " << flip);
         // A non-default state (trimmed) with neutral geometry must also copy exactly.
         const EditState state{.flipHorizontal = flip, .rotationQuarterTurns = turns, .cropRect = crop, .trimEnd = 1};
         const Image expected = referenceGeometry(source, state);
         auto result = engine->renderToImage(texture, state);
         ASSERT_TRUE(result);
-        ASSERT_EQ(result->width, expected.width);
-        ASSERT_EQ(result->height, expected.height);
-        EXPECT_EQ(result->pixels, expected.pixels) << "crop " << crop.x << "," << crop.y << " " << crop.width << "x"
-                                                   << crop.height << " turns " << turns << " flip " << flip;
+        ASSERT_EQ(std::pair(result->width, result->height), std::pair(expected.width, expected.height));
+        EXPECT_EQ(result->pixels, expected.pixels);
       }
-    }
-  }
 }
 
 TEST_F(GeometryKernel, TiltLeavesNoEmptyCorner) {
@@ -77,7 +75,7 @@ TEST_F(GeometryKernel, TiltLeavesNoEmptyCorner) {
   // from inside the picture, so none may be darker than the frame.
   auto texture = engine->makeTexture(
       makePicture(120, 80, [](int x, int y) { return grey(x == 0 || y == 0 || x == 119 || y == 79 ? 90 : 200); }));
-  for (float angle : {10.0f, -10.0f, 45.0f, -45.0f, 0.5f}) {
+  for (float angle : {10.0f, -10.0f, 45.0f, -45.0f, 0.5f})
     for (int64_t turns : {0, 1}) {
       auto result = engine->renderToImage(texture, {.rotationAngle = angle, .rotationQuarterTurns = turns});
       ASSERT_TRUE(result);
@@ -85,7 +83,6 @@ TEST_F(GeometryKernel, TiltLeavesNoEmptyCorner) {
       for (size_t i = 0; i < result->pixels.size(); i += 4) darkest = std::min(darkest, result->pixels[i + 1]);
       EXPECT_GE(darkest, 90) << "angle " << angle << " turns " << turns;
     }
-  }
 }
 
 TEST_F(GeometryKernel, TiltTurnsContentAboutTheCentre) {
@@ -117,8 +114,7 @@ TEST_F(GeometryKernel, OrientationBakesTurnEveryLandscapeUpright) {
     auto decoded = platform::media::decodeImageFile(folder + "Landscape_" + std::to_string(number) + ".jpg");
     ASSERT_TRUE(decoded);
     const Image upright = readBack(*engine, bake(engine->makeTexture(*decoded), int(decoded->orientation)));
-    ASSERT_EQ(upright.width, reference->width) << number;
-    ASSERT_EQ(upright.height, reference->height) << number;
+    ASSERT_EQ(std::pair(upright.width, upright.height), std::pair(reference->width, reference->height)) << number;
     // Right bakes differ by 2 to 4.5 code values (recompression noise, the transposed
     // ones most); a wrong turn or mirror differs by more than 70.
     EXPECT_LT(meanAbsoluteDifference(upright, *reference), 6.0) << "Landscape_" << number;
@@ -149,8 +145,7 @@ TEST_F(GeometryKernel, OrientationFoldedIntoTheEditGivesThePixelsOfTheBakeThenTh
       const auto baked = engine->renderToImage(upright, state);
       const auto folded = engine->renderToImage(source, foldOrientation(state, raw, 37, 23));
       ASSERT_TRUE(baked && folded);
-      ASSERT_EQ(folded->width, baked->width);
-      ASSERT_EQ(folded->height, baked->height);
+      ASSERT_EQ(std::pair(folded->width, folded->height), std::pair(baked->width, baked->height));
       // Without tilt each pixel is a copy of the same source pixel; with it, the
       // bilinear weights come out of mirrored coordinates and may round apart.
       EXPECT_LE(maxAbsoluteDifference(*folded, *baked), state.rotationAngle == 0 ? 0 : 1);
