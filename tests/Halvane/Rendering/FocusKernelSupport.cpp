@@ -7,6 +7,8 @@
 #include <thread>
 #include <vector>
 
+#include "EngineTestSupport.h"
+
 namespace halvane::testing {
 namespace {
 
@@ -183,16 +185,11 @@ class FocusDefinition {
 
 Image referenceFocus(const Image& input, const EditState& state, int step) {
   const FocusDefinition definition(input, state);
-  Image output;
-  output.width = (input.width + step - 1) / step;
-  output.height = (input.height + step - 1) / step;
-  output.pixels.resize(size_t(output.width) * output.height * 4);
+  Image output = everyNth(input, step);
   auto rows = [&](int first, int stride) {
     for (int y = first; y < output.height; y += stride)
       for (int x = 0; x < output.width; ++x) {
         uint8_t* out = output.pixel(x, y);
-        const uint8_t* in = input.pixel(x * step, y * step);
-        std::copy_n(in, 4, out);
         if (auto mean = definition.at(x * step, y * step))
           for (int c = 0; c < 3; ++c) out[c] = uint8_t(std::lround(255 * linearToSrgb((*mean)[c])));
       }
@@ -205,13 +202,8 @@ Image referenceFocus(const Image& input, const EditState& state, int step) {
 }
 
 Image everyNth(const Image& image, int step) {
-  Image output;
-  output.width = (image.width + step - 1) / step;
-  output.height = (image.height + step - 1) / step;
-  for (int y = 0; y < image.height; y += step)
-    for (int x = 0; x < image.width; x += step)
-      output.pixels.insert(output.pixels.end(), image.pixel(x, y), image.pixel(x, y) + 4);
-  return output;
+  return makePicture((image.width + step - 1) / step, (image.height + step - 1) / step,
+                     [&](int x, int y) { return rgb(image, x * step, y * step); });
 }
 
 }  // namespace halvane::testing
