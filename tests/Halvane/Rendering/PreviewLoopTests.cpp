@@ -23,20 +23,16 @@ class RecordingPresenter : public FramePresenter {
     Image frame = makeFlat(int(drawable->width()), int(drawable->height()), 0, 0, 0);
     drawable->getBytes(frame.pixels.data(), frame.bytesPerRow(), Region{{0, 0}, drawable->width(), drawable->height()});
     std::lock_guard guard(lock);
-    frames.push_back(std::move(frame));
+    frames_.push_back(std::move(frame));
   }
-  size_t count() {
+  std::vector<Image> frames() {
     std::lock_guard guard(lock);
-    return frames.size();
-  }
-  Image last() {
-    std::lock_guard guard(lock);
-    return frames.back();
+    return frames_;
   }
 
  private:
   std::mutex lock;
-  std::vector<Image> frames;
+  std::vector<Image> frames_;
 };
 
 class PreviewLoop : public testing::EngineTest {
@@ -73,7 +69,7 @@ class PreviewLoop : public testing::EngineTest {
   }
   // The last frame's r, g, b at each point.
   void expectLastFrame(std::initializer_list<std::pair<std::array<int, 2>, std::array<int, 3>>> expected) {
-    const Image frame = presenter->last();
+    const Image frame = presenter->frames().back();
     for (const auto& [at, colour] : expected) EXPECT_EQ(rgb(frame, at[0], at[1]), colour) << at[0] << "," << at[1];
   }
 
@@ -87,9 +83,9 @@ class PreviewLoop : public testing::EngineTest {
 TEST_F(PreviewLoop, ADirtyTickDrawsOnceAndCleanTicksDoNothing) {
   engine->setPreviewSource(engine->makeTexture(makeFlat(64, 48, 30, 20, 10)));
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   for (int i = 0; i < 5; ++i) tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   // A default state draws the source itself: no intermediate was taken.
   EXPECT_EQ(allocatorControl().allocations, 0);
   expectLastFrame({{{32, 24}, {30, 20, 10}}});
@@ -102,10 +98,10 @@ TEST_F(PreviewLoop, ManyStatesBetweenTicksGiveOneFrameWithTheLast) {
     engine->applyPreviewState({.flipHorizontal = turns == 3, .rotationQuarterTurns = turns});
   EditState same = engine->previewState();
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 2u);
+  EXPECT_EQ(presenter->frames().size(), 2u);
   engine->applyPreviewState(same);  // equal to what is shown: no new frame
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 2u);
+  EXPECT_EQ(presenter->frames().size(), 2u);
   EXPECT_EQ(allocatorControl().allocations, 1);  // the geometry stage; no colour pass
 }
 
@@ -113,11 +109,11 @@ TEST_F(PreviewLoop, AZeroDrawableKeepsTheFramePending) {
   view->setDrawableSize({0, 48});
   engine->setPreviewSource(engine->makeTexture(makeFlat(8, 8, 3, 2, 1)));
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
+  EXPECT_EQ(presenter->frames().size(), 0u);
   EXPECT_TRUE(engine->previewIsDirty());
   view->setDrawableSize({32, 32});
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   EXPECT_FALSE(engine->previewIsDirty());
 }
 
@@ -126,18 +122,18 @@ TEST_F(PreviewLoop, AnExhaustedPoolShowsTheUneditedSource) {
   engine->applyPreviewState({.exposure = 2});
   allocatorControl().remaining = 0;
   tickAndDrain();
-  ASSERT_EQ(presenter->count(), 1u);
+  ASSERT_EQ(presenter->frames().size(), 1u);
   expectLastFrame({{{32, 24}, {60, 50, 40}}});
 }
 
 TEST_F(PreviewLoop, NoViewOrNoSourceDrawsNothing) {
   engine->setPreviewSource(nullptr);
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
+  EXPECT_EQ(presenter->frames().size(), 0u);
   engine->setPreviewSource(engine->makeTexture(makeFlat(8, 8, 3, 2, 1)));
   view.reset();
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
+  EXPECT_EQ(presenter->frames().size(), 0u);
   EXPECT_TRUE(engine->previewIsDirty());
 }
 
@@ -162,7 +158,7 @@ TEST_F(PreviewLoop, PortraitInLandscapeLeavesBlackBarsAndOverscaleDoubles) {
   // The picture spans the middle 24 of 64 columns: x 20 to 43; the bars are opaque black.
   const std::array<int, 3> white = grey(200), black = grey(0);
   expectLastFrame({{{2, 24}, black}, {{61, 24}, black}, {{32, 24}, white}, {{32, 0}, white}, {{22, 24}, white}});
-  EXPECT_EQ(presenter->last().pixel(2, 24)[3], 255);
+  EXPECT_EQ(presenter->frames().back().pixel(2, 24)[3], 255);
   view->displayOverscale = 2;
   engine->setPreviewNeedsDisplay();
   tickAndDrain();
@@ -175,8 +171,8 @@ TEST_F(PreviewLoop, TheTopLeftTexelIsAtTheUpperLeft) {
   engine->setPreviewSource(engine->makeTexture(redTopLeft));
   view->setDrawableSize({64, 64});
   tickAndDrain();
-  EXPECT_GT(rgb(presenter->last(), 2, 2)[0], 200);
-  EXPECT_LT(rgb(presenter->last(), 61, 61)[0], 50);
+  EXPECT_GT(rgb(presenter->frames().back(), 2, 2)[0], 200);
+  EXPECT_LT(rgb(presenter->frames().back(), 61, 61)[0], 50);
 }
 
 TEST_F(PreviewLoop, TheRunningClockDoesNotKeepItsEngineAlive) {
