@@ -18,6 +18,7 @@
 #include "Platform/Media/ImageDecoder.h"
 #include "Platform/Media/ImageScale.h"
 #include "Support/ImageCompare.h"
+#include "Support/TestFiles.h"
 
 namespace halvane::testing {
 
@@ -109,7 +110,7 @@ inline Image makeDistinctImage(int width, int height) {
 // A photo of the shared media scaled to width by height (height 0: as the aspect
 // gives). Empty when the media folder is missing.
 inline Image loadPhoto(const std::string& relativePath, int width, int height = 0) {
-  auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/" + relativePath);
+  auto decoded = platform::media::decodeImageFile(testsupport::sample(relativePath));
   if (!decoded) return {};
   if (height == 0) height = std::max(1, int(std::lround(double(decoded->height) * width / decoded->width)));
   return platform::media::scaleImage(*decoded, width, height);
