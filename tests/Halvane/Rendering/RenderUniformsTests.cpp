@@ -227,7 +227,8 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
                                       << " of " << c.width << 'x' << c.height);
     const EditState s{.cropRect = c.crop};
     const RenderUniforms u = makeUniforms(c.width, c.height, s, false);
-    EXPECT_EQ(std::tuple(bitsOf(u.cropX), bitsOf(u.cropWidth), u.croppedWidth, u.croppedHeight, std::uint64_t(u.sourceWidth)),
+    const std::uint64_t sourceWidth = u.sourceWidth;
+    EXPECT_EQ(std::tuple(bitsOf(u.cropX), bitsOf(u.cropWidth), u.croppedWidth, u.croppedHeight, sourceWidth),
               std::tuple(bitsOf(c.cropX), bitsOf(c.cropWidth), c.croppedWidth, c.croppedHeight, c.width));
     EXPECT_EQ(outputSize(c.width, c.height, s), (OutputSize{u.outputWidth, u.outputHeight}));
     EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), std::tie(c.croppedWidth, c.croppedHeight));
