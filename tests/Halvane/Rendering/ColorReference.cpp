@@ -232,16 +232,12 @@ Image renderColorPass(const Image& input, const RenderUniforms& uniforms, bool g
 
 }  // namespace
 
-Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
-  return renderColorPass(input, uniforms, false, nonFinite);
-}
-
 Image renderColorPassGatheringEachPixel(const Image& input, const EditState& state) {
   return renderColorPass(input, makeUniforms(input.width, input.height, state, true), true, nullptr);
 }
 
 Image renderColorPass(const Image& input, const EditState& state, size_t* nonFinite) {
-  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), nonFinite);
+  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), false, nonFinite);
 }
 
 std::vector<LookRow> lookRows() {

@@ -17,11 +17,9 @@
 namespace halvane::colorref {
 
 // The colour pass over a whole image as the kernel computes it from the block's colour
-// fields (alpha is copied). Uses every hardware thread. When nonFinite is given, it
-// receives the number of pixels whose result was a NaN or an infinity before rounding.
-platform::media::Image renderColorPass(const platform::media::Image& input, const RenderUniforms& uniforms,
-                                       size_t* nonFinite = nullptr);
-// The same with the block that the engine makes for the state at this size.
+// fields, with the block that the engine makes for the state at this size (alpha is
+// copied). Uses every hardware thread. When nonFinite is given, it receives the number
+// of pixels whose result was a NaN or an infinity before rounding.
 platform::media::Image renderColorPass(const platform::media::Image& input, const EditState& state,
                                        size_t* nonFinite = nullptr);
 
