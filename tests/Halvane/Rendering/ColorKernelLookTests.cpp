@@ -147,22 +147,21 @@ TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
 TEST_F(ColorLooks, BasicAndPortraitLooksKeepSkinPleasant) {
   const std::array<int, 3> skins[] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
   const Image patches = makePicture(4, 1, [&](int x, int) { return skins[x]; });
-  for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait}) {
+  for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait})
     for (const auto& definition : FilterCatalogue::byCategory().at(category)) {
-      SCOPED_TRACE(definition.id);
       const Image out = look(patches, int(definition.shaderFilterType));
       for (int i = 0; i < 4; ++i) {
-        auto c = rgb(out, i, 0);
+        SCOPED_TRACE(::testing::Message() << definition.id << ", skin " << i);
+        const auto c = rgb(out, i, 0);
         const int most = std::max({c[0], c[1], c[2]}), least = std::min({c[0], c[1], c[2]});
-        EXPECT_LT(most, 255) << "skin " << i;
-        EXPECT_GT(least, 0) << "skin " << i;
-        EXPECT_LE(double(most - least) / most, 0.6) << "skin " << i;
+        EXPECT_LT(most, 255);
+        EXPECT_GT(least, 0);
+        EXPECT_LE(double(most - least) / most, 0.6);
         // Red leads, then green, then blue: a hue between 0 and 60 degrees.
-        EXPECT_EQ(most, c[0]) << "skin " << i;
-        EXPECT_GE(c[1], c[2]) << "skin " << i;
+        EXPECT_EQ(most, c[0]);
+        EXPECT_GE(c[1], c[2]);
       }
     }
-  }
 }
 
 // Grain and halftone are keyed to the output pixel's position: the same picture gives
@@ -172,7 +171,7 @@ TEST_F(ColorLooks, PatternsAreDeterministicInPreviewAndExport) {
   for (const char* id : {"grain", "filmGrain", "expired", "halftone"}) {
     SCOPED_TRACE(id);
     const EditState state{.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType, .trimStart = 1};
-    auto texture = engine->makeTexture(photo);
+    const auto texture = engine->makeTexture(photo);
     auto preview = engine->renderToImage(texture, state, {}, false);
     auto exported = engine->renderToImage(texture, state, {}, true);
     auto again = engine->renderToImage(texture, state, {}, true);
@@ -200,10 +199,8 @@ TEST_F(ColorLooks, LooksKeepTheRampInOrderWhereTheyAreTonal) {
     double highest = -1;
     for (int x = 0; x < 256; ++x) {
       double y = 0;
-      for (int r = 0; r < ramp.height; ++r) {
-        auto c = rgb(out, x, r);
-        y += (0.2126 * c[0] + 0.7152 * c[1] + 0.0722 * c[2]) / ramp.height;
-      }
+      for (int r = 0; r < ramp.height; ++r)
+        y += (0.2126 * rgb(out, x, r)[0] + 0.7152 * rgb(out, x, r)[1] + 0.0722 * rgb(out, x, r)[2]) / ramp.height;
       // Three code values: what the finest grain leaves in the mean of a column
       // (about 0.6 of a code value each, against the highest column so far).
       if (y < highest - 3) ++breaks;

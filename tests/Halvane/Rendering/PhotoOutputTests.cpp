@@ -57,13 +57,12 @@ TEST(WriteJPEG, WritesAFreshTemporaryFileWithTheOrientationTag) {
     EXPECT_EQ(decoded->width, 64);
     fs::remove(*path);
   }
-  Image image = grey(8, 8);
+  const Image image = grey(8, 8);
   const auto first = writeJPEG(image, PhotoExportPreset::compressed);
   const auto second = writeJPEG(image, PhotoExportPreset::compressed);
   ASSERT_TRUE(first && second);
   EXPECT_NE(*first, *second);
-  fs::remove(*first);
-  fs::remove(*second);
+  fs::remove(*first), fs::remove(*second);
 }
 
 TEST(WriteJPEG, AFailedWriteLeavesNothing) {
