@@ -30,27 +30,21 @@ TEST(AdjustTool, SlidersSpanTheirFieldsAndRestAtTheirDefaults) {
     EXPECT_EQ(std::count(fields.begin(), fields.end(), info.field), 0) << "one tool a field";
     fields.push_back(info.field);
     const FloatRange& range = rangeOfField(info.field);
-    EditState lower, upper, rest;
-    setSliderValue(info.tool, lower, info.sliderMin);
-    setSliderValue(info.tool, upper, info.sliderMax);
-    setSliderValue(info.tool, rest, info.sliderDefault);
-    EXPECT_EQ(lower.*info.field, range.lower);
-    EXPECT_EQ(upper.*info.field, range.upper);
-    EXPECT_EQ(rest.*info.field, range.fallback);
+    for (auto [slider, value] : {std::pair{info.sliderMin, range.lower}, std::pair{info.sliderMax, range.upper},
+                                 std::pair{info.sliderDefault, range.fallback}}) {
+      EditState state;
+      setSliderValue(info.tool, state, slider);
+      EXPECT_EQ(state.*info.field, value) << "slider at " << slider;
+    }
     EXPECT_FLOAT_EQ(sliderValue(info.tool, EditState::defaultState()), info.sliderDefault);
   }
 }
 
 TEST(AdjustTool, TemperatureCurveAndItsInverse) {
-  struct Case {
-    float slider;
-    float kelvin;
-  };
   // K = 40 s + 6500 - 0.05 s², held to [-100, 100].
-  for (const Case c : {Case{-100, 2000}, Case{0, 6500}, Case{100, 10000}, Case{25, 7468.75f}, Case{-50, 4375},
-                       Case{-250, 2000}, Case{250, 10000}}) {
-    EXPECT_FLOAT_EQ(kelvinFromSlider(c.slider), c.kelvin) << c.slider;
-  }
+  for (auto [slider, kelvin] : {std::pair{-100.0f, 2000.0f}, {0.0f, 6500.0f}, {100.0f, 10000.0f}, {25.0f, 7468.75f},
+                                {-50.0f, 4375.0f}, {-250.0f, 2000.0f}, {250.0f, 10000.0f}})
+    EXPECT_FLOAT_EQ(kelvinFromSlider(slider), kelvin) << slider;
   for (float slider = -100; slider <= 100; slider += 12.5f) {
     EXPECT_NEAR(sliderFromKelvin(kelvinFromSlider(slider)), slider, 1e-3f) << slider;
   }

@@ -1,10 +1,13 @@
-// The coded form of EditState: key order and value types of the encoder, the round
-// trip, and every repair rule of the decoder, walked over the field table where the rule
-// is one per kind of field.
+// EditState's equality and is-default test, and its coded form: key order and value
+// types of the encoder, the round trip, and every repair rule of the decoder, walked
+// over the field table where the rule is one per kind of field. The range rule shared by
+// the decoder and the parameter block is walked over every field here and by
+// RenderUniformsTests.
 #include "Halvane/Model/EditStateCoding.h"
 
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -26,11 +29,7 @@ using nlohmann::ordered_json;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-EditState decodeWith(const std::string& key, const json& value) {
-  json document = json::object();
-  document[key] = value;
-  return decodeEditState(document);
-}
+EditState decodeWith(const std::string& key, const json& value) { return decodeEditState(json{{key, value}}); }
 
 Rect crop(const json& value) { return decodeWith("cropRect", value).cropRect; }
 Rect crop(double x, double y, double width, double height) {
@@ -41,48 +40,96 @@ EditState trim(const json& start, const json& end) {
   return decodeEditState(json{{"trimStart", start}, {"trimEnd", end}});
 }
 
-// Every field away from its default and in range: numbers at a point inside their range
-// that is exact neither in binary nor in short decimals.
+// The field moved to a valid value other than its default: a number to a point inside
+// its range that is exact neither in binary nor in short decimals, an integer to an end.
+void change(EditState& s, const EditField& field) {
+  std::visit(
+      [&](auto EditState::*member) {
+        auto& value = s.*member;
+        using Type = std::remove_reference_t<decltype(value)>;
+        if constexpr (std::is_same_v<Type, float>) {
+          const FloatRange range = std::get<FloatRange>(field.range);
+          value = range.lower + (range.upper - range.lower) * 0.3173f;
+        } else if constexpr (std::is_same_v<Type, std::int64_t>) {
+          const IntRange range = std::get<IntRange>(field.range);
+          value = value == range.upper ? range.lower : range.upper;
+        } else if constexpr (std::is_same_v<Type, double>) {
+          value = 2.5;
+        } else if constexpr (std::is_same_v<Type, Bool>) {
+          value = true;
+        } else {
+          value.height = 0.5;
+        }
+      },
+      field.member);
+}
+
+// Every field but the version changed.
 EditState everyFieldChanged() {
   EditState s;
-  for (const EditField& field : kEditFields) {
-    std::visit(
-        [&](auto EditState::*member) {
-          auto& value = s.*member;
-          using Type = std::remove_reference_t<decltype(value)>;
-          if constexpr (std::is_same_v<Type, float>) {
-            const FloatRange range = std::get<FloatRange>(field.range);
-            value = range.lower + (range.upper - range.lower) * 0.3173f;
-          } else if constexpr (std::is_same_v<Type, std::int64_t>) {
-            if (field.key != "version") value = std::get<IntRange>(field.range).upper;
-          } else if constexpr (std::is_same_v<Type, Bool>) {
-            value = true;
-          }
-        },
-        field.member);
-  }
+  for (const EditField& field : kEditFields)
+    if (field.key != "version") change(s, field);
   s.cropRect = Rect{0.125, 0.25, 0.5, 0.625};  // exact in Float, so the repair keeps it
   s.trimStart = 1.000000000001;
   s.trimEnd = 12.3456789012345;
   return s;
 }
 
-// ---- Encoding -------------------------------------------------------------------
+// ---- EditState: equality (NaN, -0, the lowest bit of Bool) and the is-default test ----
+
+// A state must stay a flat value: the history copies it whole.
+static_assert(std::is_trivially_copyable_v<EditState> && std::is_standard_layout_v<EditState>);
+
+TEST(EditState, EveryFieldTakesPartInEqualityAndOnlyTheVersionIsNotAnEdit) {
+  EXPECT_TRUE(EditState{}.isDefault());
+  for (const EditField& field : kEditFields) {
+    EditState s;
+    change(s, field);
+    EXPECT_NE(s, EditState::defaultState()) << field.key;
+    // Trim and audio count too: such a state takes the full rendering path.
+    EXPECT_EQ(s.isDefault(), field.key == "version") << field.key;
+  }
+}
+
+TEST(EditState, NaNIsUnequalToItselfAndNegativeZeroEqualsZero) {
+  const EditState nan{.temperature = float(kNaN)};
+  EXPECT_FALSE(nan.isDefault());
+  for (const EditState& s : {nan, EditState{.cropRect = {kNaN, 0, 1, 1}}, EditState{.trimEnd = kNaN}}) {
+    EXPECT_FALSE(s == s);
+  }
+  const EditState zero{.exposure = -0.0f, .rotationAngle = -0.0f, .cropRect = {-0.0, 0, 1, 1}, .trimStart = -0.0};
+  EXPECT_EQ(zero, EditState::defaultState());
+  EXPECT_TRUE(zero.isDefault());
+  EXPECT_NE(EditState{.exposure = std::numeric_limits<float>::denorm_min()}, EditState::defaultState());
+}
+
+TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
+  EXPECT_EQ(Bool::fromByte(2), Bool(false));
+  EXPECT_EQ(Bool::fromByte(0xFF), Bool(true));
+  EXPECT_NE(Bool::fromByte(2), Bool::fromByte(3));
+  EXPECT_TRUE(static_cast<bool>(Bool::fromByte(0x81)));
+  EXPECT_EQ(Bool(true).byte(), 1);
+  // Other bits set, lowest bit clear: false.
+  const EditState s{.flipHorizontal = Bool::fromByte(2), .audioMuted = Bool::fromByte(0x40)};
+  EXPECT_EQ(s, EditState::defaultState());
+  EXPECT_TRUE(s.isDefault());
+  EXPECT_EQ(EditState{.flipHorizontal = Bool::fromByte(3)}, EditState{.flipHorizontal = true});
+}
+
+// ---- Encoding// ---- Encoding -------------------------------------------------------------------
 
 // Key order, and the type of every kind of field: integers without a fraction, floats
 // with one even when whole, Bools, the crop as two pairs.
 TEST(EditStateEncoding, DefaultStateAsText) {
   EXPECT_EQ(encodeEditState(EditState::defaultState()).dump(),
-            R"({"version":1,"exposure":0.0,"brightness":0.0,"contrast":1.0,"highlights":0.0,)"
-            R"("shadows":0.0,"whites":0.0,"blacks":0.0,"gamma":1.0,"saturation":1.0,"vibrance":0.0,)"
-            R"("temperature":6500.0,"tint":0.0,"sharpness":0.0,"clarity":0.0,"vignetteIntensity":0.0,)"
-            R"("vignetteRadius":1.0,"filterType":0,"filterIntensity":1.0,"flipHorizontal":false,)"
-            R"("rotationAngle":0.0,"rotationQuarterTurns":0,"focusMode":0,"focusCenterX":0.5,)"
-            R"("focusCenterY":0.5,"focusRadius":0.25,"focusFeather":0.5,"focusAngle":0.0,)"
-            R"("focusStrength":0.0,"focusAspect":1.0,"focusBokehHighlights":0.0,"irisBlades":6,)"
+            R"({"version":1,"exposure":0.0,"brightness":0.0,"contrast":1.0,"highlights":0.0,"shadows":0.0,)"
+            R"("whites":0.0,"blacks":0.0,"gamma":1.0,"saturation":1.0,"vibrance":0.0,"temperature":6500.0,)"
+            R"("tint":0.0,"sharpness":0.0,"clarity":0.0,"vignetteIntensity":0.0,"vignetteRadius":1.0,"filterType":0,)"
+            R"("filterIntensity":1.0,"flipHorizontal":false,"rotationAngle":0.0,"rotationQuarterTurns":0,)"
+            R"("focusMode":0,"focusCenterX":0.5,"focusCenterY":0.5,"focusRadius":0.25,"focusFeather":0.5,)"
+            R"("focusAngle":0.0,"focusStrength":0.0,"focusAspect":1.0,"focusBokehHighlights":0.0,"irisBlades":6,)"
             R"("irisRotation":0.0,"depthMix":0.0,"focusDepth":0.5,"edgeProtect":0.0,)"
-            R"("cropRect":[[0.0,0.0],[1.0,1.0]],"trimStart":0.0,"trimEnd":0.0,"audioVolume":1.0,)"
-            R"("audioMuted":false})");
+            R"("cropRect":[[0.0,0.0],[1.0,1.0]],"trimStart":0.0,"trimEnd":0.0,"audioVolume":1.0,"audioMuted":false})");
 }
 
 TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
@@ -99,24 +146,16 @@ TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
 }
 
 TEST(EditStateEncoding, NonFiniteValuesAreAnErrorOfTheEncoder) {
-  struct Case {
-    const char* key;
-    void (*spoil)(EditState&);
-  };
-  const Case cases[] = {
-      {"temperature", [](EditState& s) { s.temperature = std::numeric_limits<float>::quiet_NaN(); }},
-      {"exposure", [](EditState& s) { s.exposure = -std::numeric_limits<float>::infinity(); }},
-      {"cropRect", [](EditState& s) { s.cropRect.height = kNaN; }},
-      {"trimStart", [](EditState& s) { s.trimStart = kInf; }},
-  };
-  for (const Case& c : cases) {
-    EditState s;
-    c.spoil(s);
+  constexpr float kNaNf = std::numeric_limits<float>::quiet_NaN(), kInff = std::numeric_limits<float>::infinity();
+  const std::pair<const char*, EditState> cases[] = {
+      {"temperature", {.temperature = kNaNf}}, {"exposure", {.exposure = -kInff}},
+      {"cropRect", {.cropRect = {0, 0, 1, kNaN}}}, {"trimStart", {.trimStart = kInf}}};
+  for (const auto& [key, s] : cases) {
     try {
       (void)encodeEditState(s);
-      ADD_FAILURE() << c.key << ": encoding succeeded";
+      ADD_FAILURE() << key << ": encoding succeeded";
     } catch (const EditStateCodingError& error) {
-      EXPECT_EQ(error.key(), c.key);
+      EXPECT_EQ(error.key(), key);
     }
   }
 }
@@ -129,10 +168,8 @@ TEST(EditStateCoding, RoundTripKeepsEveryFieldThroughText) {
     EXPECT_EQ(decodeEditState(json::parse(encodeEditState(s).dump())), s);
     EXPECT_EQ(decodeEditState(ordered_json::parse(encodeEditState(s).dump())), s);
   }
-  EditState tiny;
-  tiny.exposure = std::numeric_limits<float>::denorm_min();
+  EditState tiny{.exposure = std::numeric_limits<float>::denorm_min(), .temperature = std::nextafter(10000.0f, 0.0f)};
   tiny.brightness = -std::numeric_limits<float>::min();
-  tiny.temperature = std::nextafter(10000.0f, 0.0f);
   EXPECT_EQ(decodeEditState(json::parse(encodeEditState(tiny).dump())), tiny);
 }
 
@@ -143,12 +180,10 @@ TEST(EditStateCoding, RoundTripOfFloatsIsExactThroughText) {
   // exponent keep this quick, also under the sanitizers.
   for (int i = 0; i < 4000; ++i) {
     // Any finite Float in the exposure range, of any exponent, denormals included.
-    float value;
     const std::uint32_t pattern = bits(random);
-    std::memcpy(&value, &pattern, sizeof value);
+    const float value = std::bit_cast<float>(pattern);
     if (!std::isfinite(value) || std::fabs(value) > 3.0f) continue;
-    EditState s;
-    s.exposure = value;
+    const EditState s{.exposure = value};
     const EditState back = decodeEditState(json::parse(encodeEditState(s).dump()));
     ASSERT_EQ(std::memcmp(&back.exposure, &s.exposure, sizeof value), 0) << "bits " << pattern;
   }
@@ -161,12 +196,9 @@ TEST(EditStateDecoding, OnlyANonObjectFailsAndMissingOrUnknownKeysChangeNothing)
     EXPECT_THROW((void)decodeEditState(document), EditStateCodingError) << document.dump();
   }
   EXPECT_EQ(decodeEditState(json::object()), EditState::defaultState());
-  EditState expected;
-  expected.exposure = 0.5f;
-  expected.irisBlades = 4;
   EXPECT_EQ(decodeEditState(json::parse(
                 R"({"exposure": 0.5, "irisBlades": 4, "hdrBoost": 3, "cropRect2": [], "layers": {"a": 1}})")),
-            expected);
+            (EditState{.exposure = 0.5f, .irisBlades = 4}));
   const std::string text = R"({"audioMuted": true, "version": 3, "tint": -0.25})";
   EXPECT_EQ(decodeEditState(json::parse(text)), decodeEditState(ordered_json::parse(text)));
 }
@@ -179,7 +211,6 @@ TEST(EditStateDecoding, EveryFloatFieldIsRepairedByOneRule) {
     if (member == nullptr) continue;
     SCOPED_TRACE(field.key);
     const FloatRange range = std::get<FloatRange>(field.range);
-    EXPECT_EQ(range.fallback, EditState::defaultState().**member);
     EXPECT_EQ(range.clean(range.fallback), range.fallback);
     const double lower = range.lower, upper = range.upper, fallback = range.fallback;
     const float middle = range.lower + (range.upper - range.lower) * 0.375f;

@@ -20,9 +20,8 @@ TEST(FocusMode, RawNumbersAreTheStoredFocusModeAndTitlesAreThePanels) {
 // parameter (highlights, blades, depth, edge protection) is left alone by every other
 // mode. The values themselves are the table's; the focus pass tests are built on them.
 TEST(FocusMode, DefaultsSetTheModesRowAndLeaveTheRest) {
-  EditState used;
-  used.focusCenterX = 0.1f, used.focusCenterY = 0.9f, used.focusAspect = 2;
-  used.focusBokehHighlights = 0.8f, used.irisBlades = 9, used.depthMix = 0.1f, used.edgeProtect = 0.9f;
+  EditState used{.focusCenterX = 0.1f, .focusCenterY = 0.9f, .focusAspect = 2, .focusBokehHighlights = 0.8f};
+  used.irisBlades = 9, used.depthMix = 0.1f, used.edgeProtect = 0.9f;
   for (FocusMode mode : kAllFocusModes) {
     SCOPED_TRACE(focusModeTitle(mode).defaultText);
     EditState state = used;

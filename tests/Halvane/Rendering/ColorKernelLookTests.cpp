@@ -8,31 +8,20 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <string>
 #include <vector>
 
 #include "Halvane/Model/FilterCatalogue.h"
 #include "Halvane/Rendering/ColorKernelSupport.h"
-#include "Halvane/Rendering/ColorReference.h"
 
 namespace halvane {
 namespace {
 
-using colortest::Image;
-using colortest::makeColorChart;
-using colortest::makeFlat;
-using colortest::makeGreyRamp;
-using colortest::naturalPhoto;
-using colortest::renderColor;
-using colortest::rgb;
+using namespace colortest;
 
-class ColorLooks : public testing::EngineTest {
+class ColorLooks : public EngineTest {
  protected:
   Image look(const Image& input, int number, float intensity = 1) {
-    EditState state;
-    state.filterType = number;
-    state.filterIntensity = intensity;
-    return renderColor(*engine, input, state);
+    return renderColor(*engine, input, {.filterType = number, .filterIntensity = intensity});
   }
 };
 
@@ -56,16 +45,13 @@ TEST_F(ColorLooks, EveryLookBlendsByIntensityAndMatchesTheCpuReference) {
   for (const auto& row : colorref::lookRows()) {
     SCOPED_TRACE(row.id);
     EXPECT_EQ(look(photo, int(row.number), 0).pixels, photo.pixels);
-    EditState state;
-    state.filterType = int(row.number);
-    const auto [full, cpu] = colortest::renderAgainstReference(*engine, photo, state, 2);
-    EXPECT_LE(testing::meanAbsoluteDifference(full, cpu), 0.1);
+    const auto [full, cpu] = renderAgainstReference(*engine, photo, {.filterType = row.number}, 2);
+    EXPECT_LE(meanAbsoluteDifference(full, cpu), 0.1);
     const Image half = look(photo, int(row.number), 0.5f);
     int outside = 0;
     for (size_t i = 0; i < photo.pixels.size(); i += 4)
       for (int c = 0; c < 3; ++c) {
-        const int lo = std::min(photo.pixels[i + c], full.pixels[i + c]);
-        const int hi = std::max(photo.pixels[i + c], full.pixels[i + c]);
+        const auto [lo, hi] = std::minmax({int(photo.pixels[i + c]), int(full.pixels[i + c])});
         // One code value: each of the three results is rounded on its own.
         if (half.pixels[i + c] < lo - 1 || half.pixels[i + c] > hi + 1) ++outside;
       }
@@ -82,7 +68,7 @@ TEST_F(ColorLooks, EveryLookDiffersFromEveryOther) {
   for (const auto& row : rows) rendered.push_back(look(photo, int(row.number)));
   for (size_t a = 0; a < rows.size(); ++a)
     for (size_t b = a + 1; b < rows.size(); ++b)
-      EXPECT_GE(testing::meanAbsoluteDifference(rendered[a], rendered[b]), 2.0) << rows[a].id << " and " << rows[b].id;
+      EXPECT_GE(meanAbsoluteDifference(rendered[a], rendered[b]), 2.0) << rows[a].id << " and " << rows[b].id;
 }
 
 // The chroma of a pixel (its colour less its mean) in code values, split into the part
@@ -119,12 +105,10 @@ TEST_F(ColorLooks, BlackAndWhiteLooksCarryNoHueButTheirTone) {
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::blackAndWhite)) {
     SCOPED_TRACE(definition.id);
     const int number = int(definition.shaderFilterType);
-    ASSERT_TRUE(colorref::lookIsMonochrome(number));
-    const auto split = colorref::lookSplitToning(number);
+    ASSERT_TRUE(colorref::lookTraits(number).monochrome);
+    const auto split = colorref::lookTraits(number).splitToning;
     const bool toned = split[1] != 0 || split[3] != 0;
-    if (toned) {
-      EXPECT_EQ(split[0], split[2]) << "one tone for shadows and highlights";
-    }
+    EXPECT_TRUE(!toned || split[0] == split[2]) << "one tone for shadows and highlights: " << split[0];
     const auto tone = toned ? hueDirection(split[0]) : std::array<double, 3>{0, 0, 0};
     for (const Image* input : {&photo, &chart}) {
       const Image out = look(*input, number);
@@ -137,23 +121,16 @@ TEST_F(ColorLooks, BlackAndWhiteLooksCarryNoHueButTheirTone) {
         }
       // About one code value across the tone: the rounding of three channels.
       EXPECT_LE(worstAcross, 1.3);
-      if (toned) {
-        EXPECT_GE(mostAlong, 3.0) << "the tone shows";
-      }
+      EXPECT_TRUE(!toned || mostAlong >= 3.0) << "the tone shows: " << mostAlong;
     }
   }
 }
 
 TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
-  Image steps = makeFlat(32, 8, 0, 0, 0);
-  for (int y = 0; y < 8; ++y)
-    for (int x = 16; x < 32; ++x) {
-      uint8_t* p = steps.pixel(x, y);
-      p[0] = p[1] = p[2] = 255;
-    }
+  const Image steps = makePicture(32, 8, [](int x, int) { return grey(x < 16 ? 0 : 255); });
   for (const auto& definition : FilterCatalogue::byCategory().at(FilterCategory::duoTone)) {
     SCOPED_TRACE(definition.id);
-    const auto colours = colorref::lookDuoTone(int(definition.shaderFilterType));
+    const auto colours = colorref::lookTraits(definition.shaderFilterType).duoTone;
     ASSERT_NE(colours[1], 0u);
     const Image out = look(steps, int(definition.shaderFilterType));
     auto dark = rgb(out, 4, 4), light = rgb(out, 28, 4);
@@ -168,28 +145,23 @@ TEST_F(ColorLooks, DuoTonesMapBlackAndWhiteOntoTheirTwoColours) {
 // more skin tones keep a skin hue, a moderate saturation and every channel short of
 // clipping under every Basic and Portrait look.
 TEST_F(ColorLooks, BasicAndPortraitLooksKeepSkinPleasant) {
-  const int skins[4][3] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
-  Image patches = makeFlat(4, 1, 0, 0, 0);
-  for (int i = 0; i < 4; ++i) {
-    uint8_t* p = patches.pixel(i, 0);
-    p[0] = uint8_t(skins[i][2]), p[1] = uint8_t(skins[i][1]), p[2] = uint8_t(skins[i][0]);
-  }
-  for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait}) {
+  const std::array<int, 3> skins[] = {{194, 150, 130}, {115, 82, 68}, {226, 180, 155}, {160, 110, 85}};
+  const Image patches = makePicture(4, 1, [&](int x, int) { return skins[x]; });
+  for (FilterCategory category : {FilterCategory::basic, FilterCategory::portrait})
     for (const auto& definition : FilterCatalogue::byCategory().at(category)) {
-      SCOPED_TRACE(definition.id);
       const Image out = look(patches, int(definition.shaderFilterType));
       for (int i = 0; i < 4; ++i) {
-        auto c = rgb(out, i, 0);
+        SCOPED_TRACE(::testing::Message() << definition.id << ", skin " << i);
+        const auto c = rgb(out, i, 0);
         const int most = std::max({c[0], c[1], c[2]}), least = std::min({c[0], c[1], c[2]});
-        EXPECT_LT(most, 255) << "skin " << i;
-        EXPECT_GT(least, 0) << "skin " << i;
-        EXPECT_LE(double(most - least) / most, 0.6) << "skin " << i;
+        EXPECT_LT(most, 255);
+        EXPECT_GT(least, 0);
+        EXPECT_LE(double(most - least) / most, 0.6);
         // Red leads, then green, then blue: a hue between 0 and 60 degrees.
-        EXPECT_EQ(most, c[0]) << "skin " << i;
-        EXPECT_GE(c[1], c[2]) << "skin " << i;
+        EXPECT_EQ(most, c[0]);
+        EXPECT_GE(c[1], c[2]);
       }
     }
-  }
 }
 
 // Grain and halftone are keyed to the output pixel's position: the same picture gives
@@ -198,17 +170,15 @@ TEST_F(ColorLooks, PatternsAreDeterministicInPreviewAndExport) {
   const Image photo = naturalPhoto(96, 72);
   for (const char* id : {"grain", "filmGrain", "expired", "halftone"}) {
     SCOPED_TRACE(id);
-    EditState state;
-    state.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType;
-    state.trimStart = 1;
-    auto texture = engine->makeTexture(photo);
+    const EditState state{.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType, .trimStart = 1};
+    const auto texture = engine->makeTexture(photo);
     auto preview = engine->renderToImage(texture, state, {}, false);
     auto exported = engine->renderToImage(texture, state, {}, true);
     auto again = engine->renderToImage(texture, state, {}, true);
     ASSERT_TRUE(preview && exported && again);
     EXPECT_EQ(preview->pixels, exported->pixels);
     EXPECT_EQ(again->pixels, exported->pixels);
-    EXPECT_GT(testing::meanAbsoluteDifference(*exported, photo), 2.0);
+    EXPECT_GT(meanAbsoluteDifference(*exported, photo), 2.0);
   }
 }
 
@@ -219,22 +189,18 @@ TEST_F(ColorLooks, LooksKeepTheRampInOrderWhereTheyAreTonal) {
   const Image ramp = makeGreyRamp(256);
   for (const auto& row : colorref::lookRows()) {
     SCOPED_TRACE(row.id);
-    EditState state;
-    state.filterType = int(row.number);
     size_t nonFinite = 0;
-    const Image out = colorref::renderColorPass(ramp, state, &nonFinite);
+    const Image out = colorref::renderColorPass(ramp, EditState{.filterType = row.number}, &nonFinite);
     EXPECT_EQ(nonFinite, 0u);
     // Inverted and false colours run against the ramp by design; vignettes and lights
     // change it by position.
-    if (row.id == "invert" || row.id == "infrared" || colorref::lookIsPositional(row.number)) continue;
+    if (row.id == "invert" || row.id == "infrared" || colorref::lookTraits(row.number).positional) continue;
     int breaks = 0;
     double highest = -1;
     for (int x = 0; x < 256; ++x) {
       double y = 0;
-      for (int r = 0; r < ramp.height; ++r) {
-        auto c = rgb(out, x, r);
-        y += (0.2126 * c[0] + 0.7152 * c[1] + 0.0722 * c[2]) / ramp.height;
-      }
+      for (int r = 0; r < ramp.height; ++r)
+        y += (0.2126 * rgb(out, x, r)[0] + 0.7152 * rgb(out, x, r)[1] + 0.0722 * rgb(out, x, r)[2]) / ramp.height;
       // Three code values: what the finest grain leaves in the mean of a column
       // (about 0.6 of a code value each, against the highest column so far).
       if (y < highest - 3) ++breaks;

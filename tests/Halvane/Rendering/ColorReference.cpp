@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <thread>
 
 #include "Halvane/Rendering/ColorWidePass.h"
@@ -30,27 +31,17 @@ inline vec4 texel4(const Image& image, int x, int y) {
   return vec4(p[2] / 255.0f, p[1] / 255.0f, p[0] / 255.0f, p[3] / 255.0f);
 }
 
-inline vec3 texel(const Image& image, int x, int y) {
-  vec4 t = texel4(image, x, y);
-  return vec3(t.x, t.y, t.z);
-}
+inline vec3 rgbOf(vec4 t) { return vec3(t.x, t.y, t.z); }
+inline vec3 texel(const Image& image, int x, int y) { return rgbOf(texel4(image, x, y)); }
 
 // Bilinear in float, clamp to edge, pixel centres at half-integers, at pixel
 // coordinates p of the image: the kernels' blend of the wide level's texels.
 inline vec4 sampleBilinear(const Image& image, vec2 p) {
-  float x = p.x - 0.5f;
-  float y = p.y - 0.5f;
-  float x0 = std::floor(x);
-  float y0 = std::floor(y);
-  float fx = x - x0;
-  float fy = y - y0;
-  int ix = static_cast<int>(x0);
-  int iy = static_cast<int>(y0);
+  const float x0 = std::floor(p.x - 0.5f), y0 = std::floor(p.y - 0.5f), fx = p.x - 0.5f - x0, fy = p.y - 0.5f - y0;
+  const int ix = static_cast<int>(x0), iy = static_cast<int>(y0);
   vec4 t[4] = {texel4(image, ix, iy), texel4(image, ix + 1, iy), texel4(image, ix, iy + 1),
                texel4(image, ix + 1, iy + 1)};
-  auto blend = [&](float vec4::*c) {
-    return mix(mix(t[0].*c, t[1].*c, fx), mix(t[2].*c, t[3].*c, fx), fy);
-  };
+  auto blend = [&](float vec4::*c) { return mix(mix(t[0].*c, t[1].*c, fx), mix(t[2].*c, t[3].*c, fx), fy); };
   return vec4(blend(&vec4::x), blend(&vec4::y), blend(&vec4::z), blend(&vec4::w));
 }
 
@@ -60,10 +51,7 @@ inline vec4 nearestTexel(const Image& image, vec2 p) {
   return texel4(image, static_cast<int>(t.x), static_cast<int>(t.y));
 }
 
-inline vec3 reducedColorAt(vec2 p) {
-  vec4 s = nearestTexel(*currentReducedColor, p);
-  return vec3(s.x, s.y, s.z);
-}
+inline vec3 reducedColorAt(vec2 p) { return rgbOf(nearestTexel(*currentReducedColor, p)); }
 
 vec2 reducedLumaAt(vec2 p);
 
@@ -94,19 +82,14 @@ WideBlur formerGather(vec2 pos) {
   float weightC = 1.0f;
   vec2 dir(1.0f, 0.0f);
   for (int i = 0; i < WIDE_TAPS; i++) {
-    float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
-    vec4 t = sampleBilinear(image, pos + dir * (r * radius));
-    vec3 s(t.x, t.y, t.z);
-    float ys = luma(s);
-    float spatial = std::exp(-2.0f * r * r);
-    float dy = (ys - yc) / 0.12f;
-    float wl = spatial * std::exp(-0.5f * dy * dy);
-    sumL += ys * wl;
-    weightL += wl;
-    sumC = sumC + s * spatial;
-    weightC += spatial;
-    dir = vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN,
-               dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
+    const float r = std::sqrt((float(i) + 0.5f) / float(WIDE_TAPS));
+    const vec3 s = rgbOf(sampleBilinear(image, pos + dir * (r * radius)));
+    const float ys = luma(s), spatial = std::exp(-2.0f * r * r), dy = (ys - yc) / 0.12f;
+    const float wl = spatial * std::exp(-0.5f * dy * dy);
+    sumL += ys * wl, weightL += wl;
+    sumC = sumC + s * spatial, weightC += spatial;
+    dir =
+        vec2(dir.x * GOLDEN_ANGLE_COS - dir.y * GOLDEN_ANGLE_SIN, dir.x * GOLDEN_ANGLE_SIN + dir.y * GOLDEN_ANGLE_COS);
   }
   return WideBlur(sumL / weightL, sumC / weightC);
 }
@@ -115,7 +98,7 @@ inline WideBlur sampleWide(vec2 p, float y) {
   if (gatherEachPixel) return formerGather(p);
   vec4 g = sampleBilinear(*currentWideLuma, p * toLevel);
   vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
-  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), vec3(c.x, c.y, c.z));
+  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), rgbOf(c));
 }
 
 #define COLOR_WIDE(p, y) sampleWide(p, y)
@@ -150,10 +133,7 @@ void inParallel(int height, Rows rows) {
 
 void store(Image& image, int x, int y, shader::vec4 c) {
   uint8_t* p = image.pixel(x, y);
-  p[0] = toByte(c.z);
-  p[1] = toByte(c.y);
-  p[2] = toByte(c.x);
-  p[3] = toByte(c.w);
+  p[0] = toByte(c.z), p[1] = toByte(c.y), p[2] = toByte(c.x), p[3] = toByte(c.w);
 }
 
 // colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy,
@@ -165,13 +145,7 @@ struct WideLevel {
 WideLevel makeWideLevel(const Image& input) {
   const WideLevelSize size = wideLevelSize(uint32_t(input.width), uint32_t(input.height));
   const int w = int(size.width), h = int(size.height);
-  auto blank = [w, h] {
-    Image image;
-    image.width = w;
-    image.height = h;
-    image.pixels.assign(size_t(w) * size_t(h) * 4, 0);
-    return image;
-  };
+  auto blank = [w, h] { return Image{w, h, std::vector<uint8_t>(size_t(w) * size_t(h) * 4, 0), {}, {}}; };
   WideLevel level{blank(), blank(), blank(), blank()};
   inParallel(h, [&](int, int begin, int end) {
     for (int y = begin; y < end; ++y)
@@ -200,8 +174,8 @@ WideLevel makeWideLevel(const Image& input) {
     shader::toLevel = shader::vec2(float(w), float(h)) / full;
     for (int y = begin; y < end; ++y)
       for (int x = 0; x < w; ++x) {
-        const shader::vec2 center = (shader::vec2(float(x), float(y)) + shader::vec2(0.5f)) * full /
-                                    shader::vec2(float(w), float(h));
+        const shader::vec2 center =
+            (shader::vec2(float(x), float(y)) + shader::vec2(0.5f)) * full / shader::vec2(float(w), float(h));
         const shader::WideTexel t = shader::gatherWide(center, full);
         const shader::vec2 a = shader::encodeWide16(t.a), b = shader::encodeWide16(t.b);
         store(level.luma, x, y, shader::vec4(a.x, a.y, b.x, b.y));
@@ -236,11 +210,7 @@ size_t renderRows(const Image& input, const WideLevel& level, const shader::Colo
       shader::currentCenter = center;
       shader::vec3 c = shader::colorPixel(params, shader::vec2(x + 0.5f, y + 0.5f), center, blur3);
       if (!std::isfinite(c.x) || !std::isfinite(c.y) || !std::isfinite(c.z)) ++nonFinite;
-      size_t i = (static_cast<size_t>(y) * input.width + x) * 4;
-      output.pixels[i + 0] = toByte(c.z);
-      output.pixels[i + 1] = toByte(c.y);
-      output.pixels[i + 2] = toByte(c.x);
-      output.pixels[i + 3] = input.pixels[i + 3];
+      store(output, x, y, shader::vec4(c, shader::texel4(input, x, y).w));
     }
   }
   return nonFinite;
@@ -254,28 +224,20 @@ Image renderColorPass(const Image& input, const RenderUniforms& uniforms, bool g
   const bool wide = shader::needsWide(params, shader::lookTable(shader::usesLook(params) ? params.filterType : 0u));
   const WideLevel level = wide && !gatherEachPixel ? makeWideLevel(input) : WideLevel{};
   std::vector<size_t> counts(32, 0);
-  inParallel(input.height, [&](int t, int begin, int end) {
-    counts[t] = renderRows(input, level, params, output, begin, end);
-  });
-  if (nonFinite) {
-    *nonFinite = 0;
-    for (size_t n : counts) *nonFinite += n;
-  }
+  inParallel(input.height,
+             [&](int t, int begin, int end) { counts[t] = renderRows(input, level, params, output, begin, end); });
+  if (nonFinite) *nonFinite = std::accumulate(counts.begin(), counts.end(), size_t{0});
   return output;
 }
 
 }  // namespace
-
-Image renderColorPass(const Image& input, const RenderUniforms& uniforms, size_t* nonFinite) {
-  return renderColorPass(input, uniforms, false, nonFinite);
-}
 
 Image renderColorPassGatheringEachPixel(const Image& input, const EditState& state) {
   return renderColorPass(input, makeUniforms(input.width, input.height, state, true), true, nullptr);
 }
 
 Image renderColorPass(const Image& input, const EditState& state, size_t* nonFinite) {
-  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), nonFinite);
+  return renderColorPass(input, makeUniforms(input.width, input.height, state, true), false, nonFinite);
 }
 
 std::vector<LookRow> lookRows() {
@@ -286,24 +248,12 @@ std::vector<LookRow> lookRows() {
   };
 }
 
-bool lookIsMonochrome(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return shader::lookIsMono(k) || k.duo.light != 0u;
-}
-
-std::array<float, 4> lookSplitToning(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return {k.split.shadowHue, k.split.shadowAmount, k.split.highlightHue, k.split.highlightAmount};
-}
-
-std::array<uint32_t, 2> lookDuoTone(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return {k.duo.dark, k.duo.light};
-}
-
-bool lookIsPositional(uint32_t number) {
-  shader::Look k = shader::lookTable(number);
-  return k.fx.vignette > 0.0f || k.light.amount != 0.0f || k.fx.special == LOOK_SPECIAL_HALFTONE;
+LookTraits lookTraits(uint32_t number) {
+  const shader::Look k = shader::lookTable(number);
+  return {shader::lookIsMono(k) || k.duo.light != 0u,
+          {k.split.shadowHue, k.split.shadowAmount, k.split.highlightHue, k.split.highlightAmount},
+          {k.duo.dark, k.duo.light},
+          k.fx.vignette > 0.0f || k.light.amount != 0.0f || k.fx.special == LOOK_SPECIAL_HALFTONE};
 }
 
 }  // namespace halvane::colorref

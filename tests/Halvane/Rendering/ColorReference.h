@@ -17,11 +17,9 @@
 namespace halvane::colorref {
 
 // The colour pass over a whole image as the kernel computes it from the block's colour
-// fields (alpha is copied). Uses every hardware thread. When nonFinite is given, it
-// receives the number of pixels whose result was a NaN or an infinity before rounding.
-platform::media::Image renderColorPass(const platform::media::Image& input, const RenderUniforms& uniforms,
-                                       size_t* nonFinite = nullptr);
-// The same with the block that the engine makes for the state at this size.
+// fields, with the block that the engine makes for the state at this size (alpha is
+// copied). Uses every hardware thread. When nonFinite is given, it receives the number
+// of pixels whose result was a NaN or an infinity before rounding.
 platform::media::Image renderColorPass(const platform::media::Image& input, const EditState& state,
                                        size_t* nonFinite = nullptr);
 
@@ -37,14 +35,15 @@ struct LookRow {
 };
 std::vector<LookRow> lookRows();
 
-// Whether look `number` is monochrome (a channel mix or a duo-tone), and the hue in
-// degrees of its split toning (shadows, highlights) with their amounts.
-bool lookIsMonochrome(uint32_t number);
-std::array<float, 4> lookSplitToning(uint32_t number);
-// The dark and light colours (0xRRGGBB) of a duo-tone look; the light one is 0 for
-// other looks.
-std::array<uint32_t, 2> lookDuoTone(uint32_t number);
-// Whether a look changes pixels by their position (vignette, light, halftone).
-bool lookIsPositional(uint32_t number);
+// What the look table says of look `number`.
+struct LookTraits {
+  bool monochrome;  // a channel mix or a duo-tone
+  // The hue in degrees of its split toning and its amount: shadows, then highlights.
+  std::array<float, 4> splitToning;
+  // The dark and light colours (0xRRGGBB) of a duo-tone; the light one is 0 for others.
+  std::array<uint32_t, 2> duoTone;
+  bool positional;  // changes pixels by their position (vignette, light, halftone)
+};
+LookTraits lookTraits(uint32_t number);
 
 }  // namespace halvane::colorref

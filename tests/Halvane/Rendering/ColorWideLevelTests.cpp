@@ -7,38 +7,18 @@
 // without letting a handful of pixels decide.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "Halvane/Model/FilterCatalogue.h"
 #include "Halvane/Rendering/ColorKernelSupport.h"
-#include "Halvane/Rendering/ColorReference.h"
 #include "Halvane/Rendering/ColorWidePass.h"
-#include "Platform/Media/ImageDecoder.h"
-#include "Platform/Media/ImageScale.h"
 
 namespace halvane {
 namespace {
 
-using colortest::Image;
-using colortest::maxAbsoluteDifference;
-using colortest::renderColor;
-using testsupport::meanAbsoluteDifference;
+using namespace colortest;
 
-EditState withClarity(float amount) {
-  EditState s;
-  s.clarity = amount;
-  return s;
-}
-
-EditState withLook(const char* id) {
-  EditState s;
-  s.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType;
-  return s;
-}
+EditState withLook(const char* id) { return {.filterType = FilterCatalogue::definitionForID(id)->shaderFilterType}; }
 
 struct Case {
   const char* name;
@@ -54,17 +34,17 @@ struct Case {
 // edges, but they part most in fine, contrasty texture (foliage against sky), which
 // the full clarity amplifies by 1.5. Glow is a plain blur both ways.
 const Case kCases[] = {
-    {"clarity +1", withClarity(1), 2.0, 25},
-    {"clarity -1", withClarity(-1), 1.4, 17},
+    {"clarity +1", {.clarity = 1}, 2.0, 25},
+    {"clarity -1", {.clarity = -1}, 1.4, 17},
     {"halo", withLook("halo"), 0.25, 4},
     {"noir", withLook("noir"), 0.5, 6},
 };
 
-class ColorWideLevel : public testing::EngineTest {};
+using ColorWideLevel = EngineTest;
 
 TEST_F(ColorWideLevel, ReducedLevelMatchesTheCpuReference) {
   // 1200 by 900: the wide radius of 18 pixels makes a level reduced three times.
-  const Image photo = colortest::naturalPhoto(1200, 900);
+  const Image photo = naturalPhoto(1200, 900);
   ASSERT_EQ(wideLevelSize(1200, 900).width, 400u);
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.name);
@@ -92,20 +72,6 @@ TEST(ColorWideLevelSize, ReducedByAWholeFactorOnlyWhereTheRadiusIsLarge) {
   }
 }
 
-double percentileDifference(const Image& a, const Image& b, double fraction) {
-  std::vector<int> most;
-  most.reserve(size_t(a.width) * size_t(a.height));
-  for (int y = 0; y < a.height; ++y)
-    for (int x = 0; x < a.width; ++x) {
-      int d = 0;
-      for (int c = 0; c < 3; ++c) d = std::max(d, std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])));
-      most.push_back(d);
-    }
-  auto at = most.begin() + std::ptrdiff_t(fraction * double(most.size() - 1));
-  std::nth_element(most.begin(), at, most.end());
-  return *at;
-}
-
 TEST_F(ColorWideLevel, LooksLikeTheFormerGatherOfEachPixel) {
   struct Photo {
     const char* file;
@@ -113,16 +79,14 @@ TEST_F(ColorWideLevel, LooksLikeTheFormerGatherOfEachPixel) {
   };
   // 1200 by 1600: a level reduced four times.
   for (const Photo& p : {Photo{"photo/classic-car.heic", 1200, 1600}, Photo{"photo/flower.webp", 1600, 1200}}) {
-    auto decoded = platform::media::decodeImageFile(std::string(HALVANE_MEDIA_DIR) + "/" + p.file);
-    if (!decoded) GTEST_SKIP() << "the shared media folder is missing";
-    const Image photo = platform::media::scaleImage(*decoded, p.width, p.height);
+    const Image photo = loadPhoto(p.file, p.width, p.height);
+    if (photo.isEmpty()) GTEST_SKIP() << "the shared media folder is missing";
     for (const auto& c : kCases) {
       const std::string what = std::string(p.file) + ", " + c.name;
       const Image ours = renderColor(*engine, photo, c.state);
       const Image former = colorref::renderColorPassGatheringEachPixel(photo, c.state);
       const double mean = meanAbsoluteDifference(ours, former);
       const double p99 = percentileDifference(ours, former, 0.99);
-      std::printf("%s: mean %.3f, p99 %.0f\n", what.c_str(), mean, p99);
       EXPECT_LE(mean, c.mean) << what;
       EXPECT_LE(p99, c.p99) << what;
     }

@@ -1,9 +1,13 @@
 #pragma once
 // One RenderingEngine per test program, on the CPU device with validation on. Its
-// texture allocator can be told to refuse, so fallbacks can be driven from tests.
+// texture allocator can be told to refuse, so fallbacks can be driven from tests. With
+// the pictures and measures that the GPU suites share.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cmath>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -11,36 +15,131 @@
 
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/Image.h"
+#include "Platform/Media/ImageDecoder.h"
+#include "Platform/Media/ImageScale.h"
 #include "Support/ImageCompare.h"
+#include "Support/TestFiles.h"
 
 namespace halvane::testing {
+
+using platform::media::Image;
+using testsupport::maxAbsoluteDifference;
+using testsupport::meanAbsoluteDifference;
+using testsupport::saveForInspection;
 
 struct AllocatorControl {
   std::atomic<int> allocations{0};
   // Allocations allowed before the allocator refuses; negative: never refuse.
   std::atomic<int> remaining{-1};
 };
+inline AllocatorControl allocatorControlState;
+inline AllocatorControl& allocatorControl() { return allocatorControlState; }
 
-AllocatorControl& allocatorControl();
-std::shared_ptr<RenderingEngine> sharedEngine();
-std::vector<std::string> takeValidationMessages();
+// What the validation layer reported since the last look.
+inline std::mutex validationLock;
+inline std::vector<std::string> validationMessages;
+inline std::vector<std::string> takeValidationMessages() {
+  std::lock_guard guard(validationLock);
+  return std::exchange(validationMessages, {});
+}
 
+inline std::shared_ptr<RenderingEngine> sharedEngine() {
+  static std::shared_ptr<RenderingEngine> engine = [] {
+    RenderingEngineOptions options;
+    options.device.preferredDevice = "cpu";
+    options.device.enableValidation = true;
+    options.device.onValidationMessage = [](const std::string& message) {
+      std::lock_guard guard(validationLock);
+      validationMessages.push_back(message);
+    };
+    // The engine makes the device, so the allocator learns it once the engine exists.
+    auto device = std::make_shared<std::shared_ptr<platform::gpu::Device>>();
+    options.textureAllocator = [device](const platform::gpu::TextureDescriptor& descriptor) {
+      auto& control = allocatorControl();
+      if (control.remaining.load() == 0) return std::shared_ptr<platform::gpu::Texture>();
+      if (control.remaining.load() > 0) --control.remaining;
+      ++control.allocations;
+      return (*device)->newTexture(descriptor);
+    };
+    auto made = RenderingEngine::create(options);
+    *device = made->metalDevice();
+    return made;
+  }();
+  return engine;
+}
+
+// The shared engine with its caches purged; a validation message fails the test.
 class EngineTest : public ::testing::Test {
  protected:
-  void SetUp() override;
-  void TearDown() override;
+  void SetUp() override {
+    engine = sharedEngine();
+    allocatorControl().remaining = -1;
+    engine->purgeCaches();
+    takeValidationMessages();
+  }
+  void TearDown() override {
+    allocatorControl().remaining = -1;
+    for (const auto& message : takeValidationMessages()) ADD_FAILURE() << "validation: " << message;
+  }
   std::shared_ptr<RenderingEngine> engine;
 };
 
-// A picture whose every pixel differs from its neighbours: blue and green carry x and
-// y, red their high bits, so any misplaced pixel shows.
-platform::media::Image makeDistinctImage(uint32_t width, uint32_t height);
-platform::media::Image makeSolidImage(uint32_t width, uint32_t height, uint8_t b, uint8_t g, uint8_t r);
+// An opaque picture whose pixel (x, y) has the r, g, b that rgbAt(x, y) gives.
+template <typename RgbAt>
+Image makePicture(int width, int height, RgbAt rgbAt) {
+  Image image;
+  image.width = width, image.height = height;
+  image.pixels.assign(size_t(width) * size_t(height) * 4, 255);
+  for (int y = 0; y < height; ++y)
+    for (int x = 0; x < width; ++x) {
+      const auto [r, g, b] = rgbAt(x, y);
+      uint8_t* p = image.pixel(x, y);
+      p[0] = uint8_t(b), p[1] = uint8_t(g), p[2] = uint8_t(r);
+    }
+  return image;
+}
+inline std::array<int, 3> grey(int v) { return {v, v, v}; }
+inline Image makeFlat(int width, int height, int r, int g, int b) {
+  return makePicture(width, height, [=](int, int) { return std::array{r, g, b}; });
+}
+// Every pixel differs from its neighbours: blue and green carry x and y, red their
+// high bits, so any misplaced pixel shows.
+inline Image makeDistinctImage(int width, int height) {
+  return makePicture(width, height, [](int x, int y) { return std::array{(x >> 8) | ((y >> 8) << 4), y, x}; });
+}
 // A photo of the shared media scaled to width by height (height 0: as the aspect
 // gives). Empty when the media folder is missing.
-platform::media::Image loadPhoto(const std::string& relativePath, int width, int height = 0);
+inline Image loadPhoto(const std::string& relativePath, int width, int height = 0) {
+  auto decoded = platform::media::decodeImageFile(testsupport::sample(relativePath));
+  if (!decoded) return {};
+  if (height == 0) height = std::max(1, int(std::lround(double(decoded->height) * width / decoded->width)));
+  return platform::media::scaleImage(*decoded, width, height);
+}
 // The texture's pixels, read back through the engine's own unedited path.
-platform::media::Image readBack(RenderingEngine& engine, const std::shared_ptr<platform::gpu::Texture>& texture);
-using testsupport::meanAbsoluteDifference;
+inline Image readBack(RenderingEngine& engine, const std::shared_ptr<platform::gpu::Texture>& texture) {
+  auto image = engine.renderToImage(texture, EditState{});
+  EXPECT_TRUE(image.hasValue());
+  return image ? *image : Image{};
+}
+
+inline std::array<int, 3> rgb(const Image& image, int x, int y) {
+  const uint8_t* p = image.pixel(x, y);
+  return {p[2], p[1], p[0]};
+}
+// The largest channel difference of pixel (x, y), and its percentile over the pictures
+// (what bounds the worst places without letting a handful of pixels decide).
+inline int channelDifference(const Image& a, const Image& b, int x, int y) {
+  int most = 0;
+  for (int c = 0; c < 3; ++c) most = std::max(most, std::abs(int(a.pixel(x, y)[c]) - int(b.pixel(x, y)[c])));
+  return most;
+}
+inline double percentileDifference(const Image& a, const Image& b, double fraction) {
+  std::vector<int> most;
+  for (int y = 0; y < a.height; ++y)
+    for (int x = 0; x < a.width; ++x) most.push_back(channelDifference(a, b, x, y));
+  auto at = most.begin() + std::ptrdiff_t(fraction * double(most.size() - 1));
+  std::nth_element(most.begin(), at, most.end());
+  return *at;
+}
 
 }  // namespace halvane::testing

@@ -1,94 +1,22 @@
 #include "FocusKernelSupport.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <optional>
-#include <random>
 #include <thread>
 #include <vector>
 
+#include "EngineTestSupport.h"
 
 namespace halvane::testing {
-
-namespace gpu = platform::gpu;
-
-EditState focusStarted(int mode) {
-  EditState state;
-  state.focusMode = mode;
-  focusDefaults(state, FocusMode(mode));
-  return state;
-}
-
-Image runFocus(const Image& input, const EditState& state, bool finalOutput) {
-  const auto engine = sharedEngine();
-  const auto& device = engine->metalDevice();
-  static const auto made = FocusPass::make(device, engine->library(), std::make_shared<TexturePool>(device));
-  EXPECT_TRUE(made) << made.error().message;
-  const auto pass = made ? *made : nullptr;
-  const auto width = uint32_t(input.width), height = uint32_t(input.height);
-  gpu::TextureDescriptor descriptor;
-  descriptor.width = width;
-  descriptor.height = height;
-  descriptor.storageMode = gpu::StorageMode::shared;
-  descriptor.usage = gpu::TextureUsage::shaderRead | gpu::TextureUsage::shaderWrite;
-  auto source = device->newTexture(descriptor);
-  auto target = device->newTexture(descriptor);
-  if (!pass || !source || !target) return {};
-  const gpu::Region region{{0, 0}, width, height};
-  source->replaceRegion(region, input.pixels.data(), size_t(width) * 4);
-  auto commandBuffer = engine->commandQueue()->commandBuffer();
-  const RenderUniforms block = makeUniforms(width, height, state, finalOutput);
-  if (!commandBuffer || !pass->encode(*commandBuffer, block, source, target)) return {};
-  commandBuffer->commit();
-  commandBuffer->waitUntilCompleted();
-  if (commandBuffer->status() != gpu::CommandBufferStatus::completed) return {};
-  Image output = input;
-  target->getBytes(output.pixels.data(), size_t(width) * 4, region);
-  return output;
-}
-
 namespace {
 
 double srgbToLinear(double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); }
-
 double linearToSrgb(double l) {
   l = std::clamp(l, 0.0, 1.0);
   return l <= 0.0031308 ? l * 12.92 : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
 }
-
-}  // namespace
-
-Image makeImage(int width, int height, uint32_t seed) {
-  Image image = makeSolidImage(width, height, 255, 255, 255);
-  std::mt19937 random(seed);
-  std::uniform_int_distribution<int> noise(-40, 40);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      uint8_t* p = image.pixel(x, y);
-      const double fx = double(x) / width, fy = double(y) / height;
-      const double base[3] = {128 + 90 * std::sin(9 * fx + 2 * fy), 128 + 90 * std::cos(7 * fy - 3 * fx),
-                              (x / 11 + y / 7) % 2 ? 210.0 : 40.0};
-      for (int c = 0; c < 3; ++c) p[c] = uint8_t(std::clamp(base[c] + noise(random), 0.0, 255.0));
-    }
-  }
-  return image;
-}
-
-Image makeCheckerboard(int width, int height, int cell, uint8_t dark, uint8_t light) {
-  Image image = makeSolidImage(width, height, 255, 255, 255);
-  for (int y = 0; y < height; ++y)
-    for (int x = 0; x < width; ++x) {
-      const uint8_t v = ((x / cell) + (y / cell)) % 2 ? light : dark;
-      std::fill_n(image.pixel(x, y), 3, v);
-    }
-  return image;
-}
-
-namespace {
 
 using RGB = std::array<double, 3>;  // in the image's order: blue, green, red
 
@@ -257,16 +185,11 @@ class FocusDefinition {
 
 Image referenceFocus(const Image& input, const EditState& state, int step) {
   const FocusDefinition definition(input, state);
-  Image output;
-  output.width = (input.width + step - 1) / step;
-  output.height = (input.height + step - 1) / step;
-  output.pixels.resize(size_t(output.width) * output.height * 4);
+  Image output = everyNth(input, step);
   auto rows = [&](int first, int stride) {
     for (int y = first; y < output.height; y += stride)
       for (int x = 0; x < output.width; ++x) {
         uint8_t* out = output.pixel(x, y);
-        const uint8_t* in = input.pixel(x * step, y * step);
-        std::copy_n(in, 4, out);
         if (auto mean = definition.at(x * step, y * step))
           for (int c = 0; c < 3; ++c) out[c] = uint8_t(std::lround(255 * linearToSrgb((*mean)[c])));
       }
@@ -279,12 +202,8 @@ Image referenceFocus(const Image& input, const EditState& state, int step) {
 }
 
 Image everyNth(const Image& image, int step) {
-  Image output;
-  output.width = (image.width + step - 1) / step;
-  output.height = (image.height + step - 1) / step;
-  for (int y = 0; y < image.height; y += step)
-    for (int x = 0; x < image.width; x += step) output.pixels.insert(output.pixels.end(), image.pixel(x, y), image.pixel(x, y) + 4);
-  return output;
+  return makePicture((image.width + step - 1) / step, (image.height + step - 1) / step,
+                     [&](int x, int y) { return rgb(image, x * step, y * step); });
 }
 
 }  // namespace halvane::testing

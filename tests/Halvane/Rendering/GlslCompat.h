@@ -97,7 +97,6 @@ HALVANE_GLSL_VECTOR_OPS(vec3)
 #undef HALVANE_GLSL_UNARY
 
 inline float abs(float a) { return std::fabs(a); }
-inline float sign(float a) { return a > 0.0f ? 1.0f : (a < 0.0f ? -1.0f : 0.0f); }
 inline float floor(float a) { return std::floor(a); }
 inline float fract(float a) { return a - std::floor(a); }
 inline float mod(float a, float b) { return a - b * std::floor(a / b); }
@@ -105,7 +104,6 @@ inline float min(float a, float b) { return b < a ? b : a; }
 inline float max(float a, float b) { return a < b ? b : a; }
 inline float clamp(float a, float lo, float hi) { return min(max(a, lo), hi); }
 inline float mix(float a, float b, float t) { return a * (1.0f - t) + b * t; }
-inline float step(float edge, float x) { return x < edge ? 0.0f : 1.0f; }
 inline float smoothstep(float e0, float e1, float x) {
   float t = clamp((x - e0) / (e1 - e0), 0.0f, 1.0f);
   return t * t * (3.0f - 2.0f * t);
@@ -113,14 +111,9 @@ inline float smoothstep(float e0, float e1, float x) {
 inline float pow(float a, float b) { return std::pow(a, b); }
 inline float exp(float a) { return std::exp(a); }
 inline float exp2(float a) { return std::exp2(a); }
-inline float log(float a) { return std::log(a); }
 inline float log2(float a) { return std::log2(a); }
 inline float sqrt(float a) { return std::sqrt(a); }
-inline float inversesqrt(float a) { return 1.0f / std::sqrt(a); }
-inline float sin(float a) { return std::sin(a); }
 inline float cos(float a) { return std::cos(a); }
-inline float atan(float y, float x) { return std::atan2(y, x); }
-inline float radians(float d) { return d * 0.017453292519943295f; }
 
 inline float dot(vec2 a, vec2 b) { return a.x * b.x + a.y * b.y; }
 inline float dot(vec3 a, vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }

@@ -8,34 +8,30 @@
 namespace halvane {
 namespace {
 
-using platform::media::Image;
-using platform::media::ImageOrientation;
+using namespace platform::media;
 namespace fs = std::filesystem;
 
 Image grey(int width, int height) {
-  Image image;
-  image.width = width;
-  image.height = height;
-  image.pixels.assign(size_t(width) * height * 4, 128);
+  Image image{width, height, std::vector<uint8_t>(size_t(width) * height * 4, 128), {}, {}};
   for (size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 255;
   return image;
 }
 
 TEST(LimitedImage, OnlyCompressedScalesAndNeverEnlarges) {
-  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::balanced).width, 4000);
-  EXPECT_EQ(limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::maxQuality).width, 4000);
-  const Image scaled = limitedImage(grey(4000, 3000), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(scaled.width, 2048);
-  EXPECT_EQ(scaled.height, 1536);
-  const Image exact = limitedImage(grey(2048, 100), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(exact.width, 2048);
-  EXPECT_EQ(exact.height, 100);
-  const Image small = limitedImage(grey(300, 200), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(small.width, 300);
+  using enum PhotoExportPreset;
+  struct Case {
+    int width, height;
+    PhotoExportPreset preset;
+    int limitedWidth, limitedHeight;
+  };
   // Portrait, and a side that rounds: 3000 x 4001 -> 1536 x 2048 (1535.6 rounds up).
-  const Image portrait = limitedImage(grey(3000, 4001), ImageOrientation::up, PhotoExportPreset::compressed);
-  EXPECT_EQ(portrait.height, 2048);
-  EXPECT_EQ(portrait.width, 1536);
+  for (const Case& c : {Case{4000, 3000, balanced, 4000, 3000}, Case{4000, 3000, maxQuality, 4000, 3000},
+                        Case{4000, 3000, compressed, 2048, 1536}, Case{2048, 100, compressed, 2048, 100},
+                        Case{300, 200, compressed, 300, 200}, Case{3000, 4001, compressed, 1536, 2048}}) {
+    const Image limited = limitedImage(grey(c.width, c.height), ImageOrientation::up, c.preset);
+    EXPECT_EQ(std::pair(limited.width, limited.height), std::pair(c.limitedWidth, c.limitedHeight))
+        << c.width << "x" << c.height << " preset " << int(c.preset);
+  }
 }
 
 TEST(LimitedImage, CarriesOrientationAndColourSpace) {
@@ -55,19 +51,18 @@ TEST(WriteJPEG, WritesAFreshTemporaryFileWithTheOrientationTag) {
     ASSERT_TRUE(path);
     EXPECT_EQ(fs::path(*path).extension(), ".jpg");
     EXPECT_EQ(fs::path(*path).parent_path(), fs::temp_directory_path());
-    auto decoded = platform::media::decodeImageFile(*path);
+    auto decoded = decodeImageFile(*path);
     ASSERT_TRUE(decoded);
     EXPECT_EQ(decoded->orientation, orientation);
     EXPECT_EQ(decoded->width, 64);
     fs::remove(*path);
   }
-  Image image = grey(8, 8);
+  const Image image = grey(8, 8);
   const auto first = writeJPEG(image, PhotoExportPreset::compressed);
   const auto second = writeJPEG(image, PhotoExportPreset::compressed);
   ASSERT_TRUE(first && second);
   EXPECT_NE(*first, *second);
-  fs::remove(*first);
-  fs::remove(*second);
+  fs::remove(*first), fs::remove(*second);
 }
 
 TEST(WriteJPEG, AFailedWriteLeavesNothing) {

@@ -12,37 +12,27 @@
 namespace halvane {
 namespace {
 
+using namespace platform::dispatch;
 using namespace platform::gpu;
-using platform::dispatch::ManualDisplayLinkFactory;
-using platform::dispatch::ManualMainQueue;
-using platform::dispatch::MainQueue;
-using platform::media::Image;
-using testing::allocatorControl;
+using namespace testing;
 
 // Keeps a copy of every presented frame.
 class RecordingPresenter : public FramePresenter {
  public:
   void present(const std::shared_ptr<Texture>& drawable) override {
-    Image frame;
-    frame.width = int(drawable->width());
-    frame.height = int(drawable->height());
-    frame.pixels.resize(frame.bytesPerRow() * size_t(frame.height));
+    Image frame = makeFlat(int(drawable->width()), int(drawable->height()), 0, 0, 0);
     drawable->getBytes(frame.pixels.data(), frame.bytesPerRow(), Region{{0, 0}, drawable->width(), drawable->height()});
     std::lock_guard guard(lock);
-    frames.push_back(std::move(frame));
+    frames_.push_back(std::move(frame));
   }
-  size_t count() {
+  std::vector<Image> frames() {
     std::lock_guard guard(lock);
-    return frames.size();
-  }
-  Image last() {
-    std::lock_guard guard(lock);
-    return frames.back();
+    return frames_;
   }
 
  private:
   std::mutex lock;
-  std::vector<Image> frames;
+  std::vector<Image> frames_;
 };
 
 class PreviewLoop : public testing::EngineTest {
@@ -51,7 +41,7 @@ class PreviewLoop : public testing::EngineTest {
     EngineTest::SetUp();
     queue = std::make_shared<ManualMainQueue>();
     MainQueue::setShared(queue);
-    platform::dispatch::setDisplayLinkFactory(links.factory());
+    setDisplayLinkFactory(links.factory());
     view = std::make_shared<PreviewView>();
     view->configure(*engine);
     view->setPresenter(presenter);
@@ -65,7 +55,7 @@ class PreviewLoop : public testing::EngineTest {
   void TearDown() override {
     engine->stopDisplayLink();
     engine->setPreviewSource(nullptr);
-    platform::dispatch::setDisplayLinkFactory(nullptr);
+    setDisplayLinkFactory(nullptr);
     MainQueue::setShared(nullptr);
     EngineTest::TearDown();
   }
@@ -77,7 +67,11 @@ class PreviewLoop : public testing::EngineTest {
     buffer->commit();
     buffer->waitUntilCompleted();
   }
-  static const uint8_t* at(const Image& image, int x, int y) { return image.pixel(x, y); }
+  // The last frame's r, g, b at each point.
+  void expectLastFrame(std::initializer_list<std::pair<std::array<int, 2>, std::array<int, 3>>> expected) {
+    const Image frame = presenter->frames().back();
+    for (const auto& [at, colour] : expected) EXPECT_EQ(rgb(frame, at[0], at[1]), colour) << at[0] << "," << at[1];
+  }
 
   std::shared_ptr<ManualMainQueue> queue;
   ManualDisplayLinkFactory links;
@@ -87,76 +81,68 @@ class PreviewLoop : public testing::EngineTest {
 };
 
 TEST_F(PreviewLoop, ADirtyTickDrawsOnceAndCleanTicksDoNothing) {
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(64, 48, 10, 20, 30)));
+  engine->setPreviewSource(engine->makeTexture(makeFlat(64, 48, 30, 20, 10)));
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   for (int i = 0; i < 5; ++i) tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   // A default state draws the source itself: no intermediate was taken.
   EXPECT_EQ(allocatorControl().allocations, 0);
-  const Image frame = presenter->last();
-  EXPECT_EQ(at(frame, 32, 24)[0], 10);
-  EXPECT_EQ(at(frame, 32, 24)[2], 30);
+  expectLastFrame({{{32, 24}, {30, 20, 10}}});
 }
 
 TEST_F(PreviewLoop, ManyStatesBetweenTicksGiveOneFrameWithTheLast) {
-  engine->setPreviewSource(engine->makeTexture(testing::makeDistinctImage(64, 48)));
+  engine->setPreviewSource(engine->makeTexture(makeDistinctImage(64, 48)));
   tickAndDrain();
-  for (int64_t turns = 1; turns <= 3; ++turns) {
-    EditState state;
-    state.rotationQuarterTurns = turns;
-    state.flipHorizontal = turns == 3;
-    engine->applyPreviewState(state);
-  }
+  for (int64_t turns = 1; turns <= 3; ++turns)
+    engine->applyPreviewState({.flipHorizontal = turns == 3, .rotationQuarterTurns = turns});
   EditState same = engine->previewState();
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 2u);
+  EXPECT_EQ(presenter->frames().size(), 2u);
   engine->applyPreviewState(same);  // equal to what is shown: no new frame
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 2u);
+  EXPECT_EQ(presenter->frames().size(), 2u);
   EXPECT_EQ(allocatorControl().allocations, 1);  // the geometry stage; no colour pass
 }
 
 TEST_F(PreviewLoop, AZeroDrawableKeepsTheFramePending) {
   view->setDrawableSize({0, 48});
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(8, 8, 1, 2, 3)));
+  engine->setPreviewSource(engine->makeTexture(makeFlat(8, 8, 3, 2, 1)));
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
+  EXPECT_EQ(presenter->frames().size(), 0u);
   EXPECT_TRUE(engine->previewIsDirty());
   view->setDrawableSize({32, 32});
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 1u);
+  EXPECT_EQ(presenter->frames().size(), 1u);
   EXPECT_FALSE(engine->previewIsDirty());
 }
 
 TEST_F(PreviewLoop, AnExhaustedPoolShowsTheUneditedSource) {
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(64, 48, 40, 50, 60)));
-  EditState state;
-  state.exposure = 2;
-  engine->applyPreviewState(state);
+  engine->setPreviewSource(engine->makeTexture(makeFlat(64, 48, 60, 50, 40)));
+  engine->applyPreviewState({.exposure = 2});
   allocatorControl().remaining = 0;
   tickAndDrain();
-  ASSERT_EQ(presenter->count(), 1u);
-  EXPECT_EQ(at(presenter->last(), 32, 24)[1], 50);
+  ASSERT_EQ(presenter->frames().size(), 1u);
+  expectLastFrame({{{32, 24}, {60, 50, 40}}});
 }
 
 TEST_F(PreviewLoop, NoViewOrNoSourceDrawsNothing) {
   engine->setPreviewSource(nullptr);
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(8, 8, 1, 2, 3)));
+  EXPECT_EQ(presenter->frames().size(), 0u);
+  engine->setPreviewSource(engine->makeTexture(makeFlat(8, 8, 3, 2, 1)));
   view.reset();
   tickAndDrain();
-  EXPECT_EQ(presenter->count(), 0u);
+  EXPECT_EQ(presenter->frames().size(), 0u);
   EXPECT_TRUE(engine->previewIsDirty());
 }
 
 TEST_F(PreviewLoop, SameAspectFillsTheDrawable) {
   EXPECT_EQ(fitQuad(64, 48, 640, 480, 1, 0, 0), (DisplayQuad{-1, -1, 2, 2}));
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(32, 24, 200, 200, 200)));
+  engine->setPreviewSource(engine->makeTexture(makeFlat(32, 24, 200, 200, 200)));
   tickAndDrain();
-  const Image frame = presenter->last();
-  for (auto [x, y] : {std::pair{0, 0}, {63, 0}, {0, 47}, {63, 47}, {32, 24}}) EXPECT_EQ(at(frame, x, y)[0], 200);
+  const std::array<int, 3> white = grey(200);
+  expectLastFrame({{{0, 0}, white}, {{63, 0}, white}, {{0, 47}, white}, {{63, 47}, white}, {{32, 24}, white}});
 }
 
 TEST_F(PreviewLoop, PortraitInLandscapeLeavesBlackBarsAndOverscaleDoubles) {
@@ -167,37 +153,26 @@ TEST_F(PreviewLoop, PortraitInLandscapeLeavesBlackBarsAndOverscaleDoubles) {
   EXPECT_FLOAT_EQ(doubled.sizeX, 2 * fitted.sizeX);
   EXPECT_FLOAT_EQ(doubled.sizeY, 2 * fitted.sizeY);
 
-  engine->setPreviewSource(engine->makeTexture(testing::makeSolidImage(24, 48, 200, 200, 200)));
+  engine->setPreviewSource(engine->makeTexture(makeFlat(24, 48, 200, 200, 200)));
   tickAndDrain();
-  Image frame = presenter->last();
-  // The picture spans the middle 24 of 64 columns: x 20 to 43.
-  EXPECT_EQ(at(frame, 2, 24)[0], 0);
-  EXPECT_EQ(at(frame, 2, 24)[3], 255);
-  EXPECT_EQ(at(frame, 61, 24)[0], 0);
-  EXPECT_EQ(at(frame, 32, 24)[0], 200);
-  EXPECT_EQ(at(frame, 32, 0)[0], 200);
-  EXPECT_EQ(at(frame, 22, 24)[0], 200);
-
+  // The picture spans the middle 24 of 64 columns: x 20 to 43; the bars are opaque black.
+  const std::array<int, 3> white = grey(200), black = grey(0);
+  expectLastFrame({{{2, 24}, black}, {{61, 24}, black}, {{32, 24}, white}, {{32, 0}, white}, {{22, 24}, white}});
+  EXPECT_EQ(presenter->frames().back().pixel(2, 24)[3], 255);
   view->displayOverscale = 2;
   engine->setPreviewNeedsDisplay();
   tickAndDrain();
-  frame = presenter->last();
   // Twice as wide: 48 columns, x 8 to 55.
-  EXPECT_EQ(at(frame, 4, 24)[0], 0);
-  EXPECT_EQ(at(frame, 12, 24)[0], 200);
-  EXPECT_EQ(at(frame, 51, 24)[0], 200);
-  EXPECT_EQ(at(frame, 60, 24)[0], 0);
+  expectLastFrame({{{4, 24}, black}, {{12, 24}, white}, {{51, 24}, white}, {{60, 24}, black}});
 }
 
 TEST_F(PreviewLoop, TheTopLeftTexelIsAtTheUpperLeft) {
-  Image source = testing::makeSolidImage(2, 2, 0, 0, 0);
-  source.pixel(0, 0)[2] = 255;  // red at the top left
-  engine->setPreviewSource(engine->makeTexture(source));
+  const Image redTopLeft = makePicture(2, 2, [](int x, int y) { return std::array{x + y ? 0 : 255, 0, 0}; });
+  engine->setPreviewSource(engine->makeTexture(redTopLeft));
   view->setDrawableSize({64, 64});
   tickAndDrain();
-  const Image frame = presenter->last();
-  EXPECT_GT(at(frame, 2, 2)[2], 200);
-  EXPECT_LT(at(frame, 61, 61)[2], 50);
+  EXPECT_GT(rgb(presenter->frames().back(), 2, 2)[0], 200);
+  EXPECT_LT(rgb(presenter->frames().back(), 61, 61)[0], 50);
 }
 
 TEST_F(PreviewLoop, TheRunningClockDoesNotKeepItsEngineAlive) {
@@ -216,7 +191,9 @@ TEST_F(PreviewLoop, EntryPointsOffTheMainThreadStopTheProgram) {
   const std::vector<std::function<void()>> calls = {
       [&] { engine->applyPreviewState(EditState{}); },
       [&] { engine->tick(); },
-      [&] { view->setDrawableSize({1, 1}); },
+      [&] {
+        view->setDrawableSize({1, 1});
+      },
   };
   for (const auto& call : calls) {
     EXPECT_DEATH(std::thread(call).join(), "off the main queue's thread");

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 
 #include "EngineTestSupport.h"
 
@@ -9,9 +8,7 @@ namespace halvane {
 namespace {
 
 using namespace platform::gpu;
-using platform::media::Image;
-using testing::allocatorControl;
-using testing::EngineTest;
+using namespace testing;
 
 // A real command buffer whose compute encoders can be refused from the n-th on, as a
 // driver out of memory would.
@@ -41,25 +38,14 @@ class RefusingCommandBuffer : public CommandBuffer {
 };
 
 // A colour edit with a mirror, so that all three passes can run.
-EditState colourEdit() {
-  EditState state;
-  state.exposure = 0.5f;
-  state.flipHorizontal = true;
-  return state;
-}
-
-EditState focusEdit() {
-  EditState state = colourEdit();
-  state.focusMode = 4;
-  state.focusStrength = 1;
-  return state;
-}
+const EditState kColourEdit{.exposure = 0.5f, .flipHorizontal = true};
+const EditState kFocusEdit{.exposure = 0.5f, .flipHorizontal = true, .focusMode = 4, .focusStrength = 1};
 
 class ProcessTexture : public EngineTest {
  protected:
   void SetUp() override {
     EngineTest::SetUp();
-    source = engine->makeTexture(testing::makeDistinctImage(40, 30));
+    source = engine->makeTexture(makeDistinctImage(40, 30));
     ASSERT_TRUE(source);
     allocatorControl().allocations = 0;
   }
@@ -83,18 +69,13 @@ class ProcessTexture : public EngineTest {
 // a trim, geometry and colour would both be exact identities; the focus pass needs a
 // mode and a strength.
 TEST_F(ProcessTexture, OnlyPassesThatChangeThePictureRun) {
-  EditState versioned, trimmed, mirrored, exposed;
-  versioned.version = 7;
-  trimmed.trimEnd = 3;
-  mirrored.flipHorizontal = true;
-  exposed.exposure = 0.5f;
-  EditState focusedMirror = mirrored, modeOnly = colourEdit(), strengthOnly = colourEdit();
-  focusedMirror.focusMode = 4, focusedMirror.focusStrength = 1;
-  modeOnly.focusMode = 3;
-  strengthOnly.focusStrength = 1;
-  const std::pair<EditState, int> cases[] = {{versioned, 0},     {trimmed, 0},      {mirrored, 1},
-                                             {exposed, 1},       {focusedMirror, 2}, {modeOnly, 2},
-                                             {strengthOnly, 2},  {focusEdit(), 3}};
+  const EditState mirrored{.flipHorizontal = true}, exposed{.exposure = 0.5f};
+  const std::pair<EditState, int> cases[] = {
+      {{.version = 7}, 0}, {{.trimEnd = 3}, 0}, {mirrored, 1}, {exposed, 1},
+      {{.flipHorizontal = true, .focusMode = 4, .focusStrength = 1}, 2},
+      // A mode alone and a strength alone.
+      {{.exposure = 0.5f, .flipHorizontal = true, .focusMode = 3}, 2},
+      {{.exposure = 0.5f, .flipHorizontal = true, .focusStrength = 1}, 2}, {kFocusEdit, 3}};
   for (const auto& [state, passes] : cases) {
     engine->purgeCaches();
     allocatorControl().allocations = 0;
@@ -105,12 +86,12 @@ TEST_F(ProcessTexture, OnlyPassesThatChangeThePictureRun) {
   }
   // Colour alone reads the source itself, and gives what it gives after a mirror,
   // mirrored back (the exposure acts on each pixel alone).
-  const Image direct = testing::readBack(*engine, run(exposed));
-  auto viaMirror = run(colourEdit());
+  const Image direct = readBack(*engine, run(exposed));
+  auto viaMirror = run(kColourEdit);
   source.swap(viaMirror);
   auto back = run(mirrored);
   source.swap(viaMirror);
-  EXPECT_EQ(testing::readBack(*engine, back).pixels, direct.pixels);
+  EXPECT_EQ(readBack(*engine, back).pixels, direct.pixels);
 }
 
 // A refused texture or encoder gives the last finished stage, and every intermediate
@@ -125,48 +106,41 @@ TEST_F(ProcessTexture, RefusalsFallBackToTheLastFinishedStage) {
     size_t pooled;
   };
   const Case cases[] = {
-      {"no texture", colourEdit(), 99, 0, true, 0},
-      {"second texture refused", colourEdit(), 99, 1, true, 1},
-      {"third texture refused: the colour stage", focusEdit(), 99, 2, false, 1},
-      {"no geometry encoder", colourEdit(), 0, -1, true, 2},
-      {"no colour encoder", colourEdit(), 1, -1, true, 2},
-      {"no focus encoder: the colour stage", focusEdit(), 2, -1, false, 2},
+      {"no texture", kColourEdit, 99, 0, true, 0},
+      {"second texture refused", kColourEdit, 99, 1, true, 1},
+      {"third texture refused: the colour stage", kFocusEdit, 99, 2, false, 1},
+      {"no geometry encoder", kColourEdit, 0, -1, true, 2},
+      {"no colour encoder", kColourEdit, 1, -1, true, 2},
+      {"no focus encoder: the colour stage", kFocusEdit, 2, -1, false, 2},
   };
-  const Image colourStage = testing::readBack(*engine, run(colourEdit()));
+  const Image colourStage = readBack(*engine, run(kColourEdit));
   for (const Case& c : cases) {
     engine->purgeCaches();
     auto result = run(c.state, c.encodersAllowed, c.texturesAllowed);
     EXPECT_EQ(result == source, c.givesSource) << c.what;
     EXPECT_EQ(pooled(), c.pooled) << c.what;
     if (!c.givesSource) {
-      EXPECT_EQ(testing::readBack(*engine, result).pixels, colourStage.pixels) << c.what;
+      EXPECT_EQ(readBack(*engine, result).pixels, colourStage.pixels) << c.what;
     }
   }
 }
 
 TEST_F(ProcessTexture, TwoChainsOnOneCommandBufferKeepTheirOwnIntermediates) {
   auto buffer = engine->commandQueue()->commandBuffer();
-  EditState turned;
-  turned.rotationQuarterTurns = 2;
-  EditState mirrored;
-  mirrored.flipHorizontal = true;
-  auto a = engine->processTexture(source, turned, *buffer, false);
-  auto b = engine->processTexture(source, mirrored, *buffer, false);
+  auto a = engine->processTexture(source, {.rotationQuarterTurns = 2}, *buffer, false);
+  auto b = engine->processTexture(source, {.flipHorizontal = true}, *buffer, false);
   buffer->commit();
   buffer->waitUntilCompleted();
   ASSERT_NE(a, b);
-  const Image turnedImage = testing::readBack(*engine, a);
-  const Image mirroredImage = testing::readBack(*engine, b);
+  const Image mirroredImage = readBack(*engine, b);
   // Turning twice and mirroring differ by a vertical flip of each other.
-  for (uint32_t y = 0; y < 30; ++y)
-    for (uint32_t x = 0; x < 40; ++x)
-      ASSERT_EQ(0, std::memcmp(&turnedImage.pixels[(size_t(y) * 40 + x) * 4],
-                               &mirroredImage.pixels[(size_t(29 - y) * 40 + x) * 4], 4));
+  EXPECT_EQ(readBack(*engine, a).pixels,
+            makePicture(40, 30, [&](int x, int y) { return rgb(mirroredImage, x, 29 - y); }).pixels);
 }
 
 TEST_F(ProcessTexture, RenderToImageCarriesTheColourSpaceLabel) {
   const std::vector<uint8_t> profile = {1, 2, 3, 4};
-  auto image = engine->renderToImage(source, colourEdit(), profile);
+  auto image = engine->renderToImage(source, kColourEdit, profile);
   ASSERT_TRUE(image);
   EXPECT_EQ(image->iccProfile, profile);
   EXPECT_EQ(pooled(), 2u);  // the result went back to the pool after the read-back

@@ -8,14 +8,14 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <regex>
-#include <sstream>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <vector>
+
+#include "Support/TestFiles.h"
 
 namespace halvane {
 namespace {
@@ -38,11 +38,8 @@ RenderUniforms uniformsFor(const EditState& state, std::uint64_t width = 4000, s
 // holds the GLSL mirror to the same list, so each member lands at the same offset.
 std::vector<std::pair<std::string, std::string>> blockMembers(const std::string& path, const std::string& opening,
                                                               const std::regex& member) {
-  std::ifstream file(path);
-  EXPECT_TRUE(file.good()) << "cannot read " << path;
-  std::stringstream text;
-  text << file.rdbuf();
-  const std::string source = text.str();
+  const std::string source = testsupport::fileContents(path);
+  EXPECT_FALSE(source.empty()) << "cannot read " << path;
   const std::size_t begin = source.find('{', source.find(opening));
   const std::string block = source.substr(begin, source.find('}', begin) - begin);
   std::vector<std::pair<std::string, std::string>> members;
@@ -68,30 +65,19 @@ TEST(RenderUniformsLayout, TheGlslMirrorMatchesFieldForField) {
 // ---- The default state and what does not reach the block --------------------------
 
 TEST(MakeUniforms, FinalOutputIsTheOnlyDifferenceAndOtherFieldsChangeNothing) {
-  EditState s;
-  s.exposure = 0.7f;
-  s.cropRect = Rect{0.1, 0.2, 0.3, 0.4};
-  s.focusMode = 4;
+  EditState s{.exposure = 0.7f, .focusMode = 4, .cropRect = {0.1, 0.2, 0.3, 0.4}};
   const RenderUniforms preview = makeUniforms(1920, 1080, s, false);
   RenderUniforms exported = makeUniforms(1920, 1080, s, true);
   EXPECT_EQ(exported.finalOutput, 1u);
   exported.finalOutput = 0;
   EXPECT_EQ(std::memcmp(&preview, &exported, sizeof preview), 0);
   // Fields that never reach a kernel.
-  EditState other;
-  other.version = 42;
-  other.trimStart = 3;
-  other.trimEnd = 9;
-  other.audioVolume = 0.1f;
-  other.audioMuted = true;
-  const RenderUniforms a = uniformsFor(other);
+  const RenderUniforms a =
+      uniformsFor({.version = 42, .trimStart = 3, .trimEnd = 9, .audioVolume = 0.1f, .audioMuted = true});
   const RenderUniforms b = uniformsFor(EditState{});
   EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
   // Whatever the state, the reserved words are zero.
-  s.exposure = kNaN;
-  s.rotationQuarterTurns = -1;
-  s.flipHorizontal = Bool::fromByte(0xFF);
-  s.filterType = kInt64Max;
+  s.exposure = kNaN, s.rotationQuarterTurns = -1, s.flipHorizontal = Bool::fromByte(0xFF), s.filterType = kInt64Max;
   const RenderUniforms dirty = makeUniforms(17, 9, s, true);
   EXPECT_EQ(dirty.reserved0 | dirty.reserved1 | dirty.reserved2 | dirty.reserved3 | dirty.reserved4 | dirty.reserved5,
             0u);
@@ -154,12 +140,9 @@ TEST(MakeUniforms, AnglesMultiplyByTheConstantFirstThenDivideAndAreHeldToTheirRa
     float degrees;
     std::uint32_t bits;
   };
-  constexpr auto rotation = &EditState::rotationAngle;
-  constexpr auto focus = &EditState::focusAngle;
-  constexpr auto iris = &EditState::irisRotation;
-  constexpr auto rotationOut = &RenderUniforms::rotationRadians;
-  constexpr auto focusOut = &RenderUniforms::focusAngleRadians;
-  constexpr auto irisOut = &RenderUniforms::irisRotationRadians;
+  constexpr auto rotation = &EditState::rotationAngle, focus = &EditState::focusAngle, iris = &EditState::irisRotation;
+  constexpr auto rotationOut = &RenderUniforms::rotationRadians, focusOut = &RenderUniforms::focusAngleRadians,
+                 irisOut = &RenderUniforms::irisRotationRadians;
   const Case cases[] = {
       {rotation, rotationOut, 45, 0x3F490FDAu},   {rotation, rotationOut, -45, 0xBF490FDAu},
       {rotation, rotationOut, 1, 0x3C8EFA35u},    {rotation, rotationOut, 30, 0x3F060A91u},
@@ -189,14 +172,10 @@ TEST(MakeUniforms, QuarterTurnsTakeTheLowestTwoBitsAndFlipTheLowestBit) {
   for (auto [turns, expected] : {std::pair{std::int64_t{3}, 3u}, std::pair{std::int64_t{5}, 1u},
                                  std::pair{std::int64_t{-1}, 3u}, std::pair{std::int64_t{-2}, 2u},
                                  std::pair{kInt64Min, 0u}, std::pair{kInt64Max, 3u}}) {
-    EditState s;
-    s.rotationQuarterTurns = turns;
-    EXPECT_EQ(uniformsFor(s).quarterTurns, expected) << turns;
+    EXPECT_EQ(uniformsFor({.rotationQuarterTurns = turns}).quarterTurns, expected) << turns;
   }
   for (auto [byte, expected] : {std::pair{1, 1u}, std::pair{2, 0u}, std::pair{3, 1u}, std::pair{0xFE, 0u}}) {
-    EditState s;
-    s.flipHorizontal = Bool::fromByte(static_cast<std::uint8_t>(byte));
-    EXPECT_EQ(uniformsFor(s).flipHorizontal, expected) << byte;
+    EXPECT_EQ(uniformsFor({.flipHorizontal = Bool::fromByte(std::uint8_t(byte))}).flipHorizontal, expected) << byte;
   }
 }
 
@@ -246,14 +225,11 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   for (const Case& c : cases) {
     SCOPED_TRACE(::testing::Message() << c.crop.x << ' ' << c.crop.y << ' ' << c.crop.width << ' ' << c.crop.height
                                       << " of " << c.width << 'x' << c.height);
-    EditState s;
-    s.cropRect = c.crop;
+    const EditState s{.cropRect = c.crop};
     const RenderUniforms u = makeUniforms(c.width, c.height, s, false);
-    EXPECT_EQ(bitsOf(u.cropX), bitsOf(c.cropX));
-    EXPECT_EQ(bitsOf(u.cropWidth), bitsOf(c.cropWidth));
-    EXPECT_EQ(u.croppedWidth, c.croppedWidth);
-    EXPECT_EQ(u.croppedHeight, c.croppedHeight);
-    EXPECT_EQ(u.sourceWidth, c.width);
+    const std::uint64_t sourceWidth = u.sourceWidth;
+    EXPECT_EQ(std::tuple(bitsOf(u.cropX), bitsOf(u.cropWidth), u.croppedWidth, u.croppedHeight, sourceWidth),
+              std::tuple(bitsOf(c.cropX), bitsOf(c.cropWidth), c.croppedWidth, c.croppedHeight, c.width));
     EXPECT_EQ(outputSize(c.width, c.height, s), (OutputSize{u.outputWidth, u.outputHeight}));
     EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), std::tie(c.croppedWidth, c.croppedHeight));
   }
@@ -262,10 +238,7 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
 TEST(MakeUniforms, OddTurnsSwapTheOutputAndTiltDoesNot) {
   for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
                              kInt64Min, kInt64Max}) {
-    EditState s;
-    s.cropRect = Rect{0.25, 0.25, 0.5, 0.5};
-    s.rotationQuarterTurns = turns;
-    s.rotationAngle = 40;
+    const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {0.25, 0.25, 0.5, 0.5}};
     const RenderUniforms u = makeUniforms(4000, 3000, s, false);
     const bool odd = (turns & 1) != 0;
     EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tuple(2000u, 1500u)) << turns;
@@ -291,9 +264,7 @@ TEST(OutputSize, MatchesMakeUniformsOnAGridOfCrops) {
                            std::numeric_limits<double>::quiet_NaN()};
   for (double x : values) {
     for (double width : values) {
-      EditState s;
-      s.cropRect = Rect{x, 0.2, width, 0.7};
-      s.rotationQuarterTurns = 3;
+      const EditState s{.rotationQuarterTurns = 3, .cropRect = {x, 0.2, width, 0.7}};
       const RenderUniforms u = makeUniforms(1921, 1079, s, true);
       EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
       EXPECT_GE(u.outputWidth, 1u);

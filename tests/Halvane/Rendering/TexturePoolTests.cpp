@@ -11,16 +11,14 @@
 namespace halvane {
 namespace {
 
-using platform::gpu::PixelFormat;
-using platform::gpu::StorageMode;
-using platform::gpu::TextureDescriptor;
+using namespace platform::gpu;
 
 // A texture with no GPU behind it: the pool only looks at sizes and identity.
-class FakeTexture : public platform::gpu::Texture {
+class FakeTexture : public Texture {
  public:
   explicit FakeTexture(const TextureDescriptor& descriptor) : descriptor_(descriptor) {}
-  static std::shared_ptr<platform::gpu::Texture> make(uint32_t width, uint32_t height,
-                                                      StorageMode storage = StorageMode::privateStorage, uint32_t usage = 3) {
+  static std::shared_ptr<Texture> make(uint32_t width, uint32_t height,
+                                       StorageMode storage = StorageMode::privateStorage, uint32_t usage = 3) {
     return std::make_shared<FakeTexture>(TextureDescriptor{width, height, PixelFormat::bgra8Unorm, storage, usage});
   }
   uint32_t width() const override { return descriptor_.width; }
@@ -28,8 +26,8 @@ class FakeTexture : public platform::gpu::Texture {
   PixelFormat pixelFormat() const override { return descriptor_.pixelFormat; }
   StorageMode storageMode() const override { return descriptor_.storageMode; }
   uint32_t usage() const override { return descriptor_.usage; }
-  void getBytes(void*, size_t, platform::gpu::Region) const override {}
-  void replaceRegion(platform::gpu::Region, const void*, size_t) override {}
+  void getBytes(void*, size_t, Region) const override {}
+  void replaceRegion(Region, const void*, size_t) override {}
 
  private:
   TextureDescriptor descriptor_;
@@ -39,10 +37,9 @@ struct CountingAllocator {
   std::shared_ptr<std::atomic<int>> calls = std::make_shared<std::atomic<int>>(0);
   std::shared_ptr<std::atomic<bool>> fails = std::make_shared<std::atomic<bool>>(false);
   TexturePool::Allocator allocator() const {
-    return [calls = calls, fails = fails](const TextureDescriptor& descriptor) -> std::shared_ptr<platform::gpu::Texture> {
+    return [calls = calls, fails = fails](const TextureDescriptor& descriptor) -> std::shared_ptr<Texture> {
       ++*calls;
-      if (*fails) return nullptr;
-      return std::make_shared<FakeTexture>(descriptor);
+      return *fails ? nullptr : std::make_shared<FakeTexture>(descriptor);
     };
   }
 };
@@ -90,7 +87,7 @@ TEST(TexturePool, ReusesLastInFirstOutRegardlessOfUsageAndNeverHandsOutShared) {
 
 TEST(TexturePool, KeepsAtMostFourAndNeverTheSameTextureTwice) {
   TexturePool pool(CountingAllocator().allocator());
-  std::vector<std::shared_ptr<platform::gpu::Texture>> textures;
+  std::vector<std::shared_ptr<Texture>> textures;
   for (int i = 0; i < 5; ++i) textures.push_back(FakeTexture::make(4, 4));
   pool.release(textures[0]);
   pool.release(textures[0]);
@@ -106,27 +103,23 @@ TEST(TexturePool, ConcurrentAcquireAndReleaseNeverShareATexture) {
   // Who holds what, kept apart from the pool: a texture handed to a second holder
   // before the first gave it back is a collision.
   std::mutex heldLock;
-  std::set<const platform::gpu::Texture*> held;
+  std::set<const Texture*> held;
   std::atomic<int> collisions = 0;
+  auto locked = [&](auto change) {
+    std::lock_guard lock(heldLock);
+    change();
+  };
   auto worker = [&] {
     for (int i = 0; i < 2000; ++i) {
       auto texture = pool.acquire(16, 16, PixelFormat::bgra8Unorm, 3);
-      {
-        std::lock_guard lock(heldLock);
-        if (!held.insert(texture.get()).second) ++collisions;
-      }
+      locked([&] { if (!held.insert(texture.get()).second) ++collisions; });
       std::this_thread::yield();  // hold it a moment while the others run
-      {
-        std::lock_guard lock(heldLock);
-        held.erase(texture.get());
-      }
+      locked([&] { held.erase(texture.get()); });
       pool.release(std::move(texture));
     }
   };
-  std::thread a(worker), b(worker), c(worker);
-  a.join();
-  b.join();
-  c.join();
+  std::thread threads[] = {std::thread(worker), std::thread(worker), std::thread(worker)};
+  for (auto& thread : threads) thread.join();
   EXPECT_EQ(collisions, 0);
   EXPECT_LE(pool.pooledCount("16x16_80_2"), TexturePool::maxTexturesPerKey);
 }
