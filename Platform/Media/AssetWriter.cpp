@@ -575,8 +575,13 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   // past its lookahead buffers on pictures 48 pixels wide or narrower with it on.
   av_opt_set(encoder->priv_data, "preset", "fast", 0);
   av_opt_set(encoder->priv_data, "x265-params", "log-level=none:bframes=0:cutree=0", 0);
-  if (settings.quality) {
-    av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(*settings.quality), 0);
+  // A picture padded up to x265's smallest takes constant quality whatever was asked:
+  // at such sizes a bit rate means little, and there libx265 3.5 reads memory it does
+  // not own; at an average bit rate a few processes in a hundred wrote wrong colours,
+  // at constant quality none did.
+  const bool padded = coded.width != settings.width || coded.height != settings.height;
+  if (settings.quality || padded) {
+    av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(settings.quality.value_or(1.0)), 0);
   } else if (settings.averageBitRate > 0) {
     encoder->bit_rate = settings.averageBitRate;
   }

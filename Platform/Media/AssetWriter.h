@@ -42,7 +42,8 @@ enum class AssetWriterStatus { unknown = 0, writing = 1, completed = 2, failed =
 struct VideoEncoderSettings {
   int width = 0;   // even
   int height = 0;  // even
-  // Average bit rate in bits per second (libx265's ABR mode), used without `quality`.
+  // Average bit rate in bits per second (libx265's ABR mode), used without `quality`,
+  // except for a picture under 16 pixels on a side, which always takes constant quality.
   std::int64_t averageBitRate = 0;
   // Constant quality from 0 to 1; wins over the bit rate. Mapped onto x265's constant
   // rate factor (see AssetWriter.cpp).
