@@ -3,9 +3,10 @@
 // One pixel of the colour pass: sharpness and clarity on the input, the pointwise
 // adjustments, the look blended by its intensity, then the vignette.
 //
-// The includer defines COLOR_WIDE(p, y): the WideBlur around pixel coordinates p (pixel
-// centres at half-integers) of luma y, from the wide level (ColorWide.glsl) blended
-// bilinearly: the colour blur, and a * y + b for the luma.
+// The includer defines COLOR_WIDE(p, y, glows): the WideBlur around pixel coordinates p
+// (pixel centres at half-integers) of luma y, from the wide level (ColorWide.glsl)
+// blended bilinearly: a * y + b for the luma, and the colour blur, which only a glowing
+// look reads (without it the includer may leave the colour out).
 #include "ColorLooks.glsl"
 
 // Binomial 3 by 3 blur (1 2 1 / 2 4 2 / 1 2 1, over 16) of the neighbourhood's luma,
@@ -23,7 +24,7 @@ vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
   bool lookOn = usesLook(p);
   Look k = lookTable(lookOn ? p.filterType : 0u);
   WideBlur around = WideBlur(luma(center), center);
-  if (needsWide(p, k)) around = COLOR_WIDE(pos, luma(center));
+  if (needsWide(p, k)) around = COLOR_WIDE(pos, luma(center), lookOn && k.fx.glow > 0.0);
 
   vec3 c = center;
   float y = luma(center);

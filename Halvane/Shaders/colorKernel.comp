@@ -27,11 +27,8 @@ ColorParams params;
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
-// Whether the frame's look glows, the one reader of the colour blur: without it the
-// blur's four reads are left out.
-bool wideColorRead = false;
-
-WideBlur wideAt(vec2 p, float y) {
+// The colour blur's four reads are made only when the look glows.
+WideBlur wideAt(vec2 p, float y, bool glows) {
   ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
   vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
   vec2 cell = floor(t);
@@ -41,13 +38,13 @@ WideBlur wideAt(vec2 p, float y) {
   vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
                mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
   vec4 c = vec4(0.0);
-  if (wideColorRead) {
+  if (glows) {
     c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
             mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
   }
   return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
 }
-#define COLOR_WIDE(p, y) wideAt(p, y)
+#define COLOR_WIDE(p, y, glows) wideAt(p, y, glows)
 #include "ColorPixel.glsl"
 
 void main() {
@@ -71,7 +68,6 @@ void main() {
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                        u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
                        u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
-  wideColorRead = usesLook(params) && lookTable(params.filterType).fx.glow > 0.0;
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
   vec4 center = texelFetch(inputTexture, pos, 0);

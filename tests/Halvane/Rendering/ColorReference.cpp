@@ -101,7 +101,7 @@ inline WideBlur sampleWide(vec2 p, float y) {
   return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), rgbOf(c));
 }
 
-#define COLOR_WIDE(p, y) sampleWide(p, y)
+#define COLOR_WIDE(p, y, glows) sampleWide(p, y)
 #include "Halvane/Shaders/ColorPixel.glsl"
 #undef COLOR_WIDE
 
