@@ -40,10 +40,6 @@ std::string defaultPipelineCachePath() {
   return error ? std::string() : (folder / "pipeline-cache.bin").string();
 }
 
-platform::Unexpected<GpuError> failure(GpuError::Kind kind, std::string message) {
-  return platform::unexpected(GpuError{kind, std::move(message)});
-}
-
 }  // namespace
 
 std::shared_ptr<RenderingEngine> RenderingEngine::create(RenderingEngineOptions options) {
@@ -78,36 +74,39 @@ RenderingEngine::~RenderingEngine() {
 
 platform::Expected<void, GpuError> RenderingEngine::start(RenderingEngineOptions options) {
   using Kind = GpuError::Kind;
+  // A step's error, its kind kept and its message led by what failed.
+  auto failed = [](const std::string& what, const GpuError& error) {
+    return gpuFailure(error.kind, what + ": " + error.message);
+  };
   auto deviceOptions = options.device;
   deviceOptions.pipelineCachePath =
       options.pipelineCachePath.empty() ? defaultPipelineCachePath() : options.pipelineCachePath;
   auto device = Device::createSystemDefault(deviceOptions);
-  if (!device) return failure(device.error().kind, "no GPU device could be created: " + device.error().message);
+  if (!device) return failed("no GPU device could be created", device.error());
   metalDevice_ = *device;
   commandQueue_ = metalDevice_->newCommandQueue();
-  if (!commandQueue_) return failure(Kind::driverFailed, "no GPU command queue could be created");
+  if (!commandQueue_) return gpuFailure(Kind::driverFailed, "no GPU command queue could be created");
   texturePool_ = options.textureAllocator ? std::make_shared<TexturePool>(options.textureAllocator)
                                           : std::make_shared<TexturePool>(metalDevice_);
   supportsNonUniformThreadgroups_ = metalDevice_->capabilities().supportsNonUniformThreadgroups;
 
   const auto bundle = findBundle();
-  if (!bundle) return failure(Kind::unreadableLibrary, "unable to find bundle named Halvane_Halvane");
+  if (!bundle) return gpuFailure(Kind::unreadableLibrary, "unable to find bundle named Halvane_Halvane");
   auto library = metalDevice_->newLibrary(*bundle);
-  if (!library) return failure(library.error().kind, "unable to load the kernel library: " + library.error().message);
+  if (!library) return failed("unable to load the kernel library", library.error());
   library_ = *library;
   for (const char* name : {"geometryKernel", "colorKernel", "focusKernel"}) {
-    if (!library_->hasFunction(name)) return failure(Kind::missingFunction, std::string("missing kernel ") + name);
+    if (!library_->hasFunction(name)) return gpuFailure(Kind::missingFunction, std::string("missing kernel ") + name);
   }
   auto geometry = metalDevice_->newComputePipelineState(library_, "geometryKernel");
-  if (!geometry) return failure(geometry.error().kind, "unable to make the geometry pipeline: " + geometry.error().message);
+  if (!geometry) return failed("unable to make the geometry pipeline", geometry.error());
   geometryPipeline_ = *geometry;
   colorVariants_ = std::make_unique<ColorKernelVariants>(metalDevice_, library_);
   auto colorWide = ColorWidePass::make(metalDevice_, library_, texturePool_);
-  if (!colorWide)
-    return failure(colorWide.error().kind, "unable to make the colour pass's wide level: " + colorWide.error().message);
+  if (!colorWide) return failed("unable to make the colour pass's wide level", colorWide.error());
   colorWide_ = *colorWide;
   auto focusPass = FocusPass::make(metalDevice_, library_, texturePool_);
-  if (!focusPass) return failure(focusPass.error().kind, "unable to make the focus pass: " + focusPass.error().message);
+  if (!focusPass) return failed("unable to make the focus pass", focusPass.error());
   focusPass_ = *focusPass;
 
   RenderPipelineDescriptor display;
@@ -116,8 +115,7 @@ platform::Expected<void, GpuError> RenderingEngine::start(RenderingEngineOptions
   display.fragmentFunction = "displayFragment";
   display.colorPixelFormat = PixelFormat::bgra8Unorm;
   auto displayPipeline = metalDevice_->newRenderPipelineState(display);
-  if (!displayPipeline)
-    return failure(displayPipeline.error().kind, "unable to make the display pipeline: " + displayPipeline.error().message);
+  if (!displayPipeline) return failed("unable to make the display pipeline", displayPipeline.error());
   displayPipeline_ = *displayPipeline;
   return {};
 }
@@ -273,9 +271,9 @@ platform::Expected<platform::media::Image, GpuError> RenderingEngine::renderToIm
     const std::shared_ptr<Texture>& source, const EditState& state, const std::vector<uint8_t>& colorSpace,
     bool finalOutput) {
   using Kind = GpuError::Kind;
-  if (!source) return failure(Kind::invalidArgument, "there is no picture to render");
+  if (!source) return gpuFailure(Kind::invalidArgument, "there is no picture to render");
   auto commandBuffer = commandQueue_->commandBuffer();
-  if (!commandBuffer) return failure(Kind::driverFailed, "the GPU took no more work");
+  if (!commandBuffer) return gpuFailure(Kind::driverFailed, "the GPU took no more work");
   const bool isDefault = state.isDefault();
   auto result = isDefault ? source : processTexture(source, state, *commandBuffer, finalOutput);
   auto readable = encodeHostReadableCopy(*metalDevice_, *commandBuffer, result);
@@ -283,10 +281,10 @@ platform::Expected<platform::media::Image, GpuError> RenderingEngine::renderToIm
   commandBuffer->waitUntilCompleted();
   if (!isDefault && result != source) texturePool_->release(result);
   if (commandBuffer->status() != CommandBufferStatus::completed)
-    return failure(Kind::driverFailed, "the GPU failed: " + commandBuffer->errorMessage());
-  if (!readable) return failure(Kind::driverFailed, "the GPU could not hold a readable copy of the picture");
+    return gpuFailure(Kind::driverFailed, "the GPU failed: " + commandBuffer->errorMessage());
+  if (!readable) return gpuFailure(Kind::driverFailed, "the GPU could not hold a readable copy of the picture");
   auto image = readImage(*readable, colorSpace);
-  if (!image) return failure(Kind::driverFailed, "the picture could not be read back from the GPU");
+  if (!image) return gpuFailure(Kind::driverFailed, "the picture could not be read back from the GPU");
   return std::move(*image);
 }
 

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+#include "Platform/Base/Expected.h"
+
 namespace platform::gpu {
 
 enum class PixelFormat : uint32_t { bgra8Unorm = 80 };
@@ -62,6 +64,11 @@ struct GpuError {
   Kind kind;
   std::string message;
 };
+
+// The failure of a call that returns Expected<T, GpuError>.
+inline Unexpected<GpuError> gpuFailure(GpuError::Kind kind, std::string message) {
+  return unexpected(GpuError{kind, std::move(message)});
+}
 
 enum class DeviceKind { discrete, integrated, virtualGpu, cpu, other };
 

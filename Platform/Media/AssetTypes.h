@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+#include "Platform/Base/Expected.h"
+
 namespace platform::media {
 
 // value / timescale seconds. A timescale of 0 marks an invalid time.
@@ -71,5 +73,10 @@ struct MediaError {
 
   const std::string& localizedDescription() const { return message; }
 };
+
+// The failure of a call that returns Expected<T, MediaError>.
+inline Unexpected<MediaError> mediaFailure(MediaError::Code code, std::string message) {
+  return unexpected(MediaError{code, std::move(message)});
+}
 
 }  // namespace platform::media

@@ -352,14 +352,6 @@ using detail::WriterCore;
 using detail::WriterInputState;
 using detail::kVideoTimeBase;
 
-namespace {
-
-platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> failure(MediaError::Code code, std::string text) {
-  return platform::unexpected(MediaError{code, std::move(text)});
-}
-
-}  // namespace
-
 // --- input ---
 
 MediaType AssetWriterInput::mediaType() const {
@@ -546,11 +538,12 @@ AssetWriter::~AssetWriter() {
 platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::addVideoInput(
     const VideoEncoderSettings& settings) {
   std::lock_guard lock(core_->stateMutex);
-  if (core_->status != AssetWriterStatus::unknown) return failure(MediaError::Code::invalidState, "Writing has begun");
+  if (core_->status != AssetWriterStatus::unknown)
+    return mediaFailure(MediaError::Code::invalidState, "Writing has begun");
   if (settings.width <= 0 || settings.height <= 0 || settings.width % 2 || settings.height % 2)
-    return failure(MediaError::Code::invalidArgument, "HEVC video needs an even width and height");
+    return mediaFailure(MediaError::Code::invalidArgument, "HEVC video needs an even width and height");
   const AVCodec* codec = avcodec_find_encoder_by_name("libx265");
-  if (!codec) return failure(MediaError::Code::encodeFailed, "This FFmpeg has no libx265 encoder");
+  if (!codec) return mediaFailure(MediaError::Code::encodeFailed, "This FFmpeg has no libx265 encoder");
   auto input = std::make_shared<WriterInputState>();
   input->core = core_;
   input->kind = InputKind::video;
@@ -589,7 +582,7 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (status < 0)
     return platform::unexpected(av::error(MediaError::Code::encodeFailed, "Cannot open the HEVC encoder", status));
   input->stream = avformat_new_stream(core_->format.get(), nullptr);
-  if (!input->stream) return failure(MediaError::Code::encodeFailed, "Out of memory");
+  if (!input->stream) return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   input->stream->time_base = encoder->time_base;
   avcodec_parameters_from_context(input->stream->codecpar, encoder);
   if (coded.width != settings.width || coded.height != settings.height) {
@@ -605,10 +598,11 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   input->frame->format = encoder->pix_fmt;
   input->frame->width = encoder->width;
   input->frame->height = encoder->height;
-  if (av_frame_get_buffer(input->frame.get(), 0) < 0) return failure(MediaError::Code::encodeFailed, "Out of memory");
+  if (av_frame_get_buffer(input->frame.get(), 0) < 0)
+    return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   input->sws.reset(sws_getContext(settings.width, settings.height, AV_PIX_FMT_BGRA, settings.width, settings.height,
                                   AV_PIX_FMT_YUV420P, SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
-  if (!input->sws) return failure(MediaError::Code::encodeFailed, "Cannot convert frames for the encoder");
+  if (!input->sws) return mediaFailure(MediaError::Code::encodeFailed, "Cannot convert frames for the encoder");
   // BGRA (full range) into limited-range BT.709, as the stream is tagged.
   sws_setColorspaceDetails(input->sws.get(), sws_getCoefficients(SWS_CS_ITU709), 1, sws_getCoefficients(SWS_CS_ITU709),
                            0, 0, 1 << 16, 1 << 16);
@@ -622,11 +616,12 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
 platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::addAudioInput(
     const AudioEncoderSettings& settings) {
   std::lock_guard lock(core_->stateMutex);
-  if (core_->status != AssetWriterStatus::unknown) return failure(MediaError::Code::invalidState, "Writing has begun");
+  if (core_->status != AssetWriterStatus::unknown)
+    return mediaFailure(MediaError::Code::invalidState, "Writing has begun");
   if (settings.sampleRate <= 0 || settings.channels <= 0 || settings.bitRate <= 0)
-    return failure(MediaError::Code::invalidArgument, "Bad audio settings");
+    return mediaFailure(MediaError::Code::invalidArgument, "Bad audio settings");
   const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_AAC);
-  if (!codec) return failure(MediaError::Code::encodeFailed, "This FFmpeg has no AAC encoder");
+  if (!codec) return mediaFailure(MediaError::Code::encodeFailed, "This FFmpeg has no AAC encoder");
   auto input = std::make_shared<WriterInputState>();
   input->core = core_;
   input->kind = InputKind::aac;
@@ -644,11 +639,11 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (status < 0)
     return platform::unexpected(av::error(MediaError::Code::encodeFailed, "Cannot open the AAC encoder", status));
   input->stream = avformat_new_stream(core_->format.get(), nullptr);
-  if (!input->stream) return failure(MediaError::Code::encodeFailed, "Out of memory");
+  if (!input->stream) return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   input->stream->time_base = encoder->time_base;
   avcodec_parameters_from_context(input->stream->codecpar, encoder);
   input->fifo.reset(av_audio_fifo_alloc(encoder->sample_fmt, settings.channels, 4096));
-  if (!input->fifo) return failure(MediaError::Code::encodeFailed, "Out of memory");
+  if (!input->fifo) return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   core_->inputs.push_back(input);
   auto result = std::shared_ptr<AssetWriterInput>(new AssetWriterInput());
   result->state_ = input;
@@ -658,16 +653,18 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
 platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::addAudioPassthroughInput(
     const AudioFormatDescription& hint) {
   std::lock_guard lock(core_->stateMutex);
-  if (core_->status != AssetWriterStatus::unknown) return failure(MediaError::Code::invalidState, "Writing has begun");
+  if (core_->status != AssetWriterStatus::unknown)
+    return mediaFailure(MediaError::Code::invalidState, "Writing has begun");
   if (!hint.codecParameters || !hint.codecParameters->get())
-    return failure(MediaError::Code::invalidArgument, "The format description has no codec parameters");
+    return mediaFailure(MediaError::Code::invalidArgument, "The format description has no codec parameters");
   if (!av::movieCarriesAudioPackets(hint.codecParameters->get()->codec_id))
-    return failure(MediaError::Code::invalidArgument, "A QuickTime movie cannot carry " + hint.codec + " sound as it is");
+    return mediaFailure(MediaError::Code::invalidArgument,
+                        "A QuickTime movie cannot carry " + hint.codec + " sound as it is");
   auto input = std::make_shared<WriterInputState>();
   input->core = core_;
   input->kind = InputKind::passthrough;
   input->stream = avformat_new_stream(core_->format.get(), nullptr);
-  if (!input->stream) return failure(MediaError::Code::encodeFailed, "Out of memory");
+  if (!input->stream) return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   avcodec_parameters_copy(input->stream->codecpar, hint.codecParameters->get());
   input->stream->codecpar->codec_tag = 0;  // the muxer picks this container's tag
   const int rate = input->stream->codecpar->sample_rate;

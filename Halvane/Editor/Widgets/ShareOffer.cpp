@@ -21,26 +21,25 @@ std::string suggestedFileName(const ShareOffer& offer) {
 platform::Expected<void, platform::media::MediaError> copyFileAtomically(const std::filesystem::path& from,
                                                                          const std::filesystem::path& to) {
   using Code = platform::media::MediaError::Code;
-  auto failure = [](Code code, std::string message) {
-    return platform::unexpected(platform::media::MediaError{code, std::move(message)});
-  };
+  using platform::media::mediaFailure;
   std::error_code error;
   if (std::filesystem::equivalent(from, to, error))
-    return failure(Code::invalidArgument, "the file cannot be saved over itself");
+    return mediaFailure(Code::invalidArgument, "the file cannot be saved over itself");
   std::ifstream in(from, std::ios::binary);
-  if (!in) return failure(Code::openFailed, "cannot read " + from.string());
+  if (!in) return mediaFailure(Code::openFailed, "cannot read " + from.string());
   auto partial = platform::media::TemporaryFile::createBeside(to);
-  if (!partial) return failure(Code::writeFailed, "cannot write in " + to.parent_path().string());
+  if (!partial) return mediaFailure(Code::writeFailed, "cannot write in " + to.parent_path().string());
   std::vector<char> chunk(1 << 16);
   while (in) {
     in.read(chunk.data(), std::streamsize(chunk.size()));
     if (in.gcount() > 0 && !partial->writeAll(chunk.data(), std::size_t(in.gcount())))
-      return failure(Code::writeFailed, "writing " + to.string() + " failed");
+      return mediaFailure(Code::writeFailed, "writing " + to.string() + " failed");
   }
-  if (in.bad() || !partial->syncAndClose()) return failure(Code::writeFailed, "writing " + to.string() + " failed");
+  if (in.bad() || !partial->syncAndClose())
+    return mediaFailure(Code::writeFailed, "writing " + to.string() + " failed");
   // The user chose the name in the dialog, which asked before replacing.
   if (!partial->moveOnto(to, platform::media::ExistingFile::replace))
-    return failure(Code::writeFailed, "cannot replace " + to.string());
+    return mediaFailure(Code::writeFailed, "cannot replace " + to.string());
   return {};
 }
 

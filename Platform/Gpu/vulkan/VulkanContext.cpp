@@ -112,12 +112,6 @@ HostBuffer::~HostBuffer() {
   if (buffer_) vkDestroyBuffer(device_, buffer_, nullptr);
 }
 
-namespace {
-platform::Unexpected<GpuError> setUpFailure(GpuError::Kind kind, std::string message) {
-  return platform::unexpected(GpuError{kind, std::move(message)});
-}
-}  // namespace
-
 platform::Expected<std::shared_ptr<Context>, GpuError> Context::create(const DeviceOptions& options) {
   std::shared_ptr<Context> context(new Context());
   if (auto ready = context->initialize(options); !ready) return platform::unexpected(ready.error());
@@ -163,7 +157,7 @@ Context::SetUp Context::createInstance(const DeviceOptions& options) {
   uint32_t loaderVersion = VK_API_VERSION_1_0;
   vkEnumerateInstanceVersion(&loaderVersion);
   if (loaderVersion < VK_API_VERSION_1_2) {
-    return setUpFailure(GpuError::Kind::noDevice, "the Vulkan loader does not support Vulkan 1.2");
+    return gpuFailure(GpuError::Kind::noDevice, "the Vulkan loader does not support Vulkan 1.2");
   }
 
   std::vector<const char*> layers;
@@ -211,7 +205,7 @@ Context::SetUp Context::createInstance(const DeviceOptions& options) {
   if (validation) info.pNext = &debugInfo;
   VkResult result = vkCreateInstance(&info, nullptr, &instance_);
   if (result != VK_SUCCESS) {
-    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateInstance failed: " + describe(result));
+    return gpuFailure(GpuError::Kind::driverFailed, "vkCreateInstance failed: " + describe(result));
   }
   if (validation) {
     auto create = reinterpret_cast<PFN_vkCreateDebugUtilsMessengerEXT>(
@@ -228,7 +222,7 @@ Context::SetUp Context::pickPhysicalDevice(const std::string& preference) {
   std::vector<VkPhysicalDevice> devices(count);
   vkEnumeratePhysicalDevices(instance_, &count, devices.data());
   if (devices.empty()) {
-    return setUpFailure(GpuError::Kind::noDevice, "no Vulkan device");
+    return gpuFailure(GpuError::Kind::noDevice, "no Vulkan device");
   }
 
   auto typeOf = [](VkPhysicalDevice device) {
@@ -241,11 +235,11 @@ Context::SetUp Context::pickPhysicalDevice(const std::string& preference) {
   if (!preference.empty() && std::all_of(preference.begin(), preference.end(), ::isdigit)) {
     size_t index = std::stoul(preference);
     if (index >= devices.size()) {
-      return setUpFailure(GpuError::Kind::noDevice, "no Vulkan device with index " + preference);
+      return gpuFailure(GpuError::Kind::noDevice, "no Vulkan device with index " + preference);
     }
     std::string why = unsuitability(devices[index]);
     if (!why.empty()) {
-      return setUpFailure(GpuError::Kind::noDevice, "device " + preference + " cannot be used: " + why);
+      return gpuFailure(GpuError::Kind::noDevice, "device " + preference + " cannot be used: " + why);
     }
     chosen = devices[index];
   } else {
@@ -254,7 +248,7 @@ Context::SetUp Context::pickPhysicalDevice(const std::string& preference) {
     else if (preference == "integrated") wanted = VK_PHYSICAL_DEVICE_TYPE_INTEGRATED_GPU;
     else if (preference == "cpu") wanted = VK_PHYSICAL_DEVICE_TYPE_CPU;
     else if (!preference.empty()) {
-      return setUpFailure(GpuError::Kind::noDevice, "unknown device preference \"" + preference +
+      return gpuFailure(GpuError::Kind::noDevice, "unknown device preference \"" + preference +
                                                          "\" (discrete, integrated, cpu or an index)");
     }
     // Default order: discrete, integrated, virtual, CPU, other.
@@ -284,7 +278,7 @@ Context::SetUp Context::pickPhysicalDevice(const std::string& preference) {
       }
     }
     if (!chosen) {
-      return setUpFailure(GpuError::Kind::noDevice, (preference.empty() ? std::string("no usable Vulkan device")
+      return gpuFailure(GpuError::Kind::noDevice, (preference.empty() ? std::string("no usable Vulkan device")
                                                                        : "no usable " + preference + " device") +
                                                          reasons);
     }
@@ -330,13 +324,13 @@ Context::SetUp Context::createDevice() {
   info.ppEnabledExtensionNames = extensions.data();
   VkResult result = vkCreateDevice(physicalDevice_, &info, nullptr, &device_);
   if (result != VK_SUCCESS) {
-    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateDevice failed: " + describe(result));
+    return gpuFailure(GpuError::Kind::driverFailed, "vkCreateDevice failed: " + describe(result));
   }
   vkGetDeviceQueue(device_, queueFamily_, 0, &queue_);
   cmdPushDescriptorSet_ =
       reinterpret_cast<PFN_vkCmdPushDescriptorSetKHR>(vkGetDeviceProcAddr(device_, "vkCmdPushDescriptorSetKHR"));
   if (!cmdPushDescriptorSet_) {
-    return setUpFailure(GpuError::Kind::noDevice, "vkCmdPushDescriptorSetKHR is missing");
+    return gpuFailure(GpuError::Kind::noDevice, "vkCmdPushDescriptorSetKHR is missing");
   }
   return {};
 }
@@ -349,7 +343,7 @@ Context::SetUp Context::createSharedObjects() {
   semaphore.pNext = &timelineType;
   VkResult result = vkCreateSemaphore(device_, &semaphore, nullptr, &timeline_);
   if (result != VK_SUCCESS) {
-    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateSemaphore failed: " + describe(result));
+    return gpuFailure(GpuError::Kind::driverFailed, "vkCreateSemaphore failed: " + describe(result));
   }
 
   VkSamplerCreateInfo sampler{VK_STRUCTURE_TYPE_SAMPLER_CREATE_INFO};
@@ -362,7 +356,7 @@ Context::SetUp Context::createSharedObjects() {
   sampler.maxLod = 0.0f;
   result = vkCreateSampler(device_, &sampler, nullptr, &sampler_);
   if (result != VK_SUCCESS) {
-    return setUpFailure(GpuError::Kind::driverFailed, "vkCreateSampler failed: " + describe(result));
+    return gpuFailure(GpuError::Kind::driverFailed, "vkCreateSampler failed: " + describe(result));
   }
 
   // One render pass per load and store action. They differ only in those, so they are
@@ -411,7 +405,7 @@ Context::SetUp Context::createSharedObjects() {
       info.pDependencies = dependencies;
       result = vkCreateRenderPass(device_, &info, nullptr, &renderPasses_[l][s]);
       if (result != VK_SUCCESS) {
-        return setUpFailure(GpuError::Kind::driverFailed, "vkCreateRenderPass failed: " + describe(result));
+        return gpuFailure(GpuError::Kind::driverFailed, "vkCreateRenderPass failed: " + describe(result));
       }
     }
   }

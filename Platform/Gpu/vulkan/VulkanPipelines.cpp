@@ -12,10 +12,6 @@ namespace {
 
 using Kind = GpuError::Kind;
 
-platform::Unexpected<GpuError> failure(Kind kind, std::string message) {
-  return platform::unexpected(GpuError{kind, std::move(message)});
-}
-
 std::string describeBinding(const ShaderResource& r) {
   std::string text = "binding " + std::to_string(r.binding);
   if (!r.name.empty()) text += " (" + r.name + ")";
@@ -39,7 +35,7 @@ platform::Expected<std::shared_ptr<LibraryImpl>, GpuError> LibraryImpl::load(con
   namespace fs = std::filesystem;
   std::error_code code;
   if (!fs::is_directory(path, code)) {
-    return failure(Kind::unreadableLibrary, "no shader bundle folder at " + path);
+    return gpuFailure(Kind::unreadableLibrary, "no shader bundle folder at " + path);
   }
   auto library = std::make_shared<LibraryImpl>();
   library->path_ = path;
@@ -49,24 +45,24 @@ platform::Expected<std::shared_ptr<LibraryImpl>, GpuError> LibraryImpl::load(con
     std::vector<char> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
     const std::string name = entry.path().stem().string();
     if (!file.good() && !file.eof()) {
-      return failure(Kind::unreadableLibrary, "cannot read " + entry.path().string());
+      return gpuFailure(Kind::unreadableLibrary, "cannot read " + entry.path().string());
     }
     if (bytes.size() % 4 != 0) {
-      return failure(Kind::unreadableLibrary,
-                     entry.path().string() + " is not a SPIR-V module (its size is not a multiple of 4)");
+      return gpuFailure(Kind::unreadableLibrary,
+                        entry.path().string() + " is not a SPIR-V module (its size is not a multiple of 4)");
     }
     ShaderFunction function;
     function.code.resize(bytes.size() / 4);
     std::copy(bytes.begin(), bytes.end(), reinterpret_cast<char*>(function.code.data()));
     auto interface = reflectSpirv(function.code);
     if (!interface) {
-      return failure(Kind::unreadableLibrary, entry.path().string() + ": " + interface.error().message);
+      return gpuFailure(Kind::unreadableLibrary, entry.path().string() + ": " + interface.error().message);
     }
     function.interface = std::move(*interface);
     library->functions_.emplace(name, std::move(function));
   }
   if (code) {
-    return failure(Kind::unreadableLibrary, "cannot list " + path + ": " + code.message());
+    return gpuFailure(Kind::unreadableLibrary, "cannot list " + path + ": " + code.message());
   }
   return library;
 }
@@ -100,7 +96,7 @@ platform::Expected<void, GpuError> PipelineBase::createLayout() {
       case ResourceKind::uniformBlock: binding.descriptorType = VK_DESCRIPTOR_TYPE_UNIFORM_BUFFER; break;
       case ResourceKind::sampledTexture: binding.descriptorType = VK_DESCRIPTOR_TYPE_COMBINED_IMAGE_SAMPLER; break;
       case ResourceKind::storageTexture: binding.descriptorType = VK_DESCRIPTOR_TYPE_STORAGE_IMAGE; break;
-      case ResourceKind::unsupported: return failure(Kind::unsupportedShader, b.name + ": an unsupported binding");
+      case ResourceKind::unsupported: return gpuFailure(Kind::unsupportedShader, b.name + ": an unsupported binding");
     }
     bindings.push_back(binding);
   }
@@ -111,14 +107,14 @@ platform::Expected<void, GpuError> PipelineBase::createLayout() {
   set.pBindings = bindings.data();
   VkResult result = vkCreateDescriptorSetLayout(device, &set, nullptr, &setLayout_);
   if (result != VK_SUCCESS) {
-    return failure(Kind::driverFailed, "vkCreateDescriptorSetLayout failed: " + describe(result));
+    return gpuFailure(Kind::driverFailed, "vkCreateDescriptorSetLayout failed: " + describe(result));
   }
   VkPipelineLayoutCreateInfo layout{VK_STRUCTURE_TYPE_PIPELINE_LAYOUT_CREATE_INFO};
   layout.setLayoutCount = 1;
   layout.pSetLayouts = &setLayout_;
   result = vkCreatePipelineLayout(device, &layout, nullptr, &layout_);
   if (result != VK_SUCCESS) {
-    return failure(Kind::driverFailed, "vkCreatePipelineLayout failed: " + describe(result));
+    return gpuFailure(Kind::driverFailed, "vkCreatePipelineLayout failed: " + describe(result));
   }
   return {};
 }
@@ -129,7 +125,7 @@ platform::Expected<VkShaderModule, GpuError> PipelineBase::createModule(const Sh
   info.pCode = function.code.data();
   VkShaderModule module = VK_NULL_HANDLE;
   VkResult result = vkCreateShaderModule(context_->device(), &info, nullptr, &module);
-  if (result != VK_SUCCESS) return failure(Kind::driverFailed, "vkCreateShaderModule failed: " + describe(result));
+  if (result != VK_SUCCESS) return gpuFailure(Kind::driverFailed, "vkCreateShaderModule failed: " + describe(result));
   return module;
 }
 
@@ -138,18 +134,18 @@ platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipeli
     const std::vector<FunctionConstant>& constants) {
   auto* impl = dynamic_cast<LibraryImpl*>(library.get());
   if (!impl) {
-    return failure(Kind::invalidArgument, "no library");
+    return gpuFailure(Kind::invalidArgument, "no library");
   }
   const ShaderFunction* function = impl->function(functionName);
   if (!function) {
-    return failure(Kind::missingFunction, "no function named " + functionName + " in " + impl->path());
+    return gpuFailure(Kind::missingFunction, "no function named " + functionName + " in " + impl->path());
   }
   const ShaderInterface& shader = function->interface;
   if (shader.stage != ShaderStage::compute) {
-    return failure(Kind::missingFunction, functionName + " is not a compute shader");
+    return gpuFailure(Kind::missingFunction, functionName + " is not a compute shader");
   }
   if (shader.readsFormatlessStorageImage && !context->supportsFormatlessStorageRead()) {
-    return failure(Kind::unsupportedShader, functionName +
+    return gpuFailure(Kind::unsupportedShader, functionName +
                                                 " reads a storage image without format, which this device "
                                                 "cannot; read inputs through a sampler2D");
   }
@@ -160,20 +156,20 @@ platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipeli
   for (const ShaderResource& r : shader.resources) {
     std::string where = functionName + ": " + describeBinding(r);
     if (r.kind == ResourceKind::unsupported) {
-      return failure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
+      return gpuFailure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
     }
     if (r.set != 0) {
-      return failure(Kind::unsupportedShader,
-                     where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
+      return gpuFailure(Kind::unsupportedShader,
+                        where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
     }
     bool isTexture = r.kind != ResourceKind::uniformBlock;
     if (!isTexture && r.binding >= kMaxComputeBytes) {
-      return failure(Kind::unsupportedShader,
-                     where + ": uniform blocks go at bindings 0 to 7 (setBytes index = binding)");
+      return gpuFailure(Kind::unsupportedShader,
+                        where + ": uniform blocks go at bindings 0 to 7 (setBytes index = binding)");
     }
     if (isTexture && (r.binding < kFirstTextureBinding || r.binding >= kFirstTextureBinding + kMaxTextures)) {
-      return failure(Kind::unsupportedShader,
-                     where + ": textures go at bindings 8 to 23 (setTexture index = binding - 8)");
+      return gpuFailure(Kind::unsupportedShader,
+                        where + ": textures go at bindings 8 to 23 (setTexture index = binding - 8)");
     }
     pipeline->bindings_.push_back({r.binding, r.kind, VK_SHADER_STAGE_COMPUTE_BIT, r.blockSize, r.name});
   }
@@ -209,7 +205,7 @@ platform::Expected<std::shared_ptr<ComputePipelineImpl>, GpuError> ComputePipeli
   vkDestroyShaderModule(context->device(), module, nullptr);
   if (result != VK_SUCCESS) {
     pipeline->pipeline_ = VK_NULL_HANDLE;
-    return failure(Kind::driverFailed, functionName + ": vkCreateComputePipelines failed: " + describe(result));
+    return gpuFailure(Kind::driverFailed, functionName + ": vkCreateComputePipelines failed: " + describe(result));
   }
   context->notePipelineCreated(feedback.cacheHit());
   return pipeline;
@@ -219,23 +215,23 @@ platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipeline
     const std::shared_ptr<Context>& context, const RenderPipelineDescriptor& descriptor) {
   auto* impl = dynamic_cast<LibraryImpl*>(descriptor.library.get());
   if (!impl) {
-    return failure(Kind::invalidArgument, "no library");
+    return gpuFailure(Kind::invalidArgument, "no library");
   }
   if (descriptor.colorPixelFormat != PixelFormat::bgra8Unorm) {
-    return failure(Kind::invalidArgument, "the colour format must be BGRA8 unorm (80)");
+    return gpuFailure(Kind::invalidArgument, "the colour format must be BGRA8 unorm (80)");
   }
   const ShaderFunction* vertex = impl->function(descriptor.vertexFunction);
   const ShaderFunction* fragment = impl->function(descriptor.fragmentFunction);
   if (!vertex || !fragment) {
-    return failure(Kind::missingFunction, "no function named " +
+    return gpuFailure(Kind::missingFunction, "no function named " +
                                               (vertex ? descriptor.fragmentFunction : descriptor.vertexFunction) +
                                               " in " + impl->path());
   }
   if (vertex->interface.stage != ShaderStage::vertex) {
-    return failure(Kind::missingFunction, descriptor.vertexFunction + " is not a vertex shader");
+    return gpuFailure(Kind::missingFunction, descriptor.vertexFunction + " is not a vertex shader");
   }
   if (fragment->interface.stage != ShaderStage::fragment) {
-    return failure(Kind::missingFunction, descriptor.fragmentFunction + " is not a fragment shader");
+    return gpuFailure(Kind::missingFunction, descriptor.fragmentFunction + " is not a fragment shader");
   }
 
   std::shared_ptr<RenderPipelineImpl> pipeline(new RenderPipelineImpl(context));
@@ -251,23 +247,23 @@ platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipeline
     for (const ShaderResource& r : stage.function->interface.resources) {
       std::string where = stage.name + ": " + describeBinding(r);
       if (r.kind == ResourceKind::unsupported) {
-        return failure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
+        return gpuFailure(Kind::unsupportedShader, where + ": " + r.unsupportedReason);
       }
       if (r.set != 0) {
-        return failure(Kind::unsupportedShader,
-                       where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
+        return gpuFailure(Kind::unsupportedShader,
+                          where + " is in descriptor set " + std::to_string(r.set) + "; only set 0 is used");
       }
       if (r.kind == ResourceKind::uniformBlock) {
         uint32_t first = isVertex ? 0 : kFirstFragmentBytesBinding;
         if (r.binding < first || r.binding >= first + kMaxStageBytes) {
-          return failure(Kind::unsupportedShader,
-                         where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
-                                           : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
+          return gpuFailure(Kind::unsupportedShader,
+                            where + (isVertex ? ": vertex bytes go at bindings 0 to 3"
+                                              : ": fragment bytes go at bindings 4 to 7 (index + 4)"));
         }
       } else if (isVertex || r.kind != ResourceKind::sampledTexture) {
-        return failure(Kind::unsupportedShader, where + ": render pipelines take only sampler2D fragment textures");
+        return gpuFailure(Kind::unsupportedShader, where + ": render pipelines take only sampler2D fragment textures");
       } else if (r.binding < kFirstTextureBinding || r.binding >= kFirstTextureBinding + kMaxTextures) {
-        return failure(Kind::unsupportedShader, where + ": fragment textures go at bindings 8 to 23 (index + 8)");
+        return gpuFailure(Kind::unsupportedShader, where + ": fragment textures go at bindings 8 to 23 (index + 8)");
       }
       pipeline->bindings_.push_back({r.binding, r.kind, static_cast<VkShaderStageFlags>(stage.flag), r.blockSize, r.name});
     }
@@ -339,7 +335,7 @@ platform::Expected<std::shared_ptr<RenderPipelineImpl>, GpuError> RenderPipeline
   for (VkShaderModule m : modules) vkDestroyShaderModule(context->device(), m, nullptr);
   if (result != VK_SUCCESS) {
     pipeline->pipeline_ = VK_NULL_HANDLE;
-    return failure(Kind::driverFailed, "vkCreateGraphicsPipelines failed: " + describe(result));
+    return gpuFailure(Kind::driverFailed, "vkCreateGraphicsPipelines failed: " + describe(result));
   }
   context->notePipelineCreated(feedback.cacheHit());
   return pipeline;
