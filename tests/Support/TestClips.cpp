@@ -1,23 +1,19 @@
 #include "Support/TestClips.h"
 
-extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
-#include <libavutil/channel_layout.h>
-#include <libavutil/display.h>
-#include <libavutil/error.h>
-#include <libavutil/opt.h>
-#include <libswscale/swscale.h>
-}
-
+// The clips are written and read back by FFmpeg's own command-line tools, so the
+// engine's reader is tested on files from a writer independent of its code.
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
+#include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "Platform/Media/Asset.h"
 
@@ -27,229 +23,110 @@ using namespace platform::media;
 
 namespace {
 
-// The clip makers and readers stop at the first FFmpeg failure with its text.
-void avCheck(int status, const char* what) {
-  if (status >= 0) return;
-  char text[AV_ERROR_MAX_STRING_SIZE] = {};
-  av_strerror(status, text, sizeof text);
-  throw std::runtime_error(std::string(what) + ": " + text);
-}
-
 struct Bgra {
   std::uint8_t b, g, r;
 };
 // Red top left, green top right, blue bottom left, white bottom right.
 constexpr Bgra kQuadrants[2][2] = {{{0, 0, 255}, {0, 255, 0}}, {{255, 0, 0}, {255, 255, 255}}};
 
+std::string quoted(const std::string& text) {
+  std::string out = "'";
+  for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return out + "'";
+}
+
+// Runs ffmpeg or ffprobe and returns what it wrote on standard output; a tool that fails
+// stops the test with the tool's own message.
+std::string runTool(const std::vector<std::string>& arguments) {
+  static std::atomic<int> calls = 0;
+  const std::string errors = temporaryFolder() + "/tool-" + std::to_string(++calls) + ".log";
+  std::string command = arguments.front() + " -v error";
+  for (std::size_t i = 1; i < arguments.size(); ++i) command += " " + quoted(arguments[i]);
+  command += " </dev/null 2>" + quoted(errors);
+  FILE* pipe = ::popen(command.c_str(), "r");
+  if (!pipe) throw std::runtime_error("cannot start " + arguments.front());
+  std::string output;
+  char buffer[1 << 16];
+  for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, count);
+  const int status = ::pclose(pipe);
+  const std::string message = fileContents(errors);
+  std::filesystem::remove(errors);
+  if (status != 0) throw std::runtime_error(command + " failed: " + message);
+  return output;
+}
+
+nlohmann::json probe(const std::string& path, const std::vector<std::string>& options) {
+  std::vector<std::string> arguments{"ffprobe", "-of", "json"};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  arguments.push_back(path);
+  return nlohmann::json::parse(runTool(arguments));
+}
+
 // --- writing ---
 
-struct Encoder {
-  AVCodecContext* context = nullptr;
-  AVStream* stream = nullptr;
-  ~Encoder() { avcodec_free_context(&context); }
-};
-
-void drain(AVFormatContext* format, Encoder& encoder, const AVFrame* frame) {
-  avCheck(avcodec_send_frame(encoder.context, frame), "send frame");
-  for (AVPacket* packet = av_packet_alloc();; av_packet_unref(packet)) {
-    if (avcodec_receive_packet(encoder.context, packet) != 0) return av_packet_free(&packet);
-    // Video packets come without a duration; the last frame needs one to count in the
-    // movie's length.
-    if (packet->duration == 0 && encoder.context->codec_type == AVMEDIA_TYPE_VIDEO) packet->duration = 1;
-    av_packet_rescale_ts(packet, encoder.context->time_base, encoder.stream->time_base);
-    packet->stream_index = encoder.stream->index;
-    avCheck(av_interleaved_write_frame(format, packet), "write packet");
-  }
+// The upright pattern of frame N as a lavfi graph: the bars show N's bits 0 to 7 from the
+// left, then the frames are turned back by the clip's quarter turns for storage.
+std::string videoSource(const ClipDescription& clip, const std::string& pixelFormat) {
+  const std::string bar = "gte(Y,floor(H*3/8))*lt(Y,floor(H*5/8))";
+  const std::string level = "255*mod(floor(N/pow(2,min(7,floor(X*8/W)))),2)";
+  const std::string right = "gte(X,floor(W/2))", bottom = "gte(Y,floor(H/2))";
+  auto channel = [&](const std::string& quadrants) { return "'if(" + bar + "," + level + ",255*" + quadrants + ")'"; };
+  const char* turnBack[] = {"", ",transpose=cclock", ",hflip,vflip", ",transpose=clock"};
+  return "nullsrc=s=" + std::to_string(clip.width) + "x" + std::to_string(clip.height) +
+         ":r=" + std::to_string(clip.fps) + ",trim=end_frame=" + std::to_string(clip.frames) +
+         ",format=gbrp,geq=r=" + channel("eq(" + right + "," + bottom + ")") + ":g=" + channel(right) +
+         ":b=" + channel(bottom) + turnBack[clip.quarterTurns % 4] + ",scale=flags=neighbor,format=" + pixelFormat;
 }
 
-// The matrix of a QuickTime track header (a, b, u, c, d, v, tx, ty, w; 16.16 but for
-// u, v, w at 2.30), with the translation a phone writes beside the turn.
-void setDisplayMatrix(AVStream* stream, int quarterTurns, int storedWidth, int storedHeight) {
+// The tone on every channel, as long as the video.
+std::string audioSource(const ClipDescription& clip) {
+  std::string tone = std::to_string(clip.toneAmplitude) + "*sin(2*PI*440*t)", tones = tone;
+  for (int c = 1; c < clip.channels; ++c) tones += "|" + tone;
+  return "aevalsrc=" + tones + ":s=" + std::to_string(clip.sampleRate) +
+         ",atrim=end_sample=" + std::to_string(std::int64_t(clip.sampleRate) * clip.frames / clip.fps);
+}
+
+// ffmpeg 5.1 writes no display matrix for an encoded stream (its `rotate` tag is gone
+// and -display_rotation came later), so the matrix of the video track's header is set
+// here: a, b, u, c, d, v, tx, ty, w (16.16 but for u, v, w at 2.30), with the
+// translation a phone writes beside the turn. The header is the one with a picture size.
+void setDisplayMatrix(const std::string& path, int quarterTurns, int storedWidth, int storedHeight) {
   constexpr std::int32_t one = 1 << 16;
-  std::int32_t matrix[9] = {};
-  av_display_rotation_set(matrix, 90.0 * quarterTurns);
-  if (quarterTurns == 1) matrix[6] = storedHeight * one;
-  if (quarterTurns == 2) matrix[6] = storedWidth * one, matrix[7] = storedHeight * one;
-  if (quarterTurns == 3) matrix[7] = storedWidth * one;
-#if LIBAVCODEC_VERSION_INT >= AV_VERSION_INT(60, 31, 102)
-  AVPacketSideData* side =
-      av_packet_side_data_new(&stream->codecpar->coded_side_data, &stream->codecpar->nb_coded_side_data,
-                              AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix, 0);
-  std::memcpy(side->data, matrix, sizeof matrix);
-#else
-  std::memcpy(av_stream_new_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, sizeof matrix), matrix, sizeof matrix);
-#endif
-}
-
-// Opens the configured encoder and adds its stream.
-void addStream(AVFormatContext* format, Encoder& encoder, const AVCodec* codec, AVRational timeBase) {
-  encoder.context->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
-  avCheck(avcodec_open2(encoder.context, codec, nullptr), "open encoder");
-  encoder.stream = avformat_new_stream(format, nullptr);
-  encoder.stream->time_base = timeBase;
-  avCheck(avcodec_parameters_from_context(encoder.stream->codecpar, encoder.context), "stream parameters");
-}
-
-void openVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip, int storedWidth,
-               int storedHeight) {
-  const AVCodec* codec = avcodec_find_encoder_by_name("libx264");
-  if (!codec) throw std::runtime_error("no libx264");
-  AVCodecContext* video = encoder.context = avcodec_alloc_context3(codec);
-  video->width = storedWidth, video->height = storedHeight;
-  // 4:2:0 needs even sides; odd ones go 4:4:4.
-  video->pix_fmt = (storedWidth % 2 || storedHeight % 2) ? AV_PIX_FMT_YUV444P : AV_PIX_FMT_YUV420P;
-  video->time_base = AVRational{1, clip.fps}, video->framerate = AVRational{clip.fps, 1};
-  video->gop_size = video->keyint_min = 10, video->max_b_frames = 2;
-  for (const auto& [key, value] :
-       {std::pair{"preset", "ultrafast"}, {"x264-params", "scenecut=0:log=-1"}, {"crf", "10"}})
-    av_opt_set(video->priv_data, key, value, 0);
-  addStream(format, encoder, codec, AVRational{1, 600 * clip.fps});
-  if (const int turns = (clip.quarterTurns % 4 + 4) % 4)
-    setDisplayMatrix(encoder.stream, turns, storedWidth, storedHeight);
-}
-
-void openAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
-  const bool pcm = clip.audio == ClipAudio::pcm;
-  const bool opus = clip.audio == ClipAudio::opus;
-  const AVCodec* codec = opus ? avcodec_find_encoder_by_name("libopus")
-                              : avcodec_find_encoder(pcm ? AV_CODEC_ID_PCM_S16LE : AV_CODEC_ID_AAC);
-  if (!codec) throw std::runtime_error("no audio encoder for the clip");
-  AVCodecContext* audio = encoder.context = avcodec_alloc_context3(codec);
-  audio->sample_rate = clip.sampleRate, audio->time_base = AVRational{1, clip.sampleRate};
-  av_channel_layout_default(&audio->ch_layout, clip.channels);
-  // Opus takes interleaved float, the same layout as planar for one channel.
-  audio->sample_fmt = pcm ? AV_SAMPLE_FMT_S16 : opus ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_FLTP;
-  audio->bit_rate = pcm ? 0 : 64000 * clip.channels;
-  addStream(format, encoder, codec, AVRational{1, clip.sampleRate});
-}
-
-void writeVideo(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
-  AVCodecContext* video = encoder.context;
-  AVFrame* frame = av_frame_alloc();
-  frame->format = video->pix_fmt, frame->width = video->width, frame->height = video->height;
-  avCheck(av_frame_get_buffer(frame, 0), "video frame");
-  SwsContext* sws = sws_getContext(video->width, video->height, AV_PIX_FMT_BGRA, video->width, video->height,
-                                   video->pix_fmt, SWS_POINT, nullptr, nullptr, nullptr);
-  for (int n = 0; n < clip.frames; ++n) {
-    // Stored turned back, so that the display matrix turns it upright again.
-    const PixelBuffer stored = turned(patternFrame(clip.width, clip.height, n), 4 - clip.quarterTurns % 4);
-    avCheck(av_frame_make_writable(frame), "writable frame");
-    const std::uint8_t* source[4] = {stored.data(), nullptr, nullptr, nullptr};
-    const int strides[4] = {int(stored.bytesPerRow()), 0, 0, 0};
-    sws_scale(sws, source, strides, 0, stored.height(), frame->data, frame->linesize);
-    frame->pts = n;
-    drain(format, encoder, frame);
+  const std::int32_t turns[4][4] = {{one, 0, 0, one}, {0, one, -one, 0}, {-one, 0, 0, -one}, {0, -one, one, 0}};
+  const auto [a, b, c, d] = turns[quarterTurns];
+  const std::int32_t tx = quarterTurns == 1 ? storedHeight * one : quarterTurns == 2 ? storedWidth * one : 0;
+  const std::int32_t ty = quarterTurns == 2 ? storedHeight * one : quarterTurns == 3 ? storedWidth * one : 0;
+  const std::int32_t matrix[9] = {a, b, 0, c, d, 0, tx, ty, 1 << 30};
+  std::string bytes = fileContents(path);
+  for (std::size_t at = bytes.find("tkhd", bytes.find("moov")); at != std::string::npos;
+       at = bytes.find("tkhd", at + 1)) {
+    if (bytes.compare(at + 80, 8, std::string(8, '\0')) == 0) continue;  // a sound track's: no size
+    for (int i = 0; i < 9; ++i)
+      for (int k = 0; k < 4; ++k) bytes[at + 44 + 4 * i + k] = char(std::uint32_t(matrix[i]) >> (24 - 8 * k));
+    std::ofstream(path, std::ios::binary) << bytes;
+    return;
   }
-  drain(format, encoder, nullptr);
-  sws_freeContext(sws);
-  av_frame_free(&frame);
-}
-
-void writeAudio(AVFormatContext* format, Encoder& encoder, const ClipDescription& clip) {
-  AVCodecContext* audio = encoder.context;
-  const int frameSize = audio->frame_size > 0 ? audio->frame_size : 1024;
-  const std::int64_t total = std::int64_t(clip.sampleRate) * clip.frames / clip.fps;
-  AVFrame* frame = av_frame_alloc();
-  frame->format = audio->sample_fmt, frame->sample_rate = audio->sample_rate, frame->nb_samples = frameSize;
-  avCheck(av_channel_layout_copy(&frame->ch_layout, &audio->ch_layout), "layout");
-  avCheck(av_frame_get_buffer(frame, 0), "audio frame");
-  for (std::int64_t start = 0; start < total; start += frameSize) {
-    avCheck(av_frame_make_writable(frame), "writable frame");
-    frame->nb_samples = int(std::min<std::int64_t>(frameSize, total - start));
-    for (int i = 0; i < frame->nb_samples; ++i) {
-      const float value = clip.toneAmplitude * float(std::sin(2 * M_PI * 440 * double(start + i) / clip.sampleRate));
-      for (int c = 0; c < clip.channels; ++c) {
-        if (clip.audio == ClipAudio::pcm)
-          reinterpret_cast<std::int16_t*>(frame->data[0])[i * clip.channels + c] = std::int16_t(value * 32767);
-        else
-          reinterpret_cast<float*>(frame->data[c])[i] = value;
-      }
-    }
-    frame->pts = start;
-    drain(format, encoder, frame);
-  }
-  drain(format, encoder, nullptr);
-  av_frame_free(&frame);
+  throw std::runtime_error("no video track header in " + path);
 }
 
 void generate(const std::string& path, const ClipDescription& clip) {
-  av_log_set_level(AV_LOG_ERROR);
-  AVFormatContext* format = nullptr;
-  const char* container = clip.audio == ClipAudio::opus ? "mp4" : "mov";
-  avCheck(avformat_alloc_output_context2(&format, nullptr, container, path.c_str()), "output");
   const bool sideways = clip.quarterTurns % 2 != 0;
   const int storedWidth = sideways ? clip.height : clip.width, storedHeight = sideways ? clip.width : clip.height;
-  Encoder video, audio;
-  const bool hasAudio = clip.audio != ClipAudio::none;
-  if (hasAudio && clip.audioFirst) openAudio(format, audio, clip);
-  openVideo(format, video, clip, storedWidth, storedHeight);
-  if (hasAudio && !clip.audioFirst) openAudio(format, audio, clip);
-  avCheck(avio_open(&format->pb, path.c_str(), AVIO_FLAG_WRITE), "open file");
-  avCheck(avformat_write_header(format, nullptr), "header");
-  writeVideo(format, video, clip);
-  if (hasAudio) writeAudio(format, audio, clip);
-  avCheck(av_write_trailer(format), "trailer");
-  avio_closep(&format->pb);
-  avformat_free_context(format);
-}
-
-// --- reading ---
-
-struct Input {
-  AVFormatContext* format = nullptr;
-  explicit Input(const std::string& path) {
-    avCheck(avformat_open_input(&format, path.c_str(), nullptr, nullptr), "open input");
-    avCheck(avformat_find_stream_info(format, nullptr), "stream info");
+  // 4:2:0 needs even sides; odd ones go 4:4:4.
+  const std::string video = videoSource(clip, storedWidth % 2 || storedHeight % 2 ? "yuv444p" : "yuv420p");
+  std::vector<std::string> arguments{"ffmpeg", "-y", "-f", "lavfi", "-i", video};
+  if (clip.audio != ClipAudio::none) {
+    const char* codecs[] = {"", "aac", "pcm_s16le", "libopus"};
+    arguments.insert(arguments.end(), {"-f", "lavfi", "-i", audioSource(clip), "-map", clip.audioFirst ? "1:a" : "0:v",
+                                       "-map", clip.audioFirst ? "0:v" : "1:a", "-c:a", codecs[int(clip.audio)]});
+    if (clip.audio != ClipAudio::pcm)
+      arguments.insert(arguments.end(), {"-b:a", std::to_string(64000 * clip.channels)});
   }
-  ~Input() { avformat_close_input(&format); }
-  int best(AVMediaType type) const { return av_find_best_stream(format, type, -1, -1, nullptr, 0); }
-};
-
-// Hands every packet of `streamIndex` on, in file order, while the handler returns true;
-// true when all were handed on.
-bool forEachPacket(Input& input, int streamIndex, const std::function<bool(const AVPacket*)>& handle) {
-  AVPacket* packet = av_packet_alloc();
-  bool more = true;
-  while (more && av_read_frame(input.format, packet) >= 0) {
-    if (packet->stream_index == streamIndex) more = handle(packet);
-    av_packet_unref(packet);
-  }
-  av_packet_free(&packet);
-  return more;
-}
-
-// Feeds every packet of `streamIndex` to a decoder and hands each decoded frame on; the
-// handler returns false to stop.
-void decodeStream(Input& input, int streamIndex, const std::function<bool(AVFrame*)>& handle) {
-  const AVStream* stream = input.format->streams[streamIndex];
-  const AVCodec* codec = avcodec_find_decoder(stream->codecpar->codec_id);
-  if (!codec) throw std::runtime_error("no decoder");
-  std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> decoder(
-      avcodec_alloc_context3(codec), [](AVCodecContext* c) { avcodec_free_context(&c); });
-  avCheck(avcodec_parameters_to_context(decoder.get(), stream->codecpar), "decoder parameters");
-  decoder->pkt_timebase = stream->time_base;
-  avCheck(avcodec_open2(decoder.get(), codec, nullptr), "open decoder");
-  AVFrame* frame = av_frame_alloc();
-  bool more = true;
-  auto decode = [&](const AVPacket* packet) {
-    avcodec_send_packet(decoder.get(), packet);
-    while (more && avcodec_receive_frame(decoder.get(), frame) == 0) {
-      more = handle(frame);
-      av_frame_unref(frame);
-    }
-    return more;
-  };
-  if (forEachPacket(input, streamIndex, decode)) decode(nullptr);
-  av_frame_free(&frame);
-}
-
-// swscale's packed-RGB writers work in blocks of pixels and may write past the end of
-// a row; the last row needs room after it.
-PixelBuffer paddedBuffer(int width, int height) {
-  const std::size_t bytesPerRow = (std::size_t(width) * 4 + 63) / 64 * 64;
-  std::shared_ptr<std::uint8_t> memory(new std::uint8_t[bytesPerRow * std::size_t(height + 1)](),
-                                       std::default_delete<std::uint8_t[]>());
-  return PixelBuffer(width, height, bytesPerRow, memory);
+  arguments.insert(arguments.end(), {"-c:v", "libx264", "-preset", "ultrafast", "-crf", "10", "-g", "10", "-keyint_min",
+                                     "10", "-bf", "2", "-x264-params", "scenecut=0:log=-1", "-video_track_timescale",
+                                     std::to_string(600 * clip.fps), path});
+  runTool(arguments);
+  if (clip.quarterTurns % 4) setDisplayMatrix(path, clip.quarterTurns % 4, storedWidth, storedHeight);
 }
 
 Bgra pixelAt(const PixelBuffer& frame, int x, int y) {
@@ -343,89 +220,86 @@ double meanLevel(const PixelBuffer& frame) {
   return meanDifference(frame, PixelBuffer::allocate(frame.width(), frame.height()));  // from black
 }
 
+namespace {
+
+// ffprobe writes some numbers as text and leaves out those a stream lacks.
+std::int64_t numberAt(const nlohmann::json& object, const char* key) {
+  if (!object.contains(key)) return 0;
+  const auto& value = object[key];
+  return value.is_string() ? std::stoll(value.get<std::string>()) : value.get<std::int64_t>();
+}
+
+}  // namespace
+
 MovieFacts probeMovie(const std::string& path) {
-  Input input(path);
-  MovieFacts facts;
-  facts.formatName = input.format->iformat->name;
-  for (unsigned i = 0; i < input.format->nb_streams; ++i) {
-    const AVStream* stream = input.format->streams[i];
-    const AVCodecParameters* parameters = stream->codecpar;
-    char tag[AV_FOURCC_MAX_STRING_SIZE] = {};
-    av_fourcc_make_string(tag, parameters->codec_tag);
-    const bool matrix = av_stream_get_side_data(stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr) != nullptr;
-    const StreamFacts streamFacts(avcodec_get_name(parameters->codec_id), tag, parameters->width, parameters->height,
-                                  matrix, parameters->sample_rate, parameters->ch_layout.nb_channels,
-                                  parameters->bit_rate);
-    if (parameters->codec_type == AVMEDIA_TYPE_VIDEO) facts.video.push_back(streamFacts);
-    if (parameters->codec_type == AVMEDIA_TYPE_AUDIO) facts.audio.push_back(streamFacts);
+  const auto info = probe(path, {"-show_entries",
+                                 "format=format_name:stream=codec_type,codec_name,codec_tag_string,"
+                                 "width,height,sample_rate,channels,bit_rate:stream_side_data=rotation"});
+  MovieFacts facts{info["format"]["format_name"], {}, {}};
+  for (const auto& stream : info["streams"]) {
+    StreamFacts streamFacts{stream.value("codec_name", "none"), stream["codec_tag_string"],
+                            int(numberAt(stream, "width")), int(numberAt(stream, "height"))};
+    for (const auto& side : stream.value("side_data_list", nlohmann::json::array())) {
+      if (!side.contains("rotation")) continue;
+      streamFacts.hasDisplayMatrix = true;
+      // ffprobe's angle is anticlockwise: its -90 is one clockwise quarter turn.
+      streamFacts.quarterTurns = int(std::lround(-side["rotation"].get<double>() / 90) % 4 + 4) % 4;
+    }
+    streamFacts.sampleRate = int(numberAt(stream, "sample_rate"));
+    streamFacts.channels = int(numberAt(stream, "channels"));
+    streamFacts.bitRate = numberAt(stream, "bit_rate");
+    if (stream["codec_type"] == "video") facts.video.push_back(streamFacts);
+    if (stream["codec_type"] == "audio") facts.audio.push_back(streamFacts);
   }
   return facts;
 }
 
-int displayQuarterTurns(const std::string& path) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_VIDEO);
-  const auto* matrix = index < 0 ? nullptr
-                                 : reinterpret_cast<const int32_t*>(av_stream_get_side_data(
-                                       input.format->streams[index], AV_PKT_DATA_DISPLAYMATRIX, nullptr));
-  if (!matrix) return 0;
-  // The angle read here is anticlockwise: ffprobe's -90 is one clockwise quarter turn.
-  return int(std::lround(-av_display_rotation_get(matrix) / 90.0) % 4 + 4) % 4;
-}
-
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_AUDIO);
+  const auto info = probe(path, {"-select_streams", "a:0", "-show_data", "-show_entries", "packet=data"});
   std::vector<std::vector<std::uint8_t>> packets;
-  if (index >= 0)
-    forEachPacket(input, index,
-                  [&](const AVPacket* p) { return packets.emplace_back(p->data, p->data + p->size), true; });
+  for (const auto& packet : info.value("packets", nlohmann::json::array())) {
+    // A hex dump: per line an offset, up to sixteen bytes in groups of two, the bytes as text.
+    std::istringstream lines(packet["data"].get<std::string>());
+    auto& bytes = packets.emplace_back();
+    for (std::string line; std::getline(lines, line);) {
+      std::string digits;
+      for (char c : line.substr(std::min<std::size_t>(line.size(), 10), 39))
+        if (c != ' ') digits += c;
+      for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+        bytes.push_back(std::stoi(digits.substr(i, 2), nullptr, 16));
+    }
+  }
   return packets;
 }
 
 std::vector<float> decodedAudio(const std::string& path) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_AUDIO);
-  std::vector<float> samples;
-  if (index < 0) return samples;
-  decodeStream(input, index, [&](AVFrame* frame) {
-    const auto format = AVSampleFormat(frame->format);
-    if (format != AV_SAMPLE_FMT_FLTP && format != AV_SAMPLE_FMT_FLT && format != AV_SAMPLE_FMT_S16)
-      throw std::runtime_error("unexpected sample format");
-    const int channels = frame->ch_layout.nb_channels;
-    const bool planar = av_sample_fmt_is_planar(format);
-    for (int i = 0; i < frame->nb_samples; ++i) {
-      for (int c = 0; c < channels; ++c) {
-        const std::uint8_t* plane = frame->data[planar ? c : 0];
-        const int at = planar ? i : i * channels + c;
-        samples.push_back(format == AV_SAMPLE_FMT_S16 ? reinterpret_cast<const std::int16_t*>(plane)[at] / 32768.0f
-                                                      : reinterpret_cast<const float*>(plane)[at]);
-      }
-    }
-    return true;
-  });
+  const std::string bytes = runTool({"ffmpeg", "-i", path, "-map", "0:a:0", "-f", "f32le", "-"});
+  std::vector<float> samples(bytes.size() / sizeof(float));
+  std::memcpy(samples.data(), bytes.data(), samples.size() * sizeof(float));
   return samples;
 }
 
 std::vector<PixelBuffer> decodedFrames(const std::string& path, int limit) {
-  Input input(path);
-  const int index = input.best(AVMEDIA_TYPE_VIDEO);
+  if (limit <= 0) return {};
+  // The first frames in display order come from the first packets but for the reorder depth.
+  const auto info = probe(path, {"-select_streams", "v:0", "-read_intervals", "%+#" + std::to_string(limit + 16ll),
+                                 "-show_entries", "stream=time_base:frame=best_effort_timestamp,width,height"});
+  const std::string pixels =
+      runTool({"ffmpeg", "-noautorotate", "-i", path, "-map", "0:v:0", "-frames:v", std::to_string(limit), "-fps_mode",
+               "passthrough", "-sws_flags", "bilinear", "-pix_fmt", "bgra", "-f", "rawvideo", "-"});
+  const std::string base = info["streams"][0]["time_base"];  // "1/18000"
+  const std::int64_t ticks = std::stoll(base), scale = std::stoll(base.substr(base.find('/') + 1));
   std::vector<PixelBuffer> frames;
-  if (index < 0 || limit <= 0) return frames;
-  const AVRational base = input.format->streams[index]->time_base;
-  SwsContext* sws = nullptr;
-  decodeStream(input, index, [&](AVFrame* frame) {
-    sws = sws_getCachedContext(sws, frame->width, frame->height, AVPixelFormat(frame->format), frame->width,
-                               frame->height, AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr, nullptr);
-    PixelBuffer out = paddedBuffer(frame->width, frame->height);
-    out.setPresentationTime({frame->best_effort_timestamp * base.num, base.den});
-    std::uint8_t* planes[4] = {out.data(), nullptr, nullptr, nullptr};
-    const int strides[4] = {int(out.bytesPerRow()), 0, 0, 0};
-    sws_scale(sws, frame->data, frame->linesize, 0, frame->height, planes, strides);
+  std::size_t at = 0;
+  for (const auto& frame : info["frames"]) {
+    const int width = frame["width"], height = frame["height"];
+    if (int(frames.size()) == limit || at + std::size_t(width) * height * 4 > pixels.size()) break;
+    PixelBuffer out =
+        PixelBuffer::allocate(width, height, {numberAt(frame, "best_effort_timestamp") * ticks, std::int32_t(scale)});
+    for (int y = 0; y < height; ++y, at += std::size_t(width) * 4)
+      std::memcpy(out.row(y), pixels.data() + at, width * 4);
     frames.push_back(out);
-    return int(frames.size()) < limit;
-  });
-  sws_freeContext(sws);
+  }
   return frames;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// Small clips for the media and video tests, made with the FFmpeg libraries, and what
-// the tests read back from a movie. Every frame shows four coloured quadrants (red top
+// Small clips for the media and video tests, made with ffmpeg's command-line tool, and
+// what the tests read back from a movie with ffmpeg and ffprobe. Every frame shows four coloured quadrants (red top
 // left, green top right, blue bottom left, white bottom right) and, across the middle,
 // its number as eight black or white bars (bit 0 on the left), so orientation and
 // frame identity survive lossy coding. The sound is a 440 Hz tone.
@@ -54,13 +54,14 @@ platform::media::PixelBuffer turned(const platform::media::PixelBuffer& frame, i
 double meanDifference(const platform::media::PixelBuffer& a, const platform::media::PixelBuffer& b);
 double meanLevel(const platform::media::PixelBuffer& frame);
 
-// What FFmpeg reads from a written movie.
+// What ffprobe reads from a written movie.
 struct StreamFacts {
   std::string codec;
   std::string codecTag;
   int width = 0;
   int height = 0;
   bool hasDisplayMatrix = false;
+  int quarterTurns = 0;  // clockwise, as the display matrix asks
   int sampleRate = 0;
   int channels = 0;
   std::int64_t bitRate = 0;
@@ -71,8 +72,6 @@ struct MovieFacts {
   std::vector<StreamFacts> audio;
 };
 MovieFacts probeMovie(const std::string& path);
-// The clockwise quarter turns its display matrix asks for (0 without one).
-int displayQuarterTurns(const std::string& path);
 // The payload of every packet of the first audio stream, in file order.
 std::vector<std::vector<std::uint8_t>> audioPackets(const std::string& path);
 // The first audio stream decoded to float samples (all channels, interleaved).

@@ -96,7 +96,7 @@ TEST_P(VideoOrientationTest, TheFirstTextureIsUprightAndUnedited) {
   const int turns = GetParam();
   const auto path = makeClip("turned-" + std::to_string(turns),
                              {.width = 48, .height = 64, .quarterTurns = turns, .audio = ClipAudio::none});
-  ASSERT_EQ(displayQuarterTurns(path), turns);
+  ASSERT_EQ(probeMovie(path).video.at(0).quarterTurns, turns);
   renderer->updateEditState({.exposure = -2});
   const auto first = showFirstFrame(path);
   ASSERT_TRUE(first);

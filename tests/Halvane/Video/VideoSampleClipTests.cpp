@@ -35,7 +35,7 @@ class SampleClipTest : public testing::VideoRendererTest, public ::testing::With
   static void expectUpright(const platform::media::PixelBuffer& frame, const std::string& path) {
     const auto stored = decodedFrames(path, 1);
     ASSERT_EQ(stored.size(), 1u);
-    const int turns = displayQuarterTurns(path);
+    const int turns = probeMovie(path).video.at(0).quarterTurns;
     const double difference = meanDifference(frame, turned(stored[0], turns));
     EXPECT_LT(difference, 12);
     if (turns % 2 == 1) { EXPECT_GT(meanDifference(frame, turned(stored[0], turns + 2)), difference * 2); }
