@@ -155,20 +155,6 @@ std::string makeClip(const std::string& name, const ClipDescription& clip) {
   return path;
 }
 
-PixelBuffer patternFrame(int width, int height, int number) {
-  PixelBuffer frame = PixelBuffer::allocate(width, height);
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      const std::uint8_t level = (number >> std::min(7, x * 8 / width)) & 1 ? 255 : 0;
-      const bool bars = y >= height * 3 / 8 && y < height * 5 / 8;
-      const Bgra colour = bars ? Bgra{level, level, level} : kQuadrants[y >= height / 2][x >= width / 2];
-      std::uint8_t* p = frame.row(y) + std::size_t(x) * 4;
-      p[0] = colour.b, p[1] = colour.g, p[2] = colour.r, p[3] = 255;
-    }
-  }
-  return frame;
-}
-
 int frameNumber(const PixelBuffer& turnedFrame, int quarterTurns) {
   if (!turnedFrame) return -1;
   const PixelBuffer frame = turned(turnedFrame, 4 - quarterTurns % 4);

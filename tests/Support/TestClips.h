@@ -40,8 +40,6 @@ std::string makeClip(const std::string& name, const ClipDescription& clip);
 // A path in the temporary folder where nothing stands.
 std::string freshPath(const std::string& name);
 
-// The upright test pattern of frame `number`, as BGRA.
-platform::media::PixelBuffer patternFrame(int width, int height, int number);
 // The number a frame shows, -1 when the bars can't be read; quarterTurns says how far
 // the upright picture was turned clockwise (3 for a portrait clip's frames as stored).
 int frameNumber(const platform::media::PixelBuffer& frame, int quarterTurns = 0);

@@ -191,7 +191,7 @@ TEST(ExportVideoCommandTest, WritesAnEditedHevcMovieOverAnExistingOutputOnlyWhen
   EXPECT_EQ(facts.audio.size(), 1u);
   const auto frames = decodedFrames(output, 1);
   ASSERT_EQ(frames.size(), 1u);
-  EXPECT_LT(meanLevel(frames[0]), 0.6 * meanLevel(patternFrame(64, 48, 0)));
+  EXPECT_LT(meanLevel(frames[0]), 0.6 * meanLevel(decodedFrames(toneClip(), 1).at(0)));
   EXPECT_EQ(entriesNamed(temporaryFolder(), "cli-existing").size(), 1u);
 }
 
