@@ -15,7 +15,7 @@
 namespace platform::media {
 namespace {
 
-using test::mediaPath;
+using test::sample;
 
 using Variant = std::pair<std::string, test::Bytes>;  // a name and the damaged bytes
 
@@ -83,8 +83,8 @@ void expectProbedOrRefused(const std::filesystem::path& file) {
 // The samples of a folder, sorted, without their licences and notes.
 std::vector<std::filesystem::path> samplesIn(const std::string& folder) {
   std::vector<std::filesystem::path> samples;
-  if (!std::filesystem::is_directory(mediaPath(folder))) return samples;
-  for (const auto& entry : std::filesystem::directory_iterator(mediaPath(folder))) {
+  if (sample(folder).empty()) return samples;
+  for (const auto& entry : std::filesystem::directory_iterator(sample(folder))) {
     const auto& path = entry.path();
     const bool note =
         path.filename().string().starts_with("LICENSE") || path.extension() == ".md" || path.extension() == ".markdown";
@@ -98,7 +98,7 @@ class CorruptMedia : public testing::TestWithParam<const char*> {};
 
 TEST_P(CorruptMedia, EverySampleCutOrFlippedEndsInAPictureOrAClearError) {
   const auto samples = samplesIn(GetParam());
-  if (samples.empty()) GTEST_SKIP() << "no samples in " << mediaPath(GetParam());
+  if (samples.empty()) GTEST_SKIP() << "no samples in " << GetParam();
   std::mt19937 random(20261123);
   for (const auto& sample : samples) {
     SCOPED_TRACE(sample.filename().string());

@@ -1,5 +1,5 @@
 #pragma once
-// Helpers shared by the image codec tests: sample paths, a scratch folder, synthetic
+// Helpers shared by the image codec tests: a scratch folder, synthetic
 // images, a CPU reference of the orientation bake, and PSNR.
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -12,19 +12,11 @@
 
 #include "Platform/Media/Image.h"
 #include "Platform/Media/ImageDecoder.h"
+#include "Support/TestFiles.h"
 
 namespace platform::media::test {
 
-// HALVANE_MEDIA_DIR / relative.
-inline std::filesystem::path mediaPath(const std::string& relative) {
-  return std::filesystem::path(HALVANE_MEDIA_DIR) / relative;
-}
-
-// Skips the calling test, visibly, when a sample is missing.
-#define SKIP_IF_MISSING(path)                                                         \
-  do {                                                                                \
-    if (!std::filesystem::exists(path)) GTEST_SKIP() << "sample missing: " << (path); \
-  } while (0)
+using testsupport::sample;  // empty when the sample is missing
 
 // A fresh folder removed with everything in it when the object dies.
 class ScratchFolder {

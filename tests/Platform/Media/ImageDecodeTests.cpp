@@ -30,15 +30,15 @@ Bytes bytesOf(std::string_view text) { return {text.begin(), text.end()}; }
 // were re-encoded after their transform, so they differ by JPEG noise: the right bake
 // measures 25 to 32 dB, any wrong turn or mirror under 10 dB. 20 dB sits between.
 TEST(ExifOrientationSamples, DecodeWithTheirOrientationAndLookTheSameOnceUpright) {
-  const auto reference = mediaPath("exif-orientation/Landscape_1.jpg");
-  SKIP_IF_MISSING(reference);
+  const auto reference = sample("exif-orientation/Landscape_1.jpg");
+  if (reference.empty()) GTEST_SKIP() << "sample missing";
   const Image upright = decodeOrFail(reference);
   using enum ImageOrientation;
   const ImageOrientation expected[9] = {up,           up,    upMirrored,    down, downMirrored,
                                         leftMirrored, right, rightMirrored, left};
   for (int number = 0; number <= 8; ++number) {
     SCOPED_TRACE("EXIF " + std::to_string(number));
-    const Image image = decodeOrFail(mediaPath("exif-orientation/Landscape_" + std::to_string(number) + ".jpg"));
+    const Image image = decodeOrFail(sample("exif-orientation/Landscape_" + std::to_string(number) + ".jpg"));
     EXPECT_EQ(image.orientation, expected[number]);
     // Stored sideways for 5 to 8, so that they look landscape once turned.
     EXPECT_EQ(std::pair(image.width, image.height), number >= 5 ? std::pair(1200, 1800) : std::pair(1800, 1200));
@@ -88,8 +88,9 @@ TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
   };
   for (const auto& [file, width, height, orientation, hasProfile, opaque] : cases) {
     SCOPED_TRACE(file);
-    if (!std::filesystem::exists(mediaPath(file))) continue;
-    const Image image = decodeOrFail(mediaPath(file));
+    const auto path = sample(file);
+    if (path.empty()) continue;
+    const Image image = decodeOrFail(path);
     if (width) { EXPECT_EQ(std::pair(image.width, image.height), std::pair(width, height)); }
     EXPECT_EQ(image.orientation, orientation);
     if (hasProfile >= 0) { EXPECT_EQ(!image.iccProfile.empty(), hasProfile == 1); }
@@ -101,8 +102,8 @@ TEST(SamplePhotos, DecodeAtFullSizeWithTheirOrientation) {
 }
 
 TEST(SamplePhotos, TruncatedPngKeepsItsRowsAndShowsTheRestBlack) {
-  const auto path = mediaPath("broken/truncated_image.png");
-  SKIP_IF_MISSING(path);
+  const auto path = sample("broken/truncated_image.png");
+  if (path.empty()) GTEST_SKIP() << "sample missing";
   const Image image = decodeOrFail(path);
   ASSERT_EQ(std::pair(image.width, image.height), std::pair(640, 480));
   expectOpaqueAndSized(image);
@@ -129,8 +130,8 @@ TEST(ImageFormatSniffing, NamesEachFormatByItsBytes) {
       {std::string("\xFF\xD8", 2), ImageFormat::unknown},
   };
   for (const auto& [text, format] : cases) EXPECT_EQ(sniffImageFormat(bytesOf(text)), format) << text.size();
-  const auto path = mediaPath("photo/hopper.webp");
-  SKIP_IF_MISSING(path);
+  const auto path = sample("photo/hopper.webp");
+  if (path.empty()) GTEST_SKIP() << "sample missing";
   test::ScratchFolder folder;
   std::filesystem::copy_file(path, folder / "hopper.jpg");
   EXPECT_EQ(decodeOrFail(folder / "hopper.jpg").width, 128);
@@ -236,11 +237,11 @@ TEST(ImageDecodeErrors, EachRefusalHasItsKindAndSaysWhy) {
       {"device", [](const auto&) { return decodeImageFile("/dev/zero"); }, Kind::unreadable,
        "'/dev/zero': not a regular file"},
       {"GIF", memory(bytesOf(std::string("GIF89a\x01\x00\x01\x00", 10))), Kind::unsupportedFormat, "GIF"},
-      {"movie", [](const auto&) { return decodeImageFile(mediaPath("broken/broken.mp4")); }, Kind::unsupportedFormat,
+      {"movie", [](const auto&) { return decodeImageFile(sample("broken/broken.mp4")); }, Kind::unsupportedFormat,
        "", "broken/broken.mp4"},
       {"HEIF cut before its meta",
        [](const auto&) {
-         auto bytes = test::readBytes(mediaPath("photo/sewing-threads.heic"));
+         auto bytes = test::readBytes(sample("photo/sewing-threads.heic"));
          bytes.resize(bytes.size() / 2);
          return decodeImage(bytes);
        },
@@ -255,7 +256,7 @@ TEST(ImageDecodeErrors, EachRefusalHasItsKindAndSaysWhy) {
   };
   for (const auto& refusal : cases) {
     SCOPED_TRACE(refusal.name);
-    if (refusal.sample && !std::filesystem::exists(mediaPath(refusal.sample))) continue;
+    if (refusal.sample && sample(refusal.sample).empty()) continue;
     test::ScratchFolder folder;
     auto result = refusal.decode(folder);
     ASSERT_FALSE(result);

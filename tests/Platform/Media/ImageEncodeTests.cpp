@@ -37,8 +37,8 @@ TEST(JpegQuality, MapsZeroToOneOntoLibjpegScaleWithItsFloor) {
 }
 
 TEST(JpegWriting, Quality95KeepsOrientationAndReachesForty_dB) {
-  const auto path = mediaPath("exif-orientation/Landscape_1.jpg");
-  SKIP_IF_MISSING(path);
+  const auto path = sample("exif-orientation/Landscape_1.jpg");
+  if (path.empty()) GTEST_SKIP() << "sample missing";
   Image image = decodeOrFail(path);
   image.orientation = ImageOrientation::right;
   ScratchFolder folder;
@@ -133,8 +133,8 @@ TEST(PngWriting, RoundTripsExactlyInPremultipliedForm) {
 }
 
 TEST(PngWriting, ProfileAndOrientationRoundTrip) {
-  const auto path = mediaPath("livephoto/IMG_7943.HEIC");
-  SKIP_IF_MISSING(path);
+  const auto path = sample("livephoto/IMG_7943.HEIC");
+  if (path.empty()) GTEST_SKIP() << "sample missing";
   Image image = decodeOrFail(path);
   ASSERT_FALSE(image.iccProfile.empty());
   image.orientation = ImageOrientation::leftMirrored;

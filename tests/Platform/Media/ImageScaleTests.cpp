@@ -93,8 +93,8 @@ TEST(ImageScale, KeepsTheLabelsAndNothingToScaleGivesAnEmptyImage) {
 // same photo reduced by whole-pixel block averages, which for a 4x reduction is the
 // same operation.
 TEST(ImageScale, ThumbnailOfAPhotoMatchesBlockAverages) {
-  const auto path = test::mediaPath("photo/hopper.png");
-  SKIP_IF_MISSING(path);
+  const auto path = test::sample("photo/hopper.png");
+  if (path.empty()) GTEST_SKIP() << "sample missing";
   const Image photo = test::decodeOrFail(path);
   const Image thumbnail = scaleImage(photo, 32, 32);
   for (int y = 0; y < 32; ++y) {
