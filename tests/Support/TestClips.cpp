@@ -100,9 +100,10 @@ void setDisplayMatrix(const std::string& path, int quarterTurns, int storedWidth
   std::string bytes = fileContents(path);
   for (std::size_t at = bytes.find("tkhd", bytes.find("moov")); at != std::string::npos;
        at = bytes.find("tkhd", at + 1)) {
-    if (bytes.compare(at + 80, 8, std::string(8, '\0')) == 0) continue;  // a sound track's: no size
+    const std::size_t matrixAt = at + (bytes[at + 4] == 1 ? 56 : 44);  // after 64-bit times in version 1
+    if (bytes.compare(matrixAt + 36, 8, std::string(8, '\0')) == 0) continue;  // a sound track's: no size
     for (int i = 0; i < 9; ++i)
-      for (int k = 0; k < 4; ++k) bytes[at + 44 + 4 * i + k] = char(std::uint32_t(matrix[i]) >> (24 - 8 * k));
+      for (int k = 0; k < 4; ++k) bytes[matrixAt + 4 * i + k] = char(std::uint32_t(matrix[i]) >> (24 - 8 * k));
     std::ofstream(path, std::ios::binary) << bytes;
     return;
   }
