@@ -4,8 +4,6 @@
 // engine's reader is tested on files from a writer independent of its code.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +14,7 @@
 #include <sstream>
 
 #include "Platform/Media/Asset.h"
+#include "Support/ToolProcess.h"
 
 namespace testsupport {
 
@@ -29,30 +28,14 @@ struct Bgra {
 // Red top left, green top right, blue bottom left, white bottom right.
 constexpr Bgra kQuadrants[2][2] = {{{0, 0, 255}, {0, 255, 0}}, {{255, 0, 0}, {255, 255, 255}}};
 
-std::string quoted(const std::string& text) {
-  std::string out = "'";
-  for (char c : text) out += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return out + "'";
-}
-
 // Runs ffmpeg or ffprobe and returns what it wrote on standard output; a tool that fails
 // stops the test with the tool's own message.
 std::string runTool(const std::vector<std::string>& arguments) {
-  static std::atomic<int> calls = 0;
-  const std::string errors = temporaryFolder() + "/tool-" + std::to_string(++calls) + ".log";
-  std::string command = arguments.front() + " -v error";
-  for (std::size_t i = 1; i < arguments.size(); ++i) command += " " + quoted(arguments[i]);
-  command += " </dev/null 2>" + quoted(errors);
-  FILE* pipe = ::popen(command.c_str(), "r");
-  if (!pipe) throw std::runtime_error("cannot start " + arguments.front());
-  std::string output;
-  char buffer[1 << 16];
-  for (std::size_t count; (count = std::fread(buffer, 1, sizeof buffer, pipe)) > 0;) output.append(buffer, count);
-  const int status = ::pclose(pipe);
-  const std::string message = fileContents(errors);
-  std::filesystem::remove(errors);
-  if (status != 0) throw std::runtime_error(command + " failed: " + message);
-  return output;
+  std::vector<std::string> options{"-v", "error"};
+  options.insert(options.end(), arguments.begin() + 1, arguments.end());
+  const Finished finished = ToolProcess(arguments.front(), options).wait();
+  if (finished.exitStatus != 0) throw std::runtime_error(arguments.front() + " failed: " + finished.standardError);
+  return finished.standardOutput;
 }
 
 nlohmann::json probe(const std::string& path, const std::vector<std::string>& options) {

@@ -2,9 +2,6 @@
 // errors with their texts and causes, every terminating signal in the middle of an
 // export, and a full disk, each leaving no file.
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -13,78 +10,18 @@
 #include <vector>
 
 #include "Support/TestClips.h"
+#include "Support/ToolProcess.h"
 
 namespace {
 
 using namespace testsupport;
 
-struct Finished {
-  int exitStatus = -1;  // 128 + signal for a process killed by a signal
-  std::string standardOutput;
-  std::string standardError;
-};
-
-// The tool running in a child process, its output on pipes. With a file size limit,
-// writes beyond it fail with EFBIG, as on a full disk.
-class ToolProcess {
- public:
-  explicit ToolProcess(const std::vector<std::string>& arguments, rlim_t fileSizeLimit = RLIM_INFINITY) {
-    int out[2], err[2];
-    if (::pipe(out) != 0 || ::pipe(err) != 0) throw std::runtime_error("pipe");
-    pid_ = ::fork();
-    if (pid_ == 0) {
-      ::dup2(out[1], STDOUT_FILENO);
-      ::dup2(err[1], STDERR_FILENO);
-      ::close(out[0]), ::close(out[1]), ::close(err[0]), ::close(err[1]);
-      std::vector<char*> argv{const_cast<char*>(HALVANE_TOOL_PATH), const_cast<char*>("export-video")};
-      for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-      argv.push_back(nullptr);
-      for (int number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) ::signal(number, SIG_DFL);
-      ::alarm(120);                // a tool that hangs is stopped after two minutes: an alarm survives exec
-      ::signal(SIGXFSZ, SIG_IGN);  // a write over the limit fails instead of the process dying
-      const rlimit limit{fileSizeLimit, fileSizeLimit};
-      if (fileSizeLimit != RLIM_INFINITY) ::setrlimit(RLIMIT_FSIZE, &limit);
-      ::execv(HALVANE_TOOL_PATH, argv.data());
-      ::_exit(127);
-    }
-    ::close(out[1]), ::close(err[1]);
-    out_ = out[0], err_ = err[0];
-  }
-
-  // Reads standard output up to and including the next line.
-  std::string readLine() {
-    std::string line;
-    for (char c; ::read(out_, &c, 1) == 1 && (output_ += c, c != '\n');) line += c;
-    return line;
-  }
-
-  void signal(int number) const { ::kill(pid_, number); }
-
-  Finished wait() {
-    Finished finished{-1, output_ + drain(out_), drain(err_)};
-    int status = 0;
-    ::waitpid(pid_, &status, 0);
-    finished.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    EXPECT_FALSE(WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM) << "the tool hung and was stopped";
-    return finished;
-  }
-
- private:
-  static std::string drain(int fd) {
-    std::string text;
-    char buffer[4096];
-    for (ssize_t count; (count = ::read(fd, buffer, sizeof buffer)) > 0;) text.append(buffer, size_t(count));
-    ::close(fd);
-    return text;
-  }
-
-  pid_t pid_ = -1;
-  int out_ = -1, err_ = -1;
-  std::string output_;
-};
-
-// `halvane export-video` with the arguments, run to its end.
-Finished run(const std::vector<std::string>& arguments) { return ToolProcess(arguments).wait(); }
+// `halvane export-video` with the arguments, and run to its end.
+ToolProcess exportVideo(std::vector<std::string> arguments, rlim_t fileSizeLimit = RLIM_INFINITY) {
+  arguments.insert(arguments.begin(), "export-video");
+  return ToolProcess(HALVANE_TOOL_PATH, arguments, fileSizeLimit);
+}
+Finished run(const std::vector<std::string>& arguments) { return exportVideo(arguments).wait(); }
 
 std::string toneClip() { return makeClip("cli-tone", {}); }
 
@@ -133,7 +70,7 @@ TEST_P(TerminatingSignalTest, CancelsCleanlyAndExitsAsKilledByIt) {
   const int number = GetParam();
   const std::string name = "cli-signal-" + std::to_string(number);
   const auto output = freshPath(name + ".mov");
-  ToolProcess tool({longClip(), output});
+  ToolProcess tool = exportVideo({longClip(), output});
   const std::string started = tool.readLine();
   ASSERT_NE(started.find("exporting"), std::string::npos);
   tool.signal(number);
@@ -151,7 +88,7 @@ INSTANTIATE_TEST_SUITE_P(Signals, TerminatingSignalTest, ::testing::Values(SIGIN
 // EFBIG, the export ends at once with its cause and leaves nothing in the folder.
 TEST(ExportVideoCommandTest, AFullDiskEndsTheExportWithoutAFile) {
   const std::string folder = temporaryFolder();
-  const auto result = ToolProcess({longClip(), folder + "/full.mov"}, 128 * 1024).wait();
+  const auto result = exportVideo({longClip(), folder + "/full.mov"}, 128 * 1024).wait();
   EXPECT_EQ(result.exitStatus, 1);
   EXPECT_EQ(result.standardError.rfind("halvane export-video: Export failed: ", 0), 0u) << result.standardError;
   EXPECT_NE(result.standardError.find("File too large"), std::string::npos) << result.standardError;
