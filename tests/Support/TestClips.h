@@ -1,9 +1,10 @@
 #pragma once
 // Small clips for the media and video tests, made with ffmpeg's command-line tool, and
-// what the tests read back from a movie with ffmpeg and ffprobe. Every frame shows four coloured quadrants (red top
-// left, green top right, blue bottom left, white bottom right) and, across the middle,
-// its number as eight black or white bars (bit 0 on the left), so orientation and
-// frame identity survive lossy coding. The sound is a 440 Hz tone.
+// what the tests read back from a movie with ffmpeg and ffprobe. Every frame shows four
+// coloured quadrants (red top left, green top right, blue bottom left, white bottom
+// right) and, across the middle, its number as eight black or white bars (bit 0 on the
+// left), so orientation and frame identity survive lossy coding. The sound is a 440 Hz
+// tone.
 #include <cstdint>
 #include <string>
 #include <vector>
