@@ -69,8 +69,8 @@ std::string audioSource(const ClipDescription& clip) {
          ",atrim=end_sample=" + std::to_string(std::int64_t(clip.sampleRate) * clip.frames / clip.fps);
 }
 
-// ffmpeg 5.1 writes no display matrix for an encoded stream (its `rotate` tag is gone
-// and -display_rotation came later), so the matrix of the video track's header is set
+// ffmpeg 5.1 writes no display matrix for an encoded stream (it ignores a `rotate` tag,
+// and -display_rotation came in 6.0), so the matrix of the video track's header is set
 // here: a, b, u, c, d, v, tx, ty, w (16.16 but for u, v, w at 2.30), with the
 // translation a phone writes beside the turn. The header is the one with a picture size.
 void setDisplayMatrix(const std::string& path, int quarterTurns, int storedWidth, int storedHeight) {
