@@ -231,11 +231,7 @@ inline HalvaneConfig withPhotoPreset(PhotoExportPreset preset) {
 
 class EditorSessionTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    RenderingEngineOptions options;
-    options.device.preferredDevice = "cpu";
-    container = AppContainer::create(HalvaneConfig{}, options);
-  }
+  static void SetUpTestSuite() { container = makeContainer(); }
   static void TearDownTestSuite() { container.reset(); }
   void SetUp() override {
     platform::dispatch::MainQueue::setShared(queue);
@@ -303,6 +299,12 @@ class EditorSessionTest : public ::testing::Test {
 
   // Open sessions on the engine's own services instead of the fakes.
   bool realServices = false;
+  // A container whose engine runs on the CPU device (lavapipe).
+  static std::shared_ptr<AppContainer> makeContainer() {
+    RenderingEngineOptions options;
+    options.device.preferredDevice = "cpu";
+    return AppContainer::create({}, options);
+  }
   static inline std::shared_ptr<AppContainer> container;
   std::shared_ptr<platform::dispatch::ManualMainQueue> queue = std::make_shared<platform::dispatch::ManualMainQueue>();
   platform::dispatch::ManualDisplayLinkFactory links;

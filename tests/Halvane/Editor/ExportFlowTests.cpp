@@ -234,9 +234,7 @@ TEST_F(RealServicesTest, AVideoOpensInTrimOnceLoadedAndItsExportReachesTheHost) 
   auto session = openVideo(testsupport::makeClip("editor-session-clip", {}), config);
   ASSERT_TRUE(testsupport::pumpUntil(*queue, [&] { return session->isToolActive(); }));
   EXPECT_EQ(session->activeTool(), MediaTool::trim);
-  EditState edit = withExposure(0.5f);
-  edit.trimEnd = 0.5;
-  session->setWorkingState(edit);
+  session->setWorkingState({.exposure = 0.5f, .trimEnd = 0.5});
   panel(MediaTool::trim).onConfirm();
 
   session->shareTapped();

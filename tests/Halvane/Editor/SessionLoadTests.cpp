@@ -181,9 +181,7 @@ TEST_F(AppContainerTest, AssignmentsInOneTurnPostOnceWithTheLastValueAndOneInThe
 }
 
 TEST_F(AppContainerTest, AContainerGoneBeforeDeliveryPostsNothing) {
-  RenderingEngineOptions options;
-  options.device.preferredDevice = "cpu";
-  auto own = AppContainer::create(HalvaneConfig{}, options);
+  auto own = makeContainer();
   own->setConfiguration(withPhotoPreset(PhotoExportPreset::balanced));
   own.reset();
   queue->runPending();
@@ -195,14 +193,14 @@ TEST_F(AppContainerTest, SettingOffTheMainQueueStopsTheProgram) {
   EXPECT_DEATH(std::thread([] { container->setConfiguration(HalvaneConfig{}); }).join(), "main queue");
 }
 
-TEST(HalvaneConfig, AnEmptyRatioListIsNotNone) {
+TEST(HalvaneConfig, NoRatioListShowsTheDefaultsAndAGivenOneStandsAsGivenEvenEmpty) {
   HalvaneConfig config;
-  EXPECT_EQ(config.effectiveCropAspects().size(), 7u);
-  EXPECT_EQ(config.effectiveCropAspects()[0], (CropAspect{1, 1, "Square"}));
-  config.cropAspects = std::vector<CropAspect>{};
-  EXPECT_TRUE(config.effectiveCropAspects().empty());
-  config.cropAspects = std::vector<CropAspect>{{1188, 2208, "👻"}};
-  EXPECT_EQ(config.effectiveCropAspects()[0].width, 1188);  // never reduced
+  EXPECT_EQ(config.effectiveCropAspects(), defaultCropAspects());
+  // An empty list is not none; a ratio is never reduced.
+  for (const auto& given : {std::vector<CropAspect>{}, std::vector<CropAspect>{{1188, 2208, "👻"}}}) {
+    config.cropAspects = given;
+    EXPECT_EQ(config.effectiveCropAspects(), given);
+  }
 }
 
 TEST(MediaTool, RawValuesRoundTrip) {

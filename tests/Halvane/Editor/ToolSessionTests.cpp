@@ -145,8 +145,7 @@ TEST_F(ToolSessionTest, AnExitFadesAndThenHidesTheToolsOwnViews) {
 
 TEST_F(ToolSessionTest, TransformShowsTheWholeFrameWhileTheCropIsEdited) {
   auto session = openPhoto();
-  EditState cropped;
-  cropped.cropRect = Rect{0.25, 0.25, 0.5, 0.5};
+  const EditState cropped{.cropRect = Rect{0.25, 0.25, 0.5, 0.5}};
   commit(*session, cropped, MediaTool::transform);
   session->userZoom = 3;
   session->enterTransformTool();
@@ -161,8 +160,7 @@ TEST_F(ToolSessionTest, TransformShowsTheWholeFrameWhileTheCropIsEdited) {
 
 TEST_F(ToolSessionTest, AVideoShowsTheStateAndPlaysAtItsVolume) {
   auto session = openVideo(tempFolder / "clip.mov");
-  EditState state;
-  state.audioVolume = 0.4f;
+  EditState state{.audioVolume = 0.4f};
   session->applyPreviewState(state);
   EXPECT_EQ(videoLoader->video->shown, state);
   EXPECT_FLOAT_EQ(videoLoader->video->volume, 0.4f);
@@ -239,10 +237,8 @@ TEST_F(AdjustSessionTest, TemperatureRunsOnItsCurveWithPresets) {
   // The committed Kelvin, and where the slider opens.
   for (const auto& [kelvin, slider] : {std::pair(6500.0f, 0.0f), {2000, -100}, {1000, -100}, {10000, 100}}) {
     SCOPED_TRACE(kelvin);
-    EditState state;
-    state.temperature = kelvin;
     auto session = openPhoto();
-    commit(*session, state);
+    commit(*session, {.temperature = kelvin});
     session->enterAdjustTool();
     adjustPanel->onToolSelected(AdjustTool::temperature);
     EXPECT_EQ(adjustSlider->value(), slider);
@@ -264,12 +260,11 @@ TEST_F(AdjustSessionTest, TemperatureRunsOnItsCurveWithPresets) {
 }
 
 TEST_F(AdjustSessionTest, ResetsRestoreTheDefaultsExactlyAndLeaveOtherFieldsAlone) {
-  EditState edited;
+  // Every adjustment moved, and fields of other tools that the resets must keep.
+  const EditState kept{.filterType = 12, .focusMode = 3, .cropRect = Rect{0.1f, 0.1f, 0.5f, 0.5f}};
+  EditState edited = kept;
   for (const AdjustToolInfo& info : kAdjustTools) edited.*info.field = info.sliderMax * 0.3f + 0.1f;
   edited.temperature = 8000;
-  edited.filterType = 12;
-  edited.focusMode = 3;
-  edited.cropRect = Rect{0.1f, 0.1f, 0.5f, 0.5f};
   auto session = openPhoto();
   commit(*session, edited);
   session->enterAdjustTool();
@@ -281,13 +276,9 @@ TEST_F(AdjustSessionTest, ResetsRestoreTheDefaultsExactlyAndLeaveOtherFieldsAlon
 
   adjustPanel->onToolSelected(AdjustTool::contrast);
   adjustPanel->onResetAll();
-  EditState expected = EditState::defaultState();
-  expected.filterType = 12;
-  expected.focusMode = 3;
-  expected.cropRect = edited.cropRect;
-  EXPECT_EQ(std::pair(session->workingState(), previewState()), std::pair(expected, expected));
+  EXPECT_EQ(std::pair(session->workingState(), previewState()), std::pair(kept, kept));
   EXPECT_EQ(adjustSlider->value(), 1) << "the selected tool's slider goes to its default";
-  EXPECT_EQ(adjustPanel->dotsFrom, expected);
+  EXPECT_EQ(adjustPanel->dotsFrom, kept);
   EXPECT_EQ(session->editHistory().undoStack().size(), 1u);
 }
 

@@ -185,22 +185,20 @@ TEST(ToolStripView, TapsAndKeysSelectReportAndRaiseTheButton) {
   EXPECT_EQ(reported, (std::vector<MediaTool>{MediaTool::filter, MediaTool::trim}));
 }
 
-TEST(ToolStripView, ColoursFollowTheStateTable) {
-  // selected, highlighted, background, foreground
-  const std::tuple<bool, bool, DSRGBA, DSRGBA> cases[] = {{true, false, DSColor::accent, DSColor::textOnAccent},
-                                                          {true, true, DSColor::accent, DSColor::textOnAccent},
-                                                          {false, true, DSColor::accentSoft, DSColor::accent},
-                                                          {false, false, DSColor::bgElevated, DSColor::textSecondary}};
-  for (const auto& [selected, highlighted, background, foreground] : cases) {
-    const auto colors = ToolStripButton::colorsFor(selected, highlighted);
-    EXPECT_EQ(colors.background, qColor(background)) << selected << highlighted;
-    EXPECT_EQ(colors.foreground, qColor(foreground)) << selected << highlighted;
-  }
+// The state table read through the buttons: selected (held or not), else held, else plain.
+TEST(ToolStripView, AButtonsSelectionOutweighsAPressWhichOutweighsThePlainLook) {
+  using enum MediaTool;
   ToolStripView strip;
-  strip.selectTool(MediaTool::filter);
-  strip.toolButton(MediaTool::transform)->setDown(true);
-  EXPECT_EQ(strip.toolButton(MediaTool::transform)->currentColors().background, qColor(DSColor::accentSoft));
-  EXPECT_EQ(strip.toolButton(MediaTool::filter)->currentColors().background, qColor(DSColor::accent));
+  strip.selectTool(filter);
+  for (MediaTool held : {filter, transform}) strip.toolButton(held)->setDown(true);
+  const std::tuple<MediaTool, DSRGBA, DSRGBA> cases[] = {{filter, DSColor::accent, DSColor::textOnAccent},
+                                                          {transform, DSColor::accentSoft, DSColor::accent},
+                                                          {focus, DSColor::bgElevated, DSColor::textSecondary}};
+  for (const auto& [tool, background, foreground] : cases) {
+    const auto colors = strip.toolButton(tool)->currentColors();
+    EXPECT_EQ(std::pair(colors.background, colors.foreground), std::pair(qColor(background), qColor(foreground)))
+        << int(tool);
+  }
 }
 
 TEST(ToolStripView, PhotoShowsFourButtonsInOrderWithoutGaps) {

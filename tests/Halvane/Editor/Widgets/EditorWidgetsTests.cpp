@@ -21,7 +21,6 @@
 #include "Halvane/Panels/Widgets/AdjustSliderBar.h"
 #include "Halvane/Panels/Widgets/AdjustToolButton.h"
 #include "Halvane/Panels/Widgets/ExportProgressView.h"
-#include "Halvane/Panels/Widgets/RoundButton.h"
 #include "Halvane/Panels/Widgets/ToolStripButton.h"
 #include "Halvane/Panels/Widgets/ToolStripView.h"
 #include "Halvane/Panels/Widgets/TopBarView.h"
@@ -130,8 +129,6 @@ TEST_F(MediaViewControllerTest, WithoutAWindowToolsOpenAndCloseAtOnce) {
     EXPECT_EQ(previewBottom(), kHeight - kIdleInset);
     EXPECT_EQ(editor->toolStrip()->selectedTool(), std::nullopt);
   }
-  // Trim and audio are a video's: a photo's strip does not offer them.
-  EXPECT_TRUE(editor->toolStrip()->toolButton(MediaTool::trim)->isHidden());
 }
 
 TEST_F(MediaViewControllerTest, WithAWindowTransitionsRunOnTheSpringAndAnInterruptedEnterHidesNothing) {
@@ -167,7 +164,6 @@ TEST_F(MediaViewControllerTest, KeysForTheHistoryWaitWhileAToolIsOpen) {
   openPhoto();
   auto& session = *editor->session();
   const EditState edited = edit();
-  ASSERT_TRUE(editor->undoRedoBar()->undoButton()->isEnabled());
 
   tap(MediaTool::focus);
   editor->undoFromKeyboard();
@@ -175,7 +171,6 @@ TEST_F(MediaViewControllerTest, KeysForTheHistoryWaitWhileAToolIsOpen) {
   editor->cancelOpenTool();
   editor->undoFromKeyboard();
   EXPECT_EQ(session.editHistory().currentState(), EditState{});
-  EXPECT_TRUE(editor->undoRedoBar()->redoButton()->isEnabled());
   editor->redoFromKeyboard();
   EXPECT_EQ(session.editHistory().currentState(), edited);
   // Cancel and confirm keys do nothing without an open tool.
