@@ -42,8 +42,7 @@ class FilterThumbnails : public EngineTest {
                        ++calls;
                        delivered = std::move(results);
                      });
-    testsupport::pumpUntil(
-        *queue, [&] { return delivered.has_value(); }, std::chrono::minutes(5));
+    testsupport::pumpUntil(*queue, [&] { return delivered.has_value(); }, std::chrono::minutes(5));
     EXPECT_EQ(calls, 1);
     return delivered.value_or(std::vector<FilterThumbnail>{});
   }

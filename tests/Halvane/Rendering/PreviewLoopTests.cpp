@@ -189,15 +189,8 @@ TEST_F(PreviewLoop, TheRunningClockDoesNotKeepItsEngineAlive) {
 TEST_F(PreviewLoop, EntryPointsOffTheMainThreadStopTheProgram) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   const std::vector<std::function<void()>> calls = {
-      [&] { engine->applyPreviewState(EditState{}); },
-      [&] { engine->tick(); },
-      [&] {
-        view->setDrawableSize({1, 1});
-      },
-  };
-  for (const auto& call : calls) {
-    EXPECT_DEATH(std::thread(call).join(), "off the main queue's thread");
-  }
+      [&] { engine->applyPreviewState(EditState{}); }, [&] { engine->tick(); }, [&] { view->setDrawableSize({1, 1}); }};
+  for (const auto& call : calls) EXPECT_DEATH(std::thread(call).join(), "off the main queue's thread");
 }
 
 TEST(PreviewView, ReportsBoundsOnlyOnAChangeOfSize) {

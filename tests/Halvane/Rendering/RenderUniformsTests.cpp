@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -235,19 +236,6 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   }
 }
 
-TEST(MakeUniforms, OddTurnsSwapTheOutputAndTiltDoesNot) {
-  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
-                             kInt64Min, kInt64Max}) {
-    const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {0.25, 0.25, 0.5, 0.5}};
-    const RenderUniforms u = makeUniforms(4000, 3000, s, false);
-    const bool odd = (turns & 1) != 0;
-    EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tuple(2000u, 1500u)) << turns;
-    EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), odd ? std::tuple(1500u, 2000u) : std::tuple(2000u, 1500u))
-        << turns;
-    EXPECT_EQ(outputSize(4000, 3000, s), (OutputSize{u.outputWidth, u.outputHeight})) << turns;
-  }
-}
-
 TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
   EXPECT_DEATH(makeUniforms(4294967296u, 10, EditState{}, false), "source width");
   EXPECT_DEATH(makeUniforms(10, std::numeric_limits<std::uint64_t>::max(), EditState{}, false), "source height");
@@ -259,18 +247,24 @@ TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
 
 // ---- outputSize -----------------------------------------------------------------
 
-TEST(OutputSize, MatchesMakeUniformsOnAGridOfCrops) {
+// Odd turns swap the output, tilt does not, and the crop is taken before the turns.
+TEST(OutputSize, MatchesMakeUniformsOnAGridOfCropsAndTurns) {
   const double values[] = {-1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5,
                            std::numeric_limits<double>::quiet_NaN()};
-  for (double x : values) {
-    for (double width : values) {
-      const EditState s{.rotationQuarterTurns = 3, .cropRect = {x, 0.2, width, 0.7}};
-      const RenderUniforms u = makeUniforms(1921, 1079, s, true);
-      EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
-      EXPECT_GE(u.outputWidth, 1u);
-      EXPECT_GE(u.outputHeight, 1u);
-    }
-  }
+  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
+                             kInt64Min, kInt64Max})
+    for (double x : values)
+      for (double width : values) {
+        const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {x, 0.2, width, 0.7}};
+        const RenderUniforms u = makeUniforms(1921, 1079, s, true);
+        const RenderUniforms upright = makeUniforms(1921, 1079, EditState{.cropRect = s.cropRect}, true);
+        SCOPED_TRACE(::testing::Message() << turns << " turns, crop x " << x << " width " << width);
+        EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
+        EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tie(upright.croppedWidth, upright.croppedHeight));
+        EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), (turns & 1) ? std::tie(u.croppedHeight, u.croppedWidth)
+                                                                        : std::tie(u.croppedWidth, u.croppedHeight));
+        EXPECT_GE(std::min(u.outputWidth, u.outputHeight), 1u);
+      }
 }
 
 }  // namespace
