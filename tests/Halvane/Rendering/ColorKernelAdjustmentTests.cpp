@@ -334,11 +334,7 @@ TEST_F(ColorAdjustments, AGreyLitByABlackBodyComesOutNeutralAtItsTemperature) {
     for (int i = 0; i < 3; ++i) recorded[i] = 0.2 * light[i] * d65[i] / balance[i];
     const Vec3 linear = times(kXyzToSrgb, times(kBradfordInverse, recorded));
     std::array<int, 3> code;
-    for (int i = 0; i < 3; ++i) {
-      const double v = std::clamp(linear[i], 0.0, 1.0);
-      const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
-      code[i] = int(std::lround(encoded * 255));
-    }
+    for (int i = 0; i < 3; ++i) code[i] = int(std::lround(linearToSrgb(linear[i]) * 255));
     EXPECT_GE(std::abs(code[0] - code[2]), 10) << "the card is tinted as recorded";
     auto out =
         rgb(renderColor(*engine, makeFlat(16, 16, code[0], code[1], code[2]), {.temperature = float(kelvin)}), 8, 8);
