@@ -86,8 +86,7 @@ TEST_F(FilterThumbnails, TheFocusEffectShows) {
   const FilterDefinition filter = FilterCatalogue::all()[0];
   const auto plain = runBatch(source, EditState{}, {filter});
   const auto blurred = runBatch(source, {.focusMode = 4, .focusStrength = 1}, {filter});
-  ASSERT_EQ(plain.size(), 1u);
-  ASSERT_EQ(blurred.size(), 1u);
+  ASSERT_TRUE(plain.size() == 1 && blurred.size() == 1);
   EXPECT_GT(meanAbsoluteDifference(plain[0].image, blurred[0].image), 1.0);
 }
 
