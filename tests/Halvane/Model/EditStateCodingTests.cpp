@@ -133,12 +133,8 @@ TEST(EditStateEncoding, DefaultStateAsText) {
 }
 
 TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
-  EditState s;
-  s.exposure = 0.1f;
-  s.temperature = 6500.1f;
-  s.flipHorizontal = Bool::fromByte(2);
-  s.audioMuted = Bool::fromByte(3);
-  const ordered_json coded = encodeEditState(s);
+  const ordered_json coded = encodeEditState(
+      {.exposure = 0.1f, .temperature = 6500.1f, .flipHorizontal = Bool::fromByte(2), .audioMuted = Bool::fromByte(3)});
   EXPECT_EQ(coded.at("temperature").get<double>(), 6500.1);
   EXPECT_NE(coded.dump().find(R"("exposure":0.1,)"), std::string::npos) << coded.dump();
   EXPECT_EQ(coded.at("flipHorizontal"), false);

@@ -46,24 +46,13 @@ double overChart(const Image& chart, const std::vector<int>& patches, F f) {
   return sum / patches.size();
 }
 
-// Mean of the three channels at column x of a ramp, over its rows.
-double rampLevel(const Image& ramp, int x) {
-  double sum = 0;
-  for (int y = 0; y < ramp.height; ++y) sum += rgb(ramp, x, y)[0] + rgb(ramp, x, y)[1] + rgb(ramp, x, y)[2];
-  return sum / (3.0 * ramp.height);
-}
-
-double rampMean(const Image& ramp, int from = 0, int to = 255) {
-  double sum = 0;
-  for (int x = from; x <= to; ++x) sum += rampLevel(ramp, x);
-  return sum / (to - from + 1);
-}
-
+// The mean of the three channels over the ramp's columns from..to, and their spread over
+// the whole ramp (its rows are alike under every adjustment the ramp measures).
+double level(const RGB& c) { return (c[0] + c[1] + c[2]) / 3; }
+double rampMean(const Image& ramp, int from = 0, int to = 255) { return overRamp(ramp, from, to, level); }
 double rampSpread(const Image& ramp) {
   const double mean = rampMean(ramp);
-  double sum = 0;
-  for (int x = 0; x < 256; ++x) sum += (rampLevel(ramp, x) - mean) * (rampLevel(ramp, x) - mean);
-  return std::sqrt(sum / 256);
+  return std::sqrt(overRamp(ramp, 0, 255, [&](const RGB& c) { return (level(c) - mean) * (level(c) - mean); }));
 }
 
 // ---- The sixteen adjustments ----------------------------------------------------------
@@ -345,11 +334,7 @@ TEST_F(ColorAdjustments, AGreyLitByABlackBodyComesOutNeutralAtItsTemperature) {
     for (int i = 0; i < 3; ++i) recorded[i] = 0.2 * light[i] * d65[i] / balance[i];
     const Vec3 linear = times(kXyzToSrgb, times(kBradfordInverse, recorded));
     std::array<int, 3> code;
-    for (int i = 0; i < 3; ++i) {
-      const double v = std::clamp(linear[i], 0.0, 1.0);
-      const double encoded = v <= 0.0031308 ? 12.92 * v : 1.055 * std::pow(v, 1 / 2.4) - 0.055;
-      code[i] = int(std::lround(encoded * 255));
-    }
+    for (int i = 0; i < 3; ++i) code[i] = int(std::lround(linearToSrgb(linear[i]) * 255));
     EXPECT_GE(std::abs(code[0] - code[2]), 10) << "the card is tinted as recorded";
     auto out =
         rgb(renderColor(*engine, makeFlat(16, 16, code[0], code[1], code[2]), {.temperature = float(kelvin)}), 8, 8);

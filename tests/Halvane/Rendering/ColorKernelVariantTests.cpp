@@ -3,6 +3,7 @@
 // and leaves the pass out when every colour field is neutral.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <thread>
 #include <vector>
 
@@ -45,9 +46,8 @@ class ColorVariants : public EngineTest {
 std::int64_t look(const char* id) { return FilterCatalogue::definitionForID(id)->shaderFilterType; }
 
 TEST_F(ColorVariants, EachVariantGivesExactlyTheGeneralKernelsPixels) {
-  EditState everything{.exposure = 0.3f, .contrast = 1.2f, .whites = 0.3f, .gamma = 1.1f, .saturation = 1.3f};
-  everything.temperature = 7600, everything.sharpness = 0.7f, everything.clarity = 0.4f;
-  everything.vignetteIntensity = 0.5f;
+  const EditState everything{.exposure = 0.3f, .contrast = 1.2f, .whites = 0.3f, .gamma = 1.1f, .saturation = 1.3f,
+                             .temperature = 7600, .sharpness = 0.7f, .clarity = 0.4f, .vignetteIntensity = 0.5f};
   const std::pair<const char*, EditState> edits[] = {
       {"warmth", {.temperature = 4800, .tint = 0.3f}},
       {"exposure", {.exposure = 0.8f}},
@@ -98,9 +98,8 @@ TEST_F(ColorVariants, FeaturesFollowTheCleanedBlock) {
   // A NaN temperature is cleaned to 6500, a negative sharpness to 0; a look at no
   // intensity does nothing, nor a vignette's size without intensity, nor an intensity
   // without a look.
-  EditState outOfRange{.temperature = std::numeric_limits<float>::quiet_NaN(), .sharpness = -1};
-  outOfRange.vignetteRadius = 0.3f, outOfRange.filterType = 12, outOfRange.filterIntensity = 0;
-  outOfRange.cropRect = {0.1, 0.1, 0.5, 0.5};
+  const EditState outOfRange{.temperature = NAN, .sharpness = -1, .vignetteRadius = 0.3f, .filterType = 12,
+                             .filterIntensity = 0, .cropRect = {0.1, 0.1, 0.5, 0.5}};
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, outOfRange, false)), 0u);
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, {.filterIntensity = 0.5f}, false)), 0u);
   EXPECT_EQ(colorFeatures(makeUniforms(8, 8, {.exposure = 0.1f, .highlights = -0.2f, .filterType = 12}, false)),

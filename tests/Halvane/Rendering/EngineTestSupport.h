@@ -122,6 +122,14 @@ inline Image readBack(RenderingEngine& engine, const std::shared_ptr<platform::g
   return image ? *image : Image{};
 }
 
+// sRGB's defining transfer functions in double precision, for the references; values
+// beyond 0 to 1 are encoded as the ends.
+inline double srgbToLinear(double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); }
+inline double linearToSrgb(double l) {
+  l = std::clamp(l, 0.0, 1.0);
+  return l <= 0.0031308 ? l * 12.92 : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
+}
+
 inline std::array<int, 3> rgb(const Image& image, int x, int y) {
   const uint8_t* p = image.pixel(x, y);
   return {p[2], p[1], p[0]};

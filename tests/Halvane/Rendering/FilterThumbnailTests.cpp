@@ -42,8 +42,7 @@ class FilterThumbnails : public EngineTest {
                        ++calls;
                        delivered = std::move(results);
                      });
-    testsupport::pumpUntil(
-        *queue, [&] { return delivered.has_value(); }, std::chrono::minutes(5));
+    testsupport::pumpUntil(*queue, [&] { return delivered.has_value(); }, std::chrono::minutes(5));
     EXPECT_EQ(calls, 1);
     return delivered.value_or(std::vector<FilterThumbnail>{});
   }
@@ -87,8 +86,7 @@ TEST_F(FilterThumbnails, TheFocusEffectShows) {
   const FilterDefinition filter = FilterCatalogue::all()[0];
   const auto plain = runBatch(source, EditState{}, {filter});
   const auto blurred = runBatch(source, {.focusMode = 4, .focusStrength = 1}, {filter});
-  ASSERT_EQ(plain.size(), 1u);
-  ASSERT_EQ(blurred.size(), 1u);
+  ASSERT_TRUE(plain.size() == 1 && blurred.size() == 1);
   EXPECT_GT(meanAbsoluteDifference(plain[0].image, blurred[0].image), 1.0);
 }
 

@@ -12,12 +12,6 @@
 namespace halvane::testing {
 namespace {
 
-double srgbToLinear(double c) { return c <= 0.04045 ? c / 12.92 : std::pow((c + 0.055) / 1.055, 2.4); }
-double linearToSrgb(double l) {
-  l = std::clamp(l, 0.0, 1.0);
-  return l <= 0.0031308 ? l * 12.92 : 1.055 * std::pow(l, 1.0 / 2.4) - 0.055;
-}
-
 using RGB = std::array<double, 3>;  // in the image's order: blue, green, red
 
 double smoothstep(double from, double to, double x) {

@@ -26,8 +26,8 @@ namespace {
 using namespace testing;
 namespace gpu = platform::gpu;
 
-const char* const kModeNames[] = {"off",    "radial", "linear", "mirrored", "gaussian", "zoom",
-                                  "motion", "bokeh",  "iris",   "depth",    "edge"};
+// The mode's title, to name it in failures.
+std::string_view modeName(int mode) { return focusModeTitle(FocusMode(mode)).defaultText; }
 
 // A default state in focus mode `mode` with the values the focus tool starts it with,
 // at `strength` where one is given.
@@ -94,7 +94,7 @@ TEST_F(FocusKernel, StrengthZeroIsAnExactIdentityInEveryMode) {
   for (int mode = 0; mode <= 10; ++mode)
     for (bool finalOutput : {false, true})
       EXPECT_EQ(run(input, focusStarted(mode, 0), finalOutput).pixels, input.pixels)
-          << kModeNames[mode] << " final " << finalOutput;
+          << modeName(mode) << " final " << finalOutput;
   // Mode off never reaches the kernel, but the kernel copies it too.
   EXPECT_EQ(run(input, {.focusStrength = 1}, false).pixels, input.pixels);
 }
@@ -114,9 +114,9 @@ TEST_F(FocusKernel, SharpRegionKeepsTheInputAtItsDefaults) {
         for (int dx = -reach; dx <= reach; ++dx)
           if (dx * dx + dy * dy <= reach * reach)
             worst = std::max(worst, channelDifference(output, input, 48 + dx, 40 + dy));
-      EXPECT_LE(worst, 1) << kModeNames[mode] << " final " << finalOutput;
+      EXPECT_LE(worst, 1) << modeName(mode) << " final " << finalOutput;
       // ... and the effect is there away from the centre.
-      EXPECT_GT(meanAbsoluteDifference(output, input), 2.0) << kModeNames[mode];
+      EXPECT_GT(meanAbsoluteDifference(output, input), 2.0) << modeName(mode);
     }
   }
 }
@@ -215,8 +215,8 @@ TEST_F(FocusKernel, BlursInLinearLight) {
       const Image blurred = run(checker, state, finalOutput);
       for (int y = 34; y < 66; ++y)
         for (int x = 34; x < 66; ++x)
-          EXPECT_NEAR(blurred.pixel(x, y)[1], 188, 2) << kModeNames[mode] << " " << x << "," << y;
-      EXPECT_LE(maxAbsoluteDifference(run(solid, state, finalOutput), solid), 1) << kModeNames[mode];
+          EXPECT_NEAR(blurred.pixel(x, y)[1], 188, 2) << modeName(mode) << " " << x << "," << y;
+      EXPECT_LE(maxAbsoluteDifference(run(solid, state, finalOutput), solid), 1) << modeName(mode);
     }
   }
 }
@@ -236,7 +236,7 @@ TEST_F(FocusKernel, SizesFollowThePicture) {
     // other, where the blur is under 2 pixels, so the two sizes protect edges alike
     // but not identically.
     EXPECT_LE(meanAbsoluteDifference(halved, run(small, focusStarted(mode), true)), mode == 10 ? 2.0 : 1.0)
-        << kModeNames[mode];
+        << modeName(mode);
   }
 }
 
@@ -307,7 +307,7 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSam
   for (int mode = 0; mode <= 10; ++mode) {
     results.push_back(run(photo, focusStarted(mode), false));
     // The export spends more samples; the two differ by sampling only.
-    EXPECT_LE(meanAbsoluteDifference(results.back(), run(photo, focusStarted(mode), true)), 1.5) << kModeNames[mode];
+    EXPECT_LE(meanAbsoluteDifference(results.back(), run(photo, focusStarted(mode), true)), 1.5) << modeName(mode);
   }
   // A mean of 1 code value over the whole picture is a change the eye sees where it
   // happens: most modes leave part of the picture as it is. Bokeh and iris (7 and 8)
@@ -316,7 +316,7 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSam
   for (int a = 0; a <= 10; ++a)
     for (int b = a + 1; b <= 10; ++b) {
       if (a == 7 && b == 8) continue;
-      EXPECT_GE(meanAbsoluteDifference(results[a], results[b]), 1.0) << kModeNames[a] << " vs " << kModeNames[b];
+      EXPECT_GE(meanAbsoluteDifference(results[a], results[b]), 1.0) << modeName(a) << " vs " << modeName(b);
     }
 
   // Night lights: small bright lamps of 2 by 2 pixels every 24 on a dark street, where a
@@ -342,7 +342,6 @@ TEST_F(FocusKernel, ModesDifferVisiblyFromEachOtherAndPreviewAndExportLookTheSam
 
 struct Bound {
   int mode;
-  const char* name;
   double mean;  // mean absolute difference, code values
   double p99;   // 99th percentile of the largest channel difference
   const char* why;
@@ -359,16 +358,16 @@ struct Bound {
 // for its longest streak, which is soft where the streaks are short (near the centre)
 // in a preview. The lens modes gather on a reduced level.
 const Bound kBounds[] = {
-    {1, "radial", 0.9, 8, "mixture of two gaussians"},
-    {2, "linear", 0.35, 4, "mixture of two gaussians"},
-    {3, "mirrored", 0.7, 6, "mixture of two gaussians"},
-    {4, "gaussian", 0.9, 7, "mixture of two gaussians"},
-    {5, "zoom", 1.8, 20, "streak on a level reduced for the longest streak"},
-    {6, "motion", 0.4, 3, "streak on a reduced level"},
-    {7, "bokeh", 0.55, 4, "aperture on a reduced level"},
-    {8, "iris", 0.55, 4, "aperture on a reduced level"},
-    {9, "depth", 1.25, 10, "a gaussian for the disc"},
-    {10, "edge", 3.0, 18, "edges stop the climb through levels"},
+    {1, 0.9, 8, "mixture of two gaussians"},
+    {2, 0.35, 4, "mixture of two gaussians"},
+    {3, 0.7, 6, "mixture of two gaussians"},
+    {4, 0.9, 7, "mixture of two gaussians"},
+    {5, 1.8, 20, "streak on a level reduced for the longest streak"},
+    {6, 0.4, 3, "streak on a reduced level"},
+    {7, 0.55, 4, "aperture on a reduced level"},
+    {8, 0.55, 4, "aperture on a reduced level"},
+    {9, 1.25, 10, "a gaussian for the disc"},
+    {10, 3.0, 18, "edges stop the climb through levels"},
 };
 
 TEST_F(FocusKernel, EachModeLooksLikeItsDefinition) {
@@ -383,7 +382,7 @@ TEST_F(FocusKernel, EachModeLooksLikeItsDefinition) {
       ASSERT_FALSE(ours.pixels.empty());
       const double mean = meanAbsoluteDifference(ours, reference);
       const double p99 = percentileDifference(ours, reference, 0.99);
-      const std::string what = std::string(bound.name) + (finalOutput ? " export" : " preview");
+      const std::string what = std::string(modeName(bound.mode)) + (finalOutput ? " export" : " preview");
       EXPECT_LE(mean, bound.mean) << what << " (" << bound.why << ")";
       EXPECT_LE(p99, bound.p99) << what << " (" << bound.why << ")";
       if (mean > bound.mean || p99 > bound.p99)
@@ -421,7 +420,7 @@ TEST(FocusPlan, WorkPerPixelStaysBoundedWhateverTheBlur) {
   for (const Case& c : cases) {
     const FocusPlan plan = planFocus(makeUniforms(4000, 3000, focusStarted(c.mode, c.strength), c.finalOutput));
     EXPECT_EQ(std::tuple(plan.kind, plan.levelCount, plan.factor), std::tuple(c.kind, c.levels, c.factor))
-        << kModeNames[c.mode] << " " << c.strength << " final " << c.finalOutput;
+        << modeName(c.mode) << " " << c.strength << " final " << c.finalOutput;
   }
 }
 

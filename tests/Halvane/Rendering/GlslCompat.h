@@ -63,31 +63,16 @@ vec3 map(vec3 a, vec3 b, F f) { return vec3(f(a.x, b.x), f(a.y, b.y), f(a.z, b.z
   inline V operator*(float s, V a) { return V(s) * a; }                         \
   inline V operator/(float s, V a) { return V(s) / a; }                         \
   HALVANE_GLSL_UNARY(V, operator-, -p)                                          \
-  inline V& operator+=(V& a, V b) { return a = a + b; }                         \
-  inline V& operator-=(V& a, V b) { return a = a - b; }                         \
-  inline V& operator*=(V& a, V b) { return a = a * b; }                         \
-  inline V& operator/=(V& a, V b) { return a = a / b; }                         \
-  inline V& operator+=(V& a, float s) { return a = a + s; }                     \
-  inline V& operator-=(V& a, float s) { return a = a - s; }                     \
-  inline V& operator*=(V& a, float s) { return a = a * s; }                     \
-  inline V& operator/=(V& a, float s) { return a = a / s; }                     \
   HALVANE_GLSL_UNARY(V, abs, std::fabs(p))                                      \
   HALVANE_GLSL_UNARY(V, floor, std::floor(p))                                   \
   HALVANE_GLSL_UNARY(V, fract, p - std::floor(p))                               \
-  HALVANE_GLSL_UNARY(V, sqrt, std::sqrt(p))                                     \
-  HALVANE_GLSL_UNARY(V, exp2, std::exp2(p))                                     \
-  HALVANE_GLSL_UNARY(V, log2, std::log2(p))                                     \
   HALVANE_GLSL_BINARY(V, pow, std::pow(p, q))                                   \
-  HALVANE_GLSL_BINARY(V, min, q < p ? q : p)                                    \
-  HALVANE_GLSL_BINARY(V, max, p < q ? q : p)                                    \
   inline V mod(V a, float b) {                                                  \
     return map(a, [b](float p) { return p - b * std::floor(p / b); });          \
   }                                                                             \
-  inline V min(V a, float s) { return min(a, V(s)); }                           \
-  inline V max(V a, float s) { return max(a, V(s)); }                           \
-  inline V clamp(V a, V lo, V hi) { return min(max(a, lo), hi); }               \
+  HALVANE_GLSL_BINARY(V, min, q < p ? q : p)                                    \
+  HALVANE_GLSL_BINARY(V, max, p < q ? q : p)                                    \
   inline V clamp(V a, float lo, float hi) { return min(max(a, V(lo)), V(hi)); } \
-  inline V mix(V a, V b, V t) { return a * (V(1.0f) - t) + b * t; }             \
   inline V mix(V a, V b, float t) { return a * (1.0f - t) + b * t; }
 
 HALVANE_GLSL_VECTOR_OPS(vec2)
@@ -118,8 +103,6 @@ inline float cos(float a) { return std::cos(a); }
 inline float dot(vec2 a, vec2 b) { return a.x * b.x + a.y * b.y; }
 inline float dot(vec3 a, vec3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
 inline float length(vec2 a) { return std::sqrt(dot(a, a)); }
-inline float length(vec3 a) { return std::sqrt(dot(a, a)); }
 inline vec2 normalize(vec2 a) { return a / length(a); }
-inline vec3 normalize(vec3 a) { return a / length(a); }
 
 }  // namespace halvane::glsl

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "EngineTestSupport.h"
 #include "Halvane/Rendering/PhotoOutput.h"
 #include "Platform/Media/ImageDecoder.h"
 
@@ -11,11 +12,7 @@ namespace {
 using namespace platform::media;
 namespace fs = std::filesystem;
 
-Image grey(int width, int height) {
-  Image image{width, height, std::vector<uint8_t>(size_t(width) * height * 4, 128), {}, {}};
-  for (size_t i = 3; i < image.pixels.size(); i += 4) image.pixels[i] = 255;
-  return image;
-}
+Image grey(int width, int height) { return testing::makeFlat(width, height, 128, 128, 128); }
 
 TEST(LimitedImage, OnlyCompressedScalesAndNeverEnlarges) {
   using enum PhotoExportPreset;

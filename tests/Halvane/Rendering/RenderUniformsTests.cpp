@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -92,26 +93,22 @@ Out blockValue(In EditState::*in, Out RenderUniforms::*out, In value) {
   return uniformsFor(s).*out;
 }
 
-// A Float takes the field's range rule: its default for a NaN or an infinity, the ends
-// beyond them. An integer is clamped in 64 bits before it is narrowed.
+// A member takes its field through the field's own rule (the rule itself is walked over
+// every field by the decoder's tests): a Float's range, an integer clamped in 64 bits
+// before it is narrowed.
 template <typename In, typename Out, typename Range>
 void checkOneToOne(const char* name, In EditState::*in, Out RenderUniforms::*out, const Range& range) {
   SCOPED_TRACE(name);
   const In initial = EditState::defaultState().*in;
   EXPECT_EQ(uniformsFor(EditState{}).*out, static_cast<Out>(initial)) << "the default passes as it is";
   if constexpr (std::is_same_v<In, float>) {
-    for (float bad : {kNaN, -kNaN, kInf, -kInf}) EXPECT_EQ(blockValue(in, out, bad), range.fallback);
-    EXPECT_EQ(blockValue(in, out, std::nextafter(range.lower, -kInf)), range.lower);
-    EXPECT_EQ(blockValue(in, out, std::numeric_limits<float>::lowest()), range.lower);
-    EXPECT_EQ(blockValue(in, out, std::nextafter(range.upper, kInf)), range.upper);
-    EXPECT_EQ(blockValue(in, out, std::numeric_limits<float>::max()), range.upper);
-    const float middle = range.lower + (range.upper - range.lower) * 0.625f;
-    EXPECT_EQ(blockValue(in, out, middle), middle);
+    for (float value : {kNaN, -kNaN, kInf, -kInf, std::nextafter(range.lower, -kInf), std::nextafter(range.upper, kInf),
+                        std::numeric_limits<float>::lowest(), std::numeric_limits<float>::max(),
+                        range.lower + (range.upper - range.lower) * 0.625f})
+      EXPECT_EQ(blockValue(in, out, value), range.clean(value)) << value;
   } else {
-    EXPECT_EQ(blockValue(in, out, kInt64Min), static_cast<Out>(range.lower));
-    EXPECT_EQ(blockValue(in, out, kInt64Max), static_cast<Out>(range.upper));
-    EXPECT_EQ(blockValue(in, out, range.upper + 0x100000000), static_cast<Out>(range.upper)) << "no truncation";
-    EXPECT_EQ(blockValue(in, out, range.lower), static_cast<Out>(range.lower));
+    for (std::int64_t value : {kInt64Min, kInt64Max, range.upper + 0x100000000, range.lower})  // no truncation
+      EXPECT_EQ(blockValue(in, out, value), static_cast<Out>(range.clamp(value))) << value;
   }
 }
 
@@ -235,19 +232,6 @@ TEST(MakeUniforms, CropCleaningAndSizesInFloatRoundedHalfAwayFromZero) {
   }
 }
 
-TEST(MakeUniforms, OddTurnsSwapTheOutputAndTiltDoesNot) {
-  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
-                             kInt64Min, kInt64Max}) {
-    const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {0.25, 0.25, 0.5, 0.5}};
-    const RenderUniforms u = makeUniforms(4000, 3000, s, false);
-    const bool odd = (turns & 1) != 0;
-    EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tuple(2000u, 1500u)) << turns;
-    EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), odd ? std::tuple(1500u, 2000u) : std::tuple(2000u, 1500u))
-        << turns;
-    EXPECT_EQ(outputSize(4000, 3000, s), (OutputSize{u.outputWidth, u.outputHeight})) << turns;
-  }
-}
-
 TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
   EXPECT_DEATH(makeUniforms(4294967296u, 10, EditState{}, false), "source width");
   EXPECT_DEATH(makeUniforms(10, std::numeric_limits<std::uint64_t>::max(), EditState{}, false), "source height");
@@ -259,18 +243,24 @@ TEST(MakeUniformsDeathTest, ASourceOrACroppedSizePastThirtyTwoBitsStops) {
 
 // ---- outputSize -----------------------------------------------------------------
 
-TEST(OutputSize, MatchesMakeUniformsOnAGridOfCrops) {
+// Odd turns swap the output, tilt does not, and the crop is taken before the turns.
+TEST(OutputSize, MatchesMakeUniformsOnAGridOfCropsAndTurns) {
   const double values[] = {-1.0, 0.0, 1e-6, 0.1, 0.3333333, 0.5, 0.7, 0.99, 1.0, 1.5,
                            std::numeric_limits<double>::quiet_NaN()};
-  for (double x : values) {
-    for (double width : values) {
-      const EditState s{.rotationQuarterTurns = 3, .cropRect = {x, 0.2, width, 0.7}};
-      const RenderUniforms u = makeUniforms(1921, 1079, s, true);
-      EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
-      EXPECT_GE(u.outputWidth, 1u);
-      EXPECT_GE(u.outputHeight, 1u);
-    }
-  }
+  for (std::int64_t turns : {std::int64_t{0}, std::int64_t{1}, std::int64_t{2}, std::int64_t{-1}, std::int64_t{-3},
+                             kInt64Min, kInt64Max})
+    for (double x : values)
+      for (double width : values) {
+        const EditState s{.rotationAngle = 40, .rotationQuarterTurns = turns, .cropRect = {x, 0.2, width, 0.7}};
+        const RenderUniforms u = makeUniforms(1921, 1079, s, true);
+        const RenderUniforms upright = makeUniforms(1921, 1079, EditState{.cropRect = s.cropRect}, true);
+        SCOPED_TRACE(::testing::Message() << turns << " turns, crop x " << x << " width " << width);
+        EXPECT_EQ(outputSize(1921, 1079, s), (OutputSize{u.outputWidth, u.outputHeight}));
+        EXPECT_EQ(std::tie(u.croppedWidth, u.croppedHeight), std::tie(upright.croppedWidth, upright.croppedHeight));
+        EXPECT_EQ(std::tie(u.outputWidth, u.outputHeight), (turns & 1) ? std::tie(u.croppedHeight, u.croppedWidth)
+                                                                        : std::tie(u.croppedWidth, u.croppedHeight));
+        EXPECT_GE(std::min(u.outputWidth, u.outputHeight), 1u);
+      }
 }
 
 }  // namespace
