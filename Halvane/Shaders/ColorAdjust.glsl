@@ -26,6 +26,7 @@ struct ColorParams {
   uint filterType;          // 0 to 146
   float filterIntensity;    // 0 to 1
   vec2 size;                // output size in pixels
+  vec4 white;               // whiteBalanceOf(temperature, tint): constant over a pass
 };
 
 // ---- White balance ------------------------------------------------------------------
@@ -100,6 +101,14 @@ vec3 whiteBalanceGains(float kelvin, float tint) {
 vec3 applyWhiteBalance(vec3 lin, vec3 gains) {
   vec3 cone = vec3(dot(SRGB_TO_CONE_0, lin), dot(SRGB_TO_CONE_1, lin), dot(SRGB_TO_CONE_2, lin)) * gains;
   return vec3(dot(CONE_TO_SRGB_0, cone), dot(CONE_TO_SRGB_1, cone), dot(CONE_TO_SRGB_2, cone));
+}
+
+// The cone gains (x, y, z) and the largest value that white reaches through them (w).
+// They depend on the parameters alone, so a pass computes them once, not per pixel.
+vec4 whiteBalanceOf(float kelvin, float tint) {
+  vec3 gains = whiteBalanceGains(kelvin, tint);
+  vec3 white = applyWhiteBalance(vec3(1.0), gains);
+  return vec4(gains.x, gains.y, gains.z, max(white.x, max(white.y, white.z)));
 }
 
 // ---- Exposure -----------------------------------------------------------------------
@@ -261,10 +270,8 @@ vec3 adjustPointwise(vec3 encoded, ColorParams p) {
     vec3 lin = toLinear(c);
     float peak = 1.0;
     if (usesWhiteBalance(p)) {
-      vec3 gains = whiteBalanceGains(p.temperature, p.tint);
-      lin = applyWhiteBalance(lin, gains);
-      vec3 white = applyWhiteBalance(vec3(1.0), gains);
-      peak = max(white.x, max(white.y, white.z));
+      lin = applyWhiteBalance(lin, vec3(p.white.x, p.white.y, p.white.z));
+      peak = p.white.w;
     }
     if (usesExposure(p)) {
       float gain = exp2(p.exposure);

@@ -117,7 +117,8 @@ shader::ColorParams toParams(const RenderUniforms& u, int width, int height) {
   return shader::ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                              u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity,
                              u.vignetteIntensity, u.vignetteRadius, u.filterType, u.filterIntensity,
-                             shader::vec2(static_cast<float>(width), static_cast<float>(height)));
+                             shader::vec2(static_cast<float>(width), static_cast<float>(height)),
+                             shader::whiteBalanceOf(u.temperature, u.tint));
 }
 
 // Runs rows(begin, end) over [0, height) on every hardware thread.
