@@ -201,10 +201,9 @@ struct WideBlur {
   vec3 color;  // plain blur of the colour, for glow
 };
 
-// Values of the wide level kept in 16 bits over two 8-bit channels (high byte, low
-// byte): clarity amplifies the luma blur's steps by up to 1.5, and the variance of the
-// guided filter is a small difference of two means, so 8 bits would show. The split is
-// linear, so a bilinear blend of the two channels is the blend of the value.
+// The reduced copy's luma mean and mean square kept in 16 bits over two 8-bit channels
+// (high byte, low byte): the guided filter's variance is a small difference of the two,
+// which 8 bits (or a half float) would leave coarse.
 vec2 encodeWide16(float v) {
   float code = floor(clamp(v, 0.0, 1.0) * 65535.0 + 0.5);
   float high = floor(code / 256.0);

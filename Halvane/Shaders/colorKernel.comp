@@ -24,29 +24,18 @@ shared vec4 groupWhite;
 
 ColorParams params;
 
-// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, when the
-// edit reads them; otherwise bound to the picture and never read. They are blended
-// here in float: a CPU device filters 8-bit texels to 8 bits, which would undo the
-// 16-bit values.
+// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, in float,
+// when the edit reads them; otherwise bound to the picture and never read. One filtered
+// read each: the sampler blends the four texels around p in float.
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
-// The colour blur's four reads are made only when the look glows.
+// The colour blur is read only when the look glows.
 WideBlur wideAt(vec2 p, float y, bool glows) {
-  ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
-  vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
-  vec2 cell = floor(t);
-  vec2 f = t - cell;
-  ivec2 a = clamp(ivec2(cell), ivec2(0), last);
-  ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
-  vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
-               mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
-  vec4 c = vec4(0.0);
-  if (glows) {
-    c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
-            mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
-  }
-  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
+  vec2 at = p / params.size;
+  vec4 g = texture(wideLuma, at);
+  vec3 c = glows ? texture(wideColor, at).rgb : vec3(0.0);
+  return WideBlur(g.x * y + g.y, c);
 }
 #define COLOR_WIDE(p, y, glows) wideAt(p, y, glows)
 #include "ColorPixel.glsl"
