@@ -102,7 +102,7 @@ void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pi
     encoder->setTexture(warmUpInput_, 2);
     encoder->setTexture(warmUpInput_, 3);
     encoder->setBytes(&block, sizeof block, 0);
-    encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    encoder->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     encoder->dispatchThreadgroups(Size{1, 1, 1}, Size{kColorGroupSide, kColorGroupSide, 1});
     encoder->endEncoding();
   }

@@ -67,7 +67,7 @@ std::optional<ColorWidePass::Level> ColorWidePass::encode(CommandBuffer& command
   const WideLevelSize size = wideLevelSize(uniforms.outputWidth, uniforms.outputHeight);
   // Every texture taken goes back once the GPU is done with the whole buffer.
   PoolLoans loans(pool_, commandBuffer);
-  auto take = [&] { return loans.acquire(size.width, size.height, PixelFormat::bgra8Unorm, kIntermediateUsage); };
+  auto take = [&](PixelFormat format) { return loans.acquire(size.width, size.height, format, kIntermediateUsage); };
   auto run = [&](const std::shared_ptr<ComputePipelineState>& pipeline,
                  std::initializer_list<std::shared_ptr<Texture>> textures) {
     auto encoder = commandBuffer.computeCommandEncoder();
@@ -82,10 +82,10 @@ std::optional<ColorWidePass::Level> ColorWidePass::encode(CommandBuffer& command
     encoder->endEncoding();
     return true;
   };
-  const auto reducedColor = take(), reducedLuma = take();
+  const auto reducedColor = take(PixelFormat::bgra8Unorm), reducedLuma = take(PixelFormat::bgra8Unorm);
   if (!reducedColor || !reducedLuma || !run(reducePipeline_, {source, reducedColor, reducedLuma}))
     return std::nullopt;
-  Level level{take(), take()};
+  Level level{take(PixelFormat::rgba16Float), take(PixelFormat::rgba16Float)};
   if (!level.luma || !level.color || !run(widePipeline_, {reducedColor, level.luma, reducedLuma, level.color}))
     return std::nullopt;
   return level;

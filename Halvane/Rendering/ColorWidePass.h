@@ -42,8 +42,9 @@ class ColorWidePass {
       const std::shared_ptr<platform::gpu::Device>& device, const std::shared_ptr<platform::gpu::Library>& library,
       std::shared_ptr<TexturePool> pool);
 
-  // The level's two textures: the guided filter's a and b in 16 bits each (high and
-  // low bytes), and the colour blur.
+  // The level's two textures, in float so that the colour kernel reads them through the
+  // sampler's bilinear filter: the guided filter's a and b (red and green), and the
+  // colour blur.
   struct Level {
     std::shared_ptr<platform::gpu::Texture> luma, color;
   };

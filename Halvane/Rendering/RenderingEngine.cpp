@@ -224,7 +224,7 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     color->setTexture(wide->luma, 2);
     color->setTexture(wide->color, 3);
     color->setBytes(&uniforms, sizeof uniforms, 0);
-    color->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    color->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     dispatch(*color, width, height);
     color->endEncoding();
   } else {

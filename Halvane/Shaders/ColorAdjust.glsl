@@ -26,6 +26,7 @@ struct ColorParams {
   uint filterType;          // 0 to 146
   float filterIntensity;    // 0 to 1
   vec2 size;                // output size in pixels
+  vec4 white;               // whiteBalanceOf(temperature, tint): constant over a pass
 };
 
 // ---- White balance ------------------------------------------------------------------
@@ -100,6 +101,14 @@ vec3 whiteBalanceGains(float kelvin, float tint) {
 vec3 applyWhiteBalance(vec3 lin, vec3 gains) {
   vec3 cone = vec3(dot(SRGB_TO_CONE_0, lin), dot(SRGB_TO_CONE_1, lin), dot(SRGB_TO_CONE_2, lin)) * gains;
   return vec3(dot(CONE_TO_SRGB_0, cone), dot(CONE_TO_SRGB_1, cone), dot(CONE_TO_SRGB_2, cone));
+}
+
+// The cone gains (x, y, z) and the largest value that white reaches through them (w).
+// They depend on the parameters alone, so a pass computes them once, not per pixel.
+vec4 whiteBalanceOf(float kelvin, float tint) {
+  vec3 gains = whiteBalanceGains(kelvin, tint);
+  vec3 white = applyWhiteBalance(vec3(1.0), gains);
+  return vec4(gains.x, gains.y, gains.z, max(white.x, max(white.y, white.z)));
 }
 
 // ---- Exposure -----------------------------------------------------------------------
@@ -192,10 +201,9 @@ struct WideBlur {
   vec3 color;  // plain blur of the colour, for glow
 };
 
-// Values of the wide level kept in 16 bits over two 8-bit channels (high byte, low
-// byte): clarity amplifies the luma blur's steps by up to 1.5, and the variance of the
-// guided filter is a small difference of two means, so 8 bits would show. The split is
-// linear, so a bilinear blend of the two channels is the blend of the value.
+// The reduced copy's luma mean and mean square kept in 16 bits over two 8-bit channels
+// (high byte, low byte): the guided filter's variance is a small difference of the two,
+// which 8 bits (or a half float) would leave coarse.
 vec2 encodeWide16(float v) {
   float code = floor(clamp(v, 0.0, 1.0) * 65535.0 + 0.5);
   float high = floor(code / 256.0);
@@ -261,10 +269,8 @@ vec3 adjustPointwise(vec3 encoded, ColorParams p) {
     vec3 lin = toLinear(c);
     float peak = 1.0;
     if (usesWhiteBalance(p)) {
-      vec3 gains = whiteBalanceGains(p.temperature, p.tint);
-      lin = applyWhiteBalance(lin, gains);
-      vec3 white = applyWhiteBalance(vec3(1.0), gains);
-      peak = max(white.x, max(white.y, white.z));
+      lin = applyWhiteBalance(lin, vec3(p.white.x, p.white.y, p.white.z));
+      peak = p.white.w;
     }
     if (usesExposure(p)) {
       float gain = exp2(p.exposure);

@@ -43,7 +43,9 @@ vec3 colorPixel(ColorParams p, vec2 pos, vec3 center, float blur3) {
     result = p.filterIntensity >= 1.0 ? looked : mix(adjusted, looked, p.filterIntensity);
   }
   if (usesVignette(p)) {
-    result = toEncoded(toLinear(result) * vignetteFactor(pos, p.size, p.vignetteIntensity, p.vignetteRadius));
+    // The clear middle keeps its colour as it is, without a round trip through linear light.
+    float falloff = vignetteFactor(pos, p.size, p.vignetteIntensity, p.vignetteRadius);
+    if (falloff < 1.0) result = toEncoded(toLinear(result) * falloff);
   }
   return saturate3(result);
 }

@@ -2,9 +2,9 @@
 // The colour pass: the sixteen adjustments, the look numbered by filterType blended by
 // filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
 // reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
-// tile of the group's pixels with a one-pixel border, for sharpness, the wide level
-// (textures 2 and 3, made by colorWideKernel when the edit reads it), and the choice
-// of the parts compiled in.
+// tile of the group's pixels with a one-pixel border, for sharpness; the white balance's
+// gains, shared by the group; the wide level (textures 2 and 3, made by colorWideKernel
+// when the edit reads it); and the choice of the parts compiled in.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
@@ -15,34 +15,27 @@ layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
 
 // The luma of 18 x 18 pixels: 1296 bytes of group memory.
 shared float tile[18 * 18];
+// The white balance's gains for the block (whiteBalanceOf): one thread of the group
+// computes them and the others read them, since per pixel they would cost more than
+// applying them.
+shared vec4 groupWhite;
 
 #include "ColorAdjust.glsl"
 
 ColorParams params;
 
-// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, when the
-// edit reads them; otherwise bound to the picture and never read. They are blended
-// here in float: a CPU device filters 8-bit texels to 8 bits, which would undo the
-// 16-bit values.
+// Textures 2 and 3: the wide level's guided filter (a and b) and colour blur, in float,
+// when the edit reads them; otherwise bound to the picture and never read. One filtered
+// read each: the sampler blends the four texels around p in float.
 layout(set = 0, binding = 10) uniform sampler2D wideLuma;
 layout(set = 0, binding = 11) uniform sampler2D wideColor;
 
-// The colour blur's four reads are made only when the look glows.
+// The colour blur is read only when the look glows.
 WideBlur wideAt(vec2 p, float y, bool glows) {
-  ivec2 last = textureSize(wideLuma, 0) - ivec2(1);
-  vec2 t = p * vec2(last + ivec2(1)) / params.size - vec2(0.5);
-  vec2 cell = floor(t);
-  vec2 f = t - cell;
-  ivec2 a = clamp(ivec2(cell), ivec2(0), last);
-  ivec2 b = clamp(ivec2(cell) + ivec2(1), ivec2(0), last);
-  vec4 g = mix(mix(texelFetch(wideLuma, a, 0), texelFetch(wideLuma, ivec2(b.x, a.y), 0), f.x),
-               mix(texelFetch(wideLuma, ivec2(a.x, b.y), 0), texelFetch(wideLuma, b, 0), f.x), f.y);
-  vec4 c = vec4(0.0);
-  if (glows) {
-    c = mix(mix(texelFetch(wideColor, a, 0), texelFetch(wideColor, ivec2(b.x, a.y), 0), f.x),
-            mix(texelFetch(wideColor, ivec2(a.x, b.y), 0), texelFetch(wideColor, b, 0), f.x), f.y);
-  }
-  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), c.rgb);
+  vec2 at = p / params.size;
+  vec4 g = texture(wideLuma, at);
+  vec3 c = glows ? texture(wideColor, at).rgb : vec3(0.0);
+  return WideBlur(g.x * y + g.y, c);
 }
 #define COLOR_WIDE(p, y, glows) wideAt(p, y, glows)
 #include "ColorPixel.glsl"
@@ -52,22 +45,27 @@ void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   ivec2 origin = ivec2(gl_WorkGroupID.xy) * 16 - ivec2(1);
 
+  if (COLOR_USES(COLOR_FEATURE_WHITE_BALANCE) && gl_LocalInvocationIndex == 0u) {
+    groupWhite = whiteBalanceOf(u.temperature, u.tint);
+  }
   // Only sharpness reads the neighbours, so only a pipeline that carries it loads the
-  // tile (a group barrier is dear on a CPU device). Every thread of the group, inside
-  // the image or not (there is no non-uniform dispatch, so edge groups overrun), loads
-  // one or two of the 324 tile entries, clamped to the image.
+  // tile. Every thread of the group, inside the image or not (there is no non-uniform
+  // dispatch, so edge groups overrun), loads one or two of the 324 tile entries, clamped
+  // to the image. One barrier serves both shared values: a barrier is dear on a CPU
+  // device, so a pipeline that shares neither has none.
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
     for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
       ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
       tile[i] = luma(texelFetch(inputTexture, t, 0).rgb);
     }
-    barrier();
   }
+  if (COLOR_USES(COLOR_FEATURE_SHARPNESS | COLOR_FEATURE_WHITE_BALANCE)) barrier();
   if (pos.x >= size.x || pos.y >= size.y) return;
 
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                        u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
-                       u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size));
+                       u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size),
+                       COLOR_USES(COLOR_FEATURE_WHITE_BALANCE) ? groupWhite : vec4(1.0));
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
   vec4 center = texelFetch(inputTexture, pos, 0);

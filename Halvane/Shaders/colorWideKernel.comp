@@ -1,8 +1,8 @@
 #version 450
 // The colour pass's wide level (ColorWide.glsl): each texel of the reduced copy
 // (textures 0 and 2 from colorReduceKernel) gathers its neighbourhood once, writing
-// the guided filter's a and b (16 bits each) to texture 1 and the colour blur to
-// texture 3.
+// the guided filter's a and b to texture 1 (red and green) and the colour blur to
+// texture 3, both in float.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 #include "ColorAdjust.glsl"
@@ -35,6 +35,6 @@ void main() {
   fullSize = vec2(float(u.outputWidth), float(u.outputHeight));
   last = target - ivec2(1);
   WideTexel t = gatherWide((vec2(pos) + vec2(0.5)) * fullSize / vec2(target), fullSize);
-  imageStore(outputImage, pos, vec4(encodeWide16(t.a), encodeWide16(t.b)));
+  imageStore(outputImage, pos, vec4(t.a, t.b, 0.0, 1.0));
   imageStore(colorLevel, pos, vec4(t.color, 1.0));
 }

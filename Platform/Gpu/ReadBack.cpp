@@ -18,6 +18,7 @@ std::shared_ptr<Texture> encodeHostReadableCopy(Device& device, CommandBuffer& c
   TextureDescriptor descriptor;
   descriptor.width = texture->width();
   descriptor.height = texture->height();
+  descriptor.pixelFormat = texture->pixelFormat();
   descriptor.storageMode = StorageMode::shared;
   descriptor.usage = TextureUsage::shaderRead;
   auto readable = device.newTexture(descriptor);

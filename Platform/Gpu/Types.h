@@ -1,7 +1,7 @@
 #pragma once
 // Plain value types of the GPU layer. Numbers keep the meanings the engine relies on:
-// pixel format 80 is BGRA8 unorm, storage mode 0 is shared (host-readable) and 2 is
-// private (device-local); they appear in texture-pool keys.
+// pixel format 80 is BGRA8 unorm and 115 RGBA16 float, storage mode 0 is shared
+// (host-readable) and 2 is private (device-local); they appear in texture-pool keys.
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -10,7 +10,11 @@
 
 namespace platform::gpu {
 
-enum class PixelFormat : uint32_t { bgra8Unorm = 80 };
+// RGBA16 float holds values that 8 bits would band, and is filtered in float by every
+// device; BGRA8 is the format of pictures, and the only one a render pass draws into.
+enum class PixelFormat : uint32_t { bgra8Unorm = 80, rgba16Float = 115 };
+
+constexpr uint32_t bytesPerPixel(PixelFormat format) { return format == PixelFormat::rgba16Float ? 8 : 4; }
 
 enum class StorageMode : uint32_t { shared = 0, privateStorage = 2 };
 

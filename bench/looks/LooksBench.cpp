@@ -57,7 +57,7 @@ void runColorPass(benchmark::State& state, const RenderUniforms& block,
     encoder->setTexture(level->luma, 2);
     encoder->setTexture(level->color, 3);
     encoder->setBytes(&block, sizeof block, 0);
-    encoder->setThreadgroupMemoryLength(kColorTileBytes, 0);
+    encoder->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     encoder->dispatchThreadgroups({(kWidth + 15) / 16, (kHeight + 15) / 16, 1}, {16, 16, 1});
     encoder->endEncoding();
     buffer->commit();

@@ -123,6 +123,8 @@ class BlitEncoderImpl final : public BlitCommandEncoder, public EncoderBase {
     auto from = asImpl(source);
     auto to = asImpl(destination);
     if (!from || !to) return commandBuffer_->recordError("copyFromTexture: no texture");
+    if (from->pixelFormat() != to->pixelFormat())
+      return commandBuffer_->recordError("copyFromTexture: the textures' pixel formats differ");
     auto fits = [](const TextureImpl& t, Origin o, Size s) {
       return o.x <= t.width() && o.y <= t.height() && s.width <= t.width() - o.x && s.height <= t.height() - o.y;
     };
@@ -370,7 +372,7 @@ std::shared_ptr<BlitCommandEncoder> CommandBufferImpl::blitCommandEncoder() {
 std::shared_ptr<RenderCommandEncoder> CommandBufferImpl::renderCommandEncoder(const RenderPassDescriptor& pass) {
   if (!canEncode()) return nullptr;
   auto target = asImpl(pass.colorAttachment);
-  if (!target) return nullptr;
+  if (!target || target->pixelFormat() != PixelFormat::bgra8Unorm) return nullptr;  // the render pass's format
   auto encoder = std::make_shared<RenderEncoderImpl>(shared_from_this(), pass, std::move(target));
   openEncoder_ = encoder.get();
   return encoder;

@@ -88,10 +88,12 @@ std::string unsuitability(VkPhysicalDevice device) {
   if (!features12.timelineSemaphore) return "it lacks timeline semaphores";
   if (!features.features.shaderStorageImageWriteWithoutFormat)
     return "it cannot write storage images without a format qualifier";
-  VkFormatProperties format;
-  vkGetPhysicalDeviceFormatProperties(device, kTextureFormat, &format);
-  if ((format.optimalTilingFeatures & kTextureFormatFeatures) != kTextureFormatFeatures)
-    return "B8G8R8A8_UNORM lacks sampled, storage, colour attachment or transfer use";
+  for (auto [vkFormat, name] : {std::pair{kTextureFormat, "B8G8R8A8_UNORM"}, {kFloatTextureFormat, "R16G16B16A16_SFLOAT"}}) {
+    VkFormatProperties format;
+    vkGetPhysicalDeviceFormatProperties(device, vkFormat, &format);
+    if ((format.optimalTilingFeatures & kTextureFormatFeatures) != kTextureFormatFeatures)
+      return std::string(name) + " lacks sampled, storage, colour attachment or transfer use";
+  }
   return {};
 }
 

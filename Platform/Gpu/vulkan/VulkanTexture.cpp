@@ -37,7 +37,8 @@ void recordUpload(VkCommandBuffer commandBuffer, VkImage image, VkBuffer buffer,
 std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>& context,
                                                  const TextureDescriptor& descriptor) {
   const uint32_t maxDimension = context->capabilities().maxTextureDimension;
-  if (descriptor.pixelFormat != PixelFormat::bgra8Unorm || descriptor.width == 0 || descriptor.height == 0 ||
+  if ((descriptor.pixelFormat != PixelFormat::bgra8Unorm && descriptor.pixelFormat != PixelFormat::rgba16Float) ||
+      descriptor.width == 0 || descriptor.height == 0 ||
       descriptor.width > maxDimension || descriptor.height > maxDimension)
     return nullptr;
   if (descriptor.storageMode != StorageMode::shared && descriptor.storageMode != StorageMode::privateStorage)
@@ -48,7 +49,7 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
 
   VkImageCreateInfo image{VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
   image.imageType = VK_IMAGE_TYPE_2D;
-  image.format = kTextureFormat;
+  image.format = vulkanFormat(descriptor.pixelFormat);
   image.extent = {descriptor.width, descriptor.height, 1};
   image.mipLevels = 1;
   image.arrayLayers = 1;
@@ -62,7 +63,7 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
   VkMemoryRequirements requirements;
   vkGetImageMemoryRequirements(device, texture->image_, &requirements);
   const bool shared = descriptor.storageMode == StorageMode::shared;
-  const uint64_t stagingBytes = shared ? uint64_t(descriptor.width) * descriptor.height * 4 : 0;
+  const uint64_t stagingBytes = shared ? uint64_t(descriptor.width) * descriptor.height * bytesPerPixel(descriptor.pixelFormat) : 0;
   if (!context->reserveTextureBytes(requirements.size + stagingBytes)) return nullptr;
   texture->accountedBytes_ = requirements.size + stagingBytes;
 
@@ -77,7 +78,7 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
   VkImageViewCreateInfo view{VK_STRUCTURE_TYPE_IMAGE_VIEW_CREATE_INFO};
   view.image = texture->image_;
   view.viewType = VK_IMAGE_VIEW_TYPE_2D;
-  view.format = kTextureFormat;
+  view.format = vulkanFormat(descriptor.pixelFormat);
   view.subresourceRange = kColorRange;
   if (vkCreateImageView(device, &view, nullptr, &texture->view_) != VK_SUCCESS) return nullptr;
 
@@ -125,21 +126,19 @@ bool TextureImpl::contains(const Region& region) const {
 }
 
 void TextureImpl::getBytes(void* destination, size_t bytesPerRow, Region region) const {
-  if (!staging_ || !destination || !contains(region) || bytesPerRow < size_t(region.width) * 4) return;
+  const size_t pixelBytes = bytesPerPixel(descriptor_.pixelFormat), rowBytes = size_t(region.width) * pixelBytes;
+  if (!staging_ || !destination || !contains(region) || bytesPerRow < rowBytes) return;
   const uint8_t* source = staging_->data();
   auto* target = static_cast<uint8_t*>(destination);
-  const size_t rowBytes = size_t(region.width) * 4;
   for (uint32_t row = 0; row < region.height; ++row)
     std::memcpy(target + row * bytesPerRow,
-                source + (size_t(region.origin.y + row) * descriptor_.width + region.origin.x) * 4, rowBytes);
+                source + (size_t(region.origin.y + row) * descriptor_.width + region.origin.x) * pixelBytes, rowBytes);
 }
 
 void TextureImpl::replaceRegion(Region region, const void* source, size_t bytesPerRow) {
-  if (!source || !contains(region) || region.width == 0 || region.height == 0 ||
-      bytesPerRow < size_t(region.width) * 4)
-    return;
+  const size_t pixelBytes = bytesPerPixel(descriptor_.pixelFormat), rowBytes = size_t(region.width) * pixelBytes;
+  if (!source || !contains(region) || region.width == 0 || region.height == 0 || bytesPerRow < rowBytes) return;
   const auto* bytes = static_cast<const uint8_t*>(source);
-  const size_t rowBytes = size_t(region.width) * 4;
   VkBufferImageCopy copy{};
   copy.imageSubresource = {VK_IMAGE_ASPECT_COLOR_BIT, 0, 0, 1};
   copy.imageOffset = {int32_t(region.origin.x), int32_t(region.origin.y), 0};
@@ -148,9 +147,9 @@ void TextureImpl::replaceRegion(Region region, const void* source, size_t bytesP
   if (staging_) {
     // The staging buffer mirrors the image, so getBytes sees the new bytes at once.
     for (uint32_t row = 0; row < region.height; ++row)
-      std::memcpy(staging_->data() + (size_t(region.origin.y + row) * descriptor_.width + region.origin.x) * 4,
+      std::memcpy(staging_->data() + (size_t(region.origin.y + row) * descriptor_.width + region.origin.x) * pixelBytes,
                   bytes + row * bytesPerRow, rowBytes);
-    copy.bufferOffset = (VkDeviceSize(region.origin.y) * descriptor_.width + region.origin.x) * 4;
+    copy.bufferOffset = (VkDeviceSize(region.origin.y) * descriptor_.width + region.origin.x) * pixelBytes;
     copy.bufferRowLength = descriptor_.width;
     context_->enqueuePrologue(
         weak_from_this(),

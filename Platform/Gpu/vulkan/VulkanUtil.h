@@ -42,5 +42,10 @@ constexpr VkFormatFeatureFlags kTextureFormatFeatures =
     VK_FORMAT_FEATURE_STORAGE_IMAGE_BIT | VK_FORMAT_FEATURE_COLOR_ATTACHMENT_BIT | VK_FORMAT_FEATURE_TRANSFER_SRC_BIT |
     VK_FORMAT_FEATURE_TRANSFER_DST_BIT;
 constexpr VkFormat kTextureFormat = VK_FORMAT_B8G8R8A8_UNORM;
+constexpr VkFormat kFloatTextureFormat = VK_FORMAT_R16G16B16A16_SFLOAT;
+
+inline VkFormat vulkanFormat(PixelFormat format) {
+  return format == PixelFormat::rgba16Float ? kFloatTextureFormat : kTextureFormat;
+}
 
 }  // namespace platform::gpu::vulkan

@@ -20,8 +20,8 @@ using platform::media::Image;
 // scale from full-size pixel coordinates to theirs.
 thread_local const Image* currentReducedColor = nullptr;
 thread_local const Image* currentReducedLuma = nullptr;
-thread_local const Image* currentWideLuma = nullptr;
-thread_local const Image* currentWideColor = nullptr;
+thread_local const struct FloatImage* currentWideLuma = nullptr;
+thread_local const struct FloatImage* currentWideColor = nullptr;
 thread_local vec2 toLevel(1.0f);
 
 inline vec4 texel4(const Image& image, int x, int y) {
@@ -34,9 +34,21 @@ inline vec4 texel4(const Image& image, int x, int y) {
 inline vec3 rgbOf(vec4 t) { return vec3(t.x, t.y, t.z); }
 inline vec3 texel(const Image& image, int x, int y) { return rgbOf(texel4(image, x, y)); }
 
+// The wide level's texels as the GPU stores them: RGBA16 float.
+struct FloatImage {
+  int width = 0, height = 0;
+  std::vector<vec4> texels;
+};
+
+inline vec4 texel4(const FloatImage& image, int x, int y) {
+  return image.texels[size_t(std::clamp(y, 0, image.height - 1)) * size_t(image.width) +
+                      size_t(std::clamp(x, 0, image.width - 1))];
+}
+
 // Bilinear in float, clamp to edge, pixel centres at half-integers, at pixel
-// coordinates p of the image: the kernels' blend of the wide level's texels.
-inline vec4 sampleBilinear(const Image& image, vec2 p) {
+// coordinates p of the image: the sampler's blend of the wide level's texels.
+template <typename Picture>
+vec4 sampleBilinear(const Picture& image, vec2 p) {
   const float x0 = std::floor(p.x - 0.5f), y0 = std::floor(p.y - 0.5f), fx = p.x - 0.5f - x0, fy = p.y - 0.5f - y0;
   const int ix = static_cast<int>(x0), iy = static_cast<int>(y0);
   vec4 t[4] = {texel4(image, ix, iy), texel4(image, ix + 1, iy), texel4(image, ix, iy + 1),
@@ -98,7 +110,7 @@ inline WideBlur sampleWide(vec2 p, float y) {
   if (gatherEachPixel) return formerGather(p);
   vec4 g = sampleBilinear(*currentWideLuma, p * toLevel);
   vec4 c = sampleBilinear(*currentWideColor, p * toLevel);
-  return WideBlur(decodeWide16(g.x, g.y) * y + decodeWide16(g.z, g.w), rgbOf(c));
+  return WideBlur(g.x * y + g.y, rgbOf(c));
 }
 
 #define COLOR_WIDE(p, y, glows) sampleWide(p, y)
@@ -117,7 +129,8 @@ shader::ColorParams toParams(const RenderUniforms& u, int width, int height) {
   return shader::ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                              u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity,
                              u.vignetteIntensity, u.vignetteRadius, u.filterType, u.filterIntensity,
-                             shader::vec2(static_cast<float>(width), static_cast<float>(height)));
+                             shader::vec2(static_cast<float>(width), static_cast<float>(height)),
+                             shader::whiteBalanceOf(u.temperature, u.tint));
 }
 
 // Runs rows(begin, end) over [0, height) on every hardware thread.
@@ -139,14 +152,23 @@ void store(Image& image, int x, int y, shader::vec4 c) {
 // colorReduceKernel and colorWideKernel: the picture averaged into the reduced copy,
 // then each texel's guided filter and colour blur.
 struct WideLevel {
-  Image reducedColor, reducedLuma, luma, color;
+  Image reducedColor, reducedLuma;
+  shader::FloatImage luma, color;
 };
+
+// A float rounded to half precision (to nearest, ties to even), as an RGBA16 float
+// texel stores it.
+shader::vec4 asHalves(shader::vec4 v) {
+  auto half = [](float f) { return float(static_cast<_Float16>(f)); };
+  return shader::vec4(half(v.x), half(v.y), half(v.z), half(v.w));
+}
 
 WideLevel makeWideLevel(const Image& input) {
   const WideLevelSize size = wideLevelSize(uint32_t(input.width), uint32_t(input.height));
   const int w = int(size.width), h = int(size.height);
   auto blank = [w, h] { return Image{w, h, std::vector<uint8_t>(size_t(w) * size_t(h) * 4, 0), {}, {}}; };
-  WideLevel level{blank(), blank(), blank(), blank()};
+  auto floats = [w, h] { return shader::FloatImage{w, h, std::vector<shader::vec4>(size_t(w) * size_t(h))}; };
+  WideLevel level{blank(), blank(), floats(), floats()};
   inParallel(h, [&](int, int begin, int end) {
     for (int y = begin; y < end; ++y)
       for (int x = 0; x < w; ++x) {
@@ -177,9 +199,8 @@ WideLevel makeWideLevel(const Image& input) {
         const shader::vec2 center =
             (shader::vec2(float(x), float(y)) + shader::vec2(0.5f)) * full / shader::vec2(float(w), float(h));
         const shader::WideTexel t = shader::gatherWide(center, full);
-        const shader::vec2 a = shader::encodeWide16(t.a), b = shader::encodeWide16(t.b);
-        store(level.luma, x, y, shader::vec4(a.x, a.y, b.x, b.y));
-        store(level.color, x, y, shader::vec4(t.color, 1.0f));
+        level.luma.texels[size_t(y) * size_t(w) + size_t(x)] = asHalves(shader::vec4(t.a, t.b, 0.0f, 1.0f));
+        level.color.texels[size_t(y) * size_t(w) + size_t(x)] = asHalves(shader::vec4(t.color, 1.0f));
       }
   });
   return level;

@@ -2,8 +2,9 @@
 // CPU reference of the colour pass. It compiles the kernel's own colour sources
 // (Halvane/Shaders/Color*.glsl and LookTable.inc) as C++, so the tests compare the GPU
 // with the same formulas evaluated in float on the CPU; only the tile, the texture
-// sampling, the reduction of the wide level (stored in 8-bit texels as the GPU's) and
-// the rounding of the output are the reference's own. Thread-safe.
+// sampling, the reduction of the wide level (its reduced copy in 8-bit texels and the
+// level in half floats, as the GPU stores them) and the rounding of the output are the
+// reference's own. Thread-safe.
 #include <array>
 #include <cstddef>
 #include <cstdint>
