@@ -7,7 +7,7 @@ packages=(
   build-essential cmake ninja-build ccache pkg-config git
   libvulkan-dev vulkan-validationlayers mesa-vulkan-drivers glslc
   libavcodec-dev libavformat-dev libavutil-dev libswscale-dev libswresample-dev ffmpeg
-  libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev libheif-dev libwebp-dev libexif-dev
+  libjpeg62-turbo-dev libturbojpeg0-dev libpng-dev libheif-dev libwebp-dev libexif-dev zlib1g-dev
   nlohmann-json3-dev libgtest-dev libgmock-dev libbenchmark-dev
   qt6-base-dev qt6-multimedia-dev qt6-l10n-tools qt6-tools-dev librlottie-dev fonts-material-design-icons-iconfont
   libvips-tools imagemagick bc time
