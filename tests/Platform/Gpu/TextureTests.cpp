@@ -1,4 +1,4 @@
-// Textures: host access, blit copies, sizes, the memory budget; the shared read-back: a
+// Textures: host access, blit copies, half floats, sizes, the memory budget; the shared read-back: a
 // private texture through its host-readable copy, and the textures and rows it refuses
 // without writing. The render pass of the display: clear to opaque black, a textured
 // quad as a triangle strip, bytes for both stages, and a texture made by compute in the
@@ -58,6 +58,38 @@ TEST_F(TextureTest, BlitCopiesSubRectanglesAndRefusesCopiesOutOfBounds) {
   EXPECT_THAT(commandBuffer->errorMessage(), HasSubstr("outside"));
   copyRect(bytes, 32, 0, 0, bytes, 32, 16, 0, 16, 8);
   EXPECT_TRUE(readBack(texture) == bytes);
+}
+
+// RGBA16 float: values outside [0, 1] survive a kernel's write and the host-readable
+// copy; a copy between formats, and a render pass into one (render targets are BGRA8),
+// are refused.
+TEST_F(TextureTest, HalfFloatTexturesKeepValuesOutsideTheUnitRangeAndRefuseMixedUse) {
+  auto halves = [&](StorageMode storage) {
+    return device->newTexture({.width = 2, .height = 1, .pixelFormat = PixelFormat::rgba16Float,
+                               .storageMode = storage, .usage = TextureUsage::shaderRead | TextureUsage::shaderWrite});
+  };
+  auto source = halves(StorageMode::shared), written = halves(StorageMode::privateStorage);
+  ASSERT_TRUE(source && written);
+  const _Float16 in[8] = {0.25, 2.5, -0.75, 1, 0, 0.4, 1, 1};  // r, g, b, a
+  source->replaceRegion({{0, 0}, 2, 1}, in, sizeof in);
+  const Params params{2, 1, 0};
+  auto commandBuffer = encodeDispatch(computePipeline("gpuSwizzleKernel"), {source, written}, &params, sizeof params);
+  auto readable = encodeHostReadableCopy(*device, *commandBuffer, written);
+  ASSERT_TRUE(run(commandBuffer));
+  _Float16 out[8];
+  readable->getBytes(out, sizeof out, {{0, 0}, 2, 1});
+  // The kernel in code values: red <- green (at most 255), green <- blue, blue <- red.
+  const float expected[8] = {255, -191, 64, 255, 102, 255, 0, 255};
+  for (int i = 0; i < 8; ++i) EXPECT_NEAR(float(out[i]), expected[i] / 255, 1e-3) << i;
+
+  commandBuffer = queue->commandBuffer();
+  auto blit = commandBuffer->blitCommandEncoder();
+  blit->copyFromTexture(source, {0, 0}, {2, 1, 1}, newTexture(2, 1), {0, 0});
+  EXPECT_FALSE(run(commandBuffer));
+  EXPECT_THAT(commandBuffer->errorMessage(), HasSubstr("pixel formats differ"));
+  RenderPassDescriptor intoHalves;
+  intoHalves.colorAttachment = written;
+  EXPECT_FALSE(queue->commandBuffer()->renderCommandEncoder(intoHalves));
 }
 
 TEST_F(TextureTest, SizesOutsideTheDeviceLimitOrBeyondItsMemoryOrAnExplicitBudgetGiveNone) {
