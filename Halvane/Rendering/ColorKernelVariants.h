@@ -24,8 +24,8 @@
 
 namespace halvane {
 
-// The colour kernel's group: 16 by 16 threads, sharing an 18 by 18 tile of luma and the
-// white balance's four constants.
+// The colour kernel's group: 16 by 16 threads, sharing an 18 by 18 tile of luma and,
+// with it, the white balance's four constants.
 inline constexpr uint32_t kColorGroupSide = 16;
 inline constexpr size_t kColorGroupMemoryBytes = 18 * 18 * 4 + 4 * 4;
 

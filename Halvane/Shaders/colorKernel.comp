@@ -15,9 +15,10 @@ layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
 
 // The luma of 18 x 18 pixels: 1296 bytes of group memory.
 shared float tile[18 * 18];
-// The white balance's gains for the block (whiteBalanceOf): one thread of the group
-// computes them and the others read them, since per pixel they would cost more than
-// applying them.
+// The white balance's gains for the block (whiteBalanceOf), which cost more than
+// applying them: where the group meets at a barrier anyway (for sharpness's tile), one
+// thread computes them and the others read them; elsewhere a barrier would cost more
+// than it saves, and each pixel computes them.
 shared vec4 groupWhite;
 
 #include "ColorAdjust.glsl"
@@ -45,27 +46,28 @@ void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   ivec2 origin = ivec2(gl_WorkGroupID.xy) * 16 - ivec2(1);
 
-  if (COLOR_USES(COLOR_FEATURE_WHITE_BALANCE) && gl_LocalInvocationIndex == 0u) {
-    groupWhite = whiteBalanceOf(u.temperature, u.tint);
-  }
+  const bool computesWhite = COLOR_USES(COLOR_FEATURE_WHITE_BALANCE);
+  const bool sharesWhite = computesWhite && COLOR_USES(COLOR_FEATURE_SHARPNESS);
+  if (sharesWhite && gl_LocalInvocationIndex == 0u) groupWhite = whiteBalanceOf(u.temperature, u.tint);
   // Only sharpness reads the neighbours, so only a pipeline that carries it loads the
   // tile. Every thread of the group, inside the image or not (there is no non-uniform
   // dispatch, so edge groups overrun), loads one or two of the 324 tile entries, clamped
-  // to the image. One barrier serves both shared values: a barrier is dear on a CPU
-  // device, so a pipeline that shares neither has none.
+  // to the image.
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
     for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
       ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
       tile[i] = luma(texelFetch(inputTexture, t, 0).rgb);
     }
+    barrier();
   }
-  if (COLOR_USES(COLOR_FEATURE_SHARPNESS | COLOR_FEATURE_WHITE_BALANCE)) barrier();
   if (pos.x >= size.x || pos.y >= size.y) return;
 
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                        u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
                        u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size),
-                       COLOR_USES(COLOR_FEATURE_WHITE_BALANCE) ? groupWhite : vec4(1.0));
+                       sharesWhite     ? groupWhite
+                       : computesWhite ? whiteBalanceOf(u.temperature, u.tint)
+                                       : vec4(1.0));
 
   int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
   vec4 center = texelFetch(inputTexture, pos, 0);
