@@ -21,17 +21,20 @@ struct Finished {
   std::string standardError;
 };
 
-// `program` is looked up on PATH unless it holds a slash; standard input is empty. With a
-// file size limit, writes beyond it fail with EFBIG, as on a full disk. A program that
-// hangs is stopped after two minutes.
+// `program` is looked up on PATH unless it holds a slash; standard input is empty; the
+// environment is this one's with `settings` ("NAME=value") added. With a file size limit,
+// writes beyond it fail with EFBIG, as on a full disk. A program that hangs is stopped
+// after two minutes.
 class ToolProcess {
  public:
   ToolProcess(const std::string& program, const std::vector<std::string>& arguments,
-              rlim_t fileSizeLimit = RLIM_INFINITY) {
+              rlim_t fileSizeLimit = RLIM_INFINITY, const std::vector<std::string>& settings = {}) {
     // Made before the fork: the child of a process with threads allocates nothing.
-    std::vector<char*> argv{const_cast<char*>(program.c_str())};
+    std::vector<char*> argv{const_cast<char*>(program.c_str())}, envp;
     for (const auto& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
-    argv.push_back(nullptr);
+    for (const auto& setting : settings) envp.push_back(const_cast<char*>(setting.c_str()));  // found first
+    for (char** inherited = environ; *inherited; ++inherited) envp.push_back(*inherited);
+    argv.push_back(nullptr), envp.push_back(nullptr);
     int out[2], err[2];
     // Closed on exec: another child started meanwhile keeps no end of these open.
     if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) throw std::runtime_error("pipe");
@@ -45,7 +48,7 @@ class ToolProcess {
       ::signal(SIGXFSZ, SIG_IGN);  // a write over the limit fails instead of the process dying
       const rlimit limit{fileSizeLimit, fileSizeLimit};
       if (fileSizeLimit != RLIM_INFINITY) ::setrlimit(RLIMIT_FSIZE, &limit);
-      ::execvp(program.c_str(), argv.data());
+      ::execvpe(program.c_str(), argv.data(), envp.data());
       ::_exit(127);
     }
     ::close(out[1]), ::close(err[1]);

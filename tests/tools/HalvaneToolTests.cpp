@@ -1,10 +1,7 @@
 // The `halvane` command-line tool, run as its own process: what it writes, its error
 // texts and exit codes, and the files it never touches.
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -14,8 +11,7 @@
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/ImageDecoder.h"
 #include "Support/TestFiles.h"
-
-extern char** environ;
+#include "Support/ToolProcess.h"
 
 namespace halvane {
 namespace {
@@ -24,37 +20,13 @@ namespace fs = std::filesystem;
 using platform::media::decodeImageFile;
 using ::testing::HasSubstr;
 using testsupport::fileContents;
+using testsupport::Finished;
+using testsupport::ToolProcess;
 using testsupport::sample;
 
-struct ToolResult {
-  int exitStatus = -1;  // 128 + the signal when killed
-  std::string standardOutput, standardError;
-};
-
-// Runs the real executable with `arguments`, and `settings` ("NAME=value") added to the
-// environment, its output captured through files.
-ToolResult runTool(std::vector<std::string> arguments, std::vector<std::string> settings = {}) {
-  const fs::path out = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(getpid()) + ".out");
-  const fs::path err = fs::path(out).replace_extension(".err");
-  arguments.insert(arguments.begin(), HALVANE_TOOL_PATH);
-  std::vector<char*> argv, envp;
-  for (auto& argument : arguments) argv.push_back(argument.data());
-  for (auto& setting : settings) envp.push_back(setting.data());  // found before the inherited ones
-  for (char** inherited = environ; *inherited; ++inherited) envp.push_back(*inherited);
-  argv.push_back(nullptr), envp.push_back(nullptr);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  ToolResult result;
-  pid_t pid = 0;
-  int status = 0;
-  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), envp.data()) == 0 && waitpid(pid, &status, 0) == pid)
-    result.exitStatus = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-  posix_spawn_file_actions_destroy(&actions);
-  result.standardOutput = fileContents(out), result.standardError = fileContents(err);
-  fs::remove(out), fs::remove(err);
-  return result;
+// The real executable with `arguments`, and `settings` ("NAME=value") added to its environment.
+Finished runTool(const std::vector<std::string>& arguments, const std::vector<std::string>& settings = {}) {
+  return ToolProcess(HALVANE_TOOL_PATH, arguments, RLIM_INFINITY, settings).wait();
 }
 
 class HalvaneTool : public ::testing::Test {
