@@ -95,19 +95,14 @@ TEST(ExportVideoCommandTest, AFullDiskEndsTheExportWithoutAFile) {
   EXPECT_TRUE(entriesNamed(folder, "full").empty());
 }
 
+// The command goes through the tool's one output check (the tool tests hold its cases).
 TEST(ExportVideoCommandTest, TheInputIsNeverTheOutput) {
-  const std::string folder = temporaryFolder() + "/same";
-  std::filesystem::create_directories(folder);
-  const std::string input = folder + "/in.mov";
+  const std::string input = temporaryFolder() + "/cli-same.mov";
   std::filesystem::copy_file(toneClip(), input, std::filesystem::copy_options::overwrite_existing);
-  std::filesystem::create_symlink(input, folder + "/link.mov");
-  std::filesystem::create_hard_link(input, folder + "/hard.mov");
   const std::string before = fileContents(input);
-  for (const std::string& output : {input, folder + "/../same/in.mov", folder + "/link.mov", folder + "/hard.mov"}) {
-    const auto result = run({input, output, "-y"});
-    EXPECT_EQ(result.exitStatus, 1) << output;
-    EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
-  }
+  const auto result = run({input, input, "-y"});
+  EXPECT_EQ(result.exitStatus, 1);
+  EXPECT_NE(result.standardError.find("is the input file"), std::string::npos) << result.standardError;
   EXPECT_EQ(fileContents(input), before);
 }
 
