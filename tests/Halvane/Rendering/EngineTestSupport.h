@@ -1,7 +1,7 @@
 #pragma once
 // One RenderingEngine per test program, on the CPU device with validation on. Its
 // texture allocator can be told to refuse, so fallbacks can be driven from tests. With
-// the pictures and measures that the GPU suites share.
+// the pictures, measures and presenter that the GPU suites share.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Halvane/Rendering/FramePresenter.h"
 #include "Halvane/Rendering/RenderingEngine.h"
 #include "Platform/Media/Image.h"
 #include "Platform/Media/ImageDecoder.h"
@@ -102,6 +103,31 @@ inline std::array<int, 3> grey(int v) { return {v, v, v}; }
 inline Image makeFlat(int width, int height, int r, int g, int b) {
   return makePicture(width, height, [=](int, int) { return std::array{r, g, b}; });
 }
+// Counts the drawables the views were given and keeps a copy of the last, read back on
+// the presenting thread.
+class RecordingPresenter final : public FramePresenter {
+ public:
+  void present(const std::shared_ptr<platform::gpu::Texture>& drawable) override {
+    Image frame = makeFlat(int(drawable->width()), int(drawable->height()), 0, 0, 0);
+    drawable->getBytes(frame.pixels.data(), frame.bytesPerRow(), {{0, 0}, drawable->width(), drawable->height()});
+    std::lock_guard guard(lock_);
+    ++count_;
+    last_ = std::move(frame);
+  }
+  int count() const {
+    std::lock_guard guard(lock_);
+    return count_;
+  }
+  Image lastFrame() const {
+    std::lock_guard guard(lock_);
+    return last_;
+  }
+
+ private:
+  mutable std::mutex lock_;
+  int count_ = 0;
+  Image last_;
+};
 // Every pixel differs from its neighbours: blue and green carry x and y, red their
 // high bits, so any misplaced pixel shows.
 inline Image makeDistinctImage(int width, int height) {

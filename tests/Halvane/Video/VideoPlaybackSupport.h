@@ -1,11 +1,9 @@
 #pragma once
 // A VideoRenderer on the CPU device, driven by hand: a manual main queue, manual display
-// links, and a player clock the test sets. Presented frames are counted and the last
-// one kept.
+// links, and a player clock the test sets; the views present to a RecordingPresenter.
 #include <atomic>
 #include <cstring>
 #include <memory>
-#include <mutex>
 
 #include "Halvane/Rendering/EngineTestSupport.h"
 #include "Halvane/Rendering/PreviewView.h"
@@ -21,31 +19,6 @@
 namespace halvane::testing {
 
 using platform::media::PixelBuffer;
-
-// Copies of what the views were given, read back on the presenting thread.
-class RecordingPresenter final : public FramePresenter {
- public:
-  void present(const std::shared_ptr<platform::gpu::Texture>& drawable) override {
-    PixelBuffer frame = PixelBuffer::allocate(int(drawable->width()), int(drawable->height()));
-    drawable->getBytes(frame.data(), frame.bytesPerRow(), {{0, 0}, drawable->width(), drawable->height()});
-    std::lock_guard guard(lock_);
-    ++count_;
-    last_ = frame;
-  }
-  int count() const {
-    std::lock_guard guard(lock_);
-    return count_;
-  }
-  PixelBuffer lastFrame() const {
-    std::lock_guard guard(lock_);
-    return last_;
-  }
-
- private:
-  mutable std::mutex lock_;
-  int count_ = 0;
-  PixelBuffer last_;
-};
 
 class VideoRendererTest : public EngineTest {
  protected:
@@ -123,12 +96,15 @@ class VideoRendererTest : public EngineTest {
     if (!result) return "(no result)";
     return result->hasValue() ? "(no failure)" : result->error().localizedDescription();
   }
-  PixelBuffer readBackFrame(const std::shared_ptr<platform::gpu::Texture>& texture) {
-    const auto image = readBack(*engine, texture);
+  // The picture as a video frame, for the clips' measures.
+  static PixelBuffer asPixelBuffer(const Image& image) {
     PixelBuffer frame = PixelBuffer::allocate(image.width, image.height);
     for (int y = 0; y < image.height; ++y)
       std::memcpy(frame.row(y), image.pixels.data() + y * image.bytesPerRow(), image.bytesPerRow());
     return frame;
+  }
+  PixelBuffer readBackFrame(const std::shared_ptr<platform::gpu::Texture>& texture) {
+    return asPixelBuffer(readBack(*engine, texture));
   }
 
   std::shared_ptr<platform::dispatch::ManualMainQueue> queue = std::make_shared<platform::dispatch::ManualMainQueue>();

@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(QuarterTurns, VideoOrientationTest, ::testing::Values(0
 TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheLast) {
   ASSERT_TRUE(showFirstFrame(plainClip()));
   EXPECT_EQ(redrawsAfter([&] { ticks(3); }), 0) << "a paused player brings no frame";
-  const double unedited = meanLevel(presenter->lastFrame());
+  const double unedited = meanLevel(asPixelBuffer(presenter->lastFrame()));
   EXPECT_EQ(redrawsAfter([&] {
               renderer->updateEditState({.exposure = 3});
               renderer->updateEditState({.exposure = -3});
@@ -127,7 +127,7 @@ TEST_F(VideoPlaybackTest, StateChangesWhilePausedRedrawOnceAtTheNextTickWithTheL
   EXPECT_TRUE(renderer->previewIsDirty());
   EXPECT_EQ(redrawsAfter([&] { ticks(3); }), 1);
   EXPECT_FALSE(renderer->previewIsDirty());
-  EXPECT_LT(meanLevel(presenter->lastFrame()), unedited * 0.5);
+  EXPECT_LT(meanLevel(asPixelBuffer(presenter->lastFrame())), unedited * 0.5);
   EXPECT_EQ(renderer->player().rate(), 0.0f);
   EXPECT_DOUBLE_EQ(playerSeconds(), 0.0);
 }
@@ -141,7 +141,7 @@ TEST_F(VideoPlaybackTest, StatesBeforeTheFirstFrameWaitForItAndTheLatestIsDrawn)
   settleGpu();
   ASSERT_GE(presenter->count(), 1);
   // The letterboxed 64x48 picture at exposure -3 is near black all over.
-  EXPECT_LT(meanLevel(presenter->lastFrame()), 30);
+  EXPECT_LT(meanLevel(asPixelBuffer(presenter->lastFrame())), 30);
 }
 
 TEST_F(VideoPlaybackTest, ADrawableWithoutSizeKeepsTheFramePending) {
