@@ -49,14 +49,21 @@ void main() {
   const bool computesWhite = COLOR_USES(COLOR_FEATURE_WHITE_BALANCE);
   const bool sharesWhite = computesWhite && COLOR_USES(COLOR_FEATURE_SHARPNESS);
   if (sharesWhite && gl_LocalInvocationIndex == 0u) groupWhite = whiteBalanceOf(u.temperature, u.tint);
-  // Only sharpness reads the neighbours, so only a pipeline that carries it loads the
-  // tile. Every thread of the group, inside the image or not (there is no non-uniform
-  // dispatch, so edge groups overrun), loads one or two of the 324 tile entries, clamped
-  // to the image.
+  // Only sharpness reads the neighbours, so only a pipeline that carries it fills the
+  // tile. Each thread fetches its own pixel first, clamped to the image (there is no
+  // non-uniform dispatch, so edge groups overrun), and fills its own entry with it; the
+  // first 68 threads fetch the one-pixel border. A fetch is dear on a CPU device: this
+  // way the group makes 324 of them, where filling the tile apart from the pixels made
+  // 580.
+  ivec2 local = ivec2(gl_LocalInvocationID.xy);
+  vec4 center = texelFetch(inputTexture, clamp(pos, ivec2(0), size - ivec2(1)), 0);
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
-    for (int i = int(gl_LocalInvocationIndex); i < 18 * 18; i += 256) {
-      ivec2 t = clamp(origin + ivec2(i % 18, i / 18), ivec2(0), size - ivec2(1));
-      tile[i] = luma(texelFetch(inputTexture, t, 0).rgb);
+    tile[(local.y + 1) * 18 + local.x + 1] = luma(center.rgb);
+    int i = int(gl_LocalInvocationIndex);
+    if (i < 68) {
+      // The top row, the bottom row, then the left and right columns between them.
+      ivec2 t = i < 18 ? ivec2(i, 0) : i < 36 ? ivec2(i - 18, 17) : i < 52 ? ivec2(0, i - 35) : ivec2(17, i - 51);
+      tile[t.y * 18 + t.x] = luma(texelFetch(inputTexture, clamp(origin + t, ivec2(0), size - ivec2(1)), 0).rgb);
     }
     barrier();
   }
@@ -69,8 +76,7 @@ void main() {
                        : computesWhite ? whiteBalanceOf(u.temperature, u.tint)
                                        : vec4(1.0));
 
-  int ti = (int(gl_LocalInvocationID.y) + 1) * 18 + int(gl_LocalInvocationID.x) + 1;
-  vec4 center = texelFetch(inputTexture, pos, 0);
+  int ti = (local.y + 1) * 18 + local.x + 1;
   float blur3 = 0.0;
   if (usesSharpness(params)) {
     blur3 = binomialBlur3x3(tile[ti - 19], tile[ti - 18], tile[ti - 17], tile[ti - 1], tile[ti], tile[ti + 1],
