@@ -17,9 +17,9 @@ namespace platform::gpu {
 // rows shorter than the texture's.
 bool readBackBGRA8(const Texture& texture, void* destination, size_t bytesPerRow);
 
-// Encodes a copy of `texture` into a new host-readable BGRA8 texture of its size, for
-// readBackBGRA8 once the command buffer completed. None when the copy or the encoder
-// cannot be had.
+// Encodes a copy of `texture` into a new host-readable texture of its size and format,
+// for readBackBGRA8 (or getBytes, for another format) once the command buffer completed.
+// None when the copy or the encoder cannot be had.
 std::shared_ptr<Texture> encodeHostReadableCopy(Device& device, CommandBuffer& commandBuffer,
                                                 const std::shared_ptr<Texture>& texture);
 
