@@ -52,9 +52,8 @@ void main() {
   // Only sharpness reads the neighbours, so only a pipeline that carries it fills the
   // tile. Each thread fetches its own pixel first, clamped to the image (there is no
   // non-uniform dispatch, so edge groups overrun), and fills its own entry with it; the
-  // first 68 threads fetch the one-pixel border. A fetch is dear on a CPU device: this
-  // way the group makes 324 of them, where filling the tile apart from the pixels made
-  // 580.
+  // first 68 threads fetch the one-pixel border: a fetch is dear on a CPU device, so
+  // each of the tile's 324 texels is fetched once.
   ivec2 local = ivec2(gl_LocalInvocationID.xy);
   vec4 center = texelFetch(inputTexture, clamp(pos, ivec2(0), size - ivec2(1)), 0);
   if (COLOR_USES(COLOR_FEATURE_SHARPNESS)) {
