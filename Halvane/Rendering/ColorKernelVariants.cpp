@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Halvane/Rendering/ColorConstants.h"
 #include "Halvane/Shaders/ColorFeatures.glsl"
 
 namespace halvane {
@@ -101,7 +102,7 @@ void ColorKernelVariants::warmUp(const std::shared_ptr<ComputePipelineState>& pi
     // The wide level's place; nothing reads it at neutral values.
     encoder->setTexture(warmUpInput_, 2);
     encoder->setTexture(warmUpInput_, 3);
-    encoder->setBytes(&block, sizeof block, 0);
+    setColorBlocks(*encoder, block);
     encoder->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     encoder->dispatchThreadgroups(Size{1, 1, 1}, Size{kColorGroupSide, kColorGroupSide, 1});
     encoder->endEncoding();

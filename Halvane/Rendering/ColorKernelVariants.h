@@ -24,10 +24,9 @@
 
 namespace halvane {
 
-// The colour kernel's group: 16 by 16 threads, sharing an 18 by 18 tile of luma and,
-// with it, the white balance's four constants.
+// The colour kernel's group: 16 by 16 threads, sharing an 18 by 18 tile of luma.
 inline constexpr uint32_t kColorGroupSide = 16;
-inline constexpr size_t kColorGroupMemoryBytes = 18 * 18 * 4 + 4 * 4;
+inline constexpr size_t kColorGroupMemoryBytes = 18 * 18 * 4;
 
 // Passes over fewer pixels than this take the general kernel: below it, compiling a
 // variant costs more than it saves.

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "Halvane/Rendering/BundleLocator.h"
+#include "Halvane/Rendering/ColorConstants.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/FocusPass.h"
@@ -223,7 +224,7 @@ std::shared_ptr<Texture> RenderingEngine::processTexture(const std::shared_ptr<T
     color->setTexture(second, 1);
     color->setTexture(wide->luma, 2);
     color->setTexture(wide->color, 3);
-    color->setBytes(&uniforms, sizeof uniforms, 0);
+    setColorBlocks(*color, uniforms);
     color->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     dispatch(*color, width, height);
     color->endEncoding();

@@ -104,7 +104,8 @@ vec3 applyWhiteBalance(vec3 lin, vec3 gains) {
 }
 
 // The cone gains (x, y, z) and the largest value that white reaches through them (w).
-// They depend on the parameters alone, so a pass computes them once, not per pixel.
+// They depend on the parameters alone, so the engine computes them once a pass, not
+// per pixel.
 vec4 whiteBalanceOf(float kelvin, float tint) {
   vec3 gains = whiteBalanceGains(kelvin, tint);
   vec3 white = applyWhiteBalance(vec3(1.0), gains);

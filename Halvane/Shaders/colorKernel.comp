@@ -2,9 +2,9 @@
 // The colour pass: the sixteen adjustments, the look numbered by filterType blended by
 // filterIntensity, then the vignette (ColorPixel.glsl and its includes, which the CPU
 // reference of the tests compiles too). This file holds only the GPU side: the 18 by 18
-// tile of the group's pixels with a one-pixel border, for sharpness; the white balance's
-// gains, shared by the group; the wide level (textures 2 and 3, made by colorWideKernel
-// when the edit reads it); and the choice of the parts compiled in.
+// tile of the group's pixels with a one-pixel border, for sharpness; the block of
+// values computed once a pass; the wide level (textures 2 and 3, made by
+// colorWideKernel when the edit reads it); and the choice of the parts compiled in.
 layout(local_size_x = 16, local_size_y = 16) in;
 #include "Uniforms.glsl"
 
@@ -15,11 +15,11 @@ layout(constant_id = 0) const uint colorFeatures = 0xFFFFFFFFu;
 
 // The luma of 18 x 18 pixels: 1296 bytes of group memory.
 shared float tile[18 * 18];
-// The white balance's gains for the block (whiteBalanceOf), which cost more than
-// applying them: where the group meets at a barrier anyway (for sharpness's tile), one
-// thread computes them and the others read them; elsewhere a barrier would cost more
-// than it saves, and each pixel computes them.
-shared vec4 groupWhite;
+// Values of the edit that cost more than a pixel's work, computed once a pass by the
+// engine from this same source (ColorConstants.h).
+layout(set = 0, binding = 1, std140) uniform ColorConstants {
+  vec4 white;  // whiteBalanceOf(u.temperature, u.tint)
+} constants;
 
 #include "ColorAdjust.glsl"
 
@@ -46,9 +46,6 @@ void main() {
   ivec2 pos = ivec2(gl_GlobalInvocationID.xy);
   ivec2 origin = ivec2(gl_WorkGroupID.xy) * 16 - ivec2(1);
 
-  const bool computesWhite = COLOR_USES(COLOR_FEATURE_WHITE_BALANCE);
-  const bool sharesWhite = computesWhite && COLOR_USES(COLOR_FEATURE_SHARPNESS);
-  if (sharesWhite && gl_LocalInvocationIndex == 0u) groupWhite = whiteBalanceOf(u.temperature, u.tint);
   // Only sharpness reads the neighbours, so only a pipeline that carries it fills the
   // tile. Each thread fetches its own pixel first, clamped to the image (there is no
   // non-uniform dispatch, so edge groups overrun), and fills its own entry with it; the
@@ -70,10 +67,7 @@ void main() {
 
   params = ColorParams(u.exposure, u.brightness, u.contrast, u.highlights, u.shadows, u.whites, u.blacks, u.gamma,
                        u.saturation, u.vibrance, u.temperature, u.tint, u.sharpness, u.clarity, u.vignetteIntensity,
-                       u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size),
-                       sharesWhite     ? groupWhite
-                       : computesWhite ? whiteBalanceOf(u.temperature, u.tint)
-                                       : vec4(1.0));
+                       u.vignetteRadius, u.filterType, u.filterIntensity, vec2(size), constants.white);
 
   int ti = (local.y + 1) * 18 + local.x + 1;
   float blur3 = 0.0;

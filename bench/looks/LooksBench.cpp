@@ -13,6 +13,7 @@
 #include <string>
 
 #include "Halvane/Model/FilterCatalogue.h"
+#include "Halvane/Rendering/ColorConstants.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Rendering/ColorWidePass.h"
 #include "Halvane/Rendering/RenderUniforms.h"
@@ -56,7 +57,7 @@ void runColorPass(benchmark::State& state, const RenderUniforms& block,
     encoder->setTexture(b.target, 1);
     encoder->setTexture(level->luma, 2);
     encoder->setTexture(level->color, 3);
-    encoder->setBytes(&block, sizeof block, 0);
+    setColorBlocks(*encoder, block);
     encoder->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     encoder->dispatchThreadgroups({(kWidth + 15) / 16, (kHeight + 15) / 16, 1}, {16, 16, 1});
     encoder->endEncoding();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Halvane/Model/FilterCatalogue.h"
+#include "Halvane/Rendering/ColorConstants.h"
 #include "Halvane/Rendering/ColorKernelSupport.h"
 #include "Halvane/Rendering/ColorKernelVariants.h"
 #include "Halvane/Shaders/ColorFeatures.glsl"
@@ -32,8 +33,8 @@ class ColorVariants : public EngineTest {
     // The input also stands in for the wide level (2, 3): both kernels compared read the same.
     for (uint32_t slot : {0u, 2u, 3u}) encoder->setTexture(input, slot);
     encoder->setTexture(output, 1);
-    encoder->setBytes(&block, sizeof block, 0);
-    encoder->setThreadgroupMemoryLength(18 * 18 * 16, 0);
+    setColorBlocks(*encoder, block);
+    encoder->setThreadgroupMemoryLength(kColorGroupMemoryBytes, 0);
     encoder->dispatchThreadgroups({(input->width() + 15) / 16, (input->height() + 15) / 16, 1}, {16, 16, 1});
     encoder->endEncoding();
     buffer->commit();

@@ -1,10 +1,14 @@
 #pragma once
 // The small part of GLSL that the colour kernel's shared sources use (Color*.glsl and
-// LookTable.inc), so that the CPU reference compiles the very same formulas. Only what
+// LookTable.inc), so that the engine (ColorConstants.cpp) and the tests' CPU reference
+// compile the very same formulas. Only what
 // those files need: float vectors with .x .y .z .w, their arithmetic, and the built-in
 // functions by GLSL's definitions. Constructors from a scalar are explicit, as in GLSL,
 // so code that GLSL would reject does not compile here either. Scalar functions exist
 // for float only, so that literals (double in C++) resolve to them.
+#ifndef HALVANE_INSIDE_HalvaneRendering
+#error "a private header of Halvane/Rendering: include its public headers"
+#endif
 #include <cmath>
 #include <cstdint>
 

@@ -1,0 +1,25 @@
+#include "Halvane/Rendering/ColorConstants.h"
+
+#include "Halvane/Rendering/GlslCompat.h"
+
+// The kernel's colour source as C++, in a namespace of its own: the tests compile the
+// same source into theirs.
+namespace halvane::colorsource {
+using namespace glsl;
+#include "Halvane/Shaders/ColorAdjust.glsl"
+}  // namespace halvane::colorsource
+
+namespace halvane {
+
+ColorConstants makeColorConstants(const RenderUniforms& uniforms) {
+  const colorsource::vec4 white = colorsource::whiteBalanceOf(uniforms.temperature, uniforms.tint);
+  return ColorConstants{{white.x, white.y, white.z, white.w}};
+}
+
+void setColorBlocks(platform::gpu::ComputeCommandEncoder& encoder, const RenderUniforms& uniforms) {
+  const ColorConstants constants = makeColorConstants(uniforms);
+  encoder.setBytes(&uniforms, sizeof uniforms, 0);
+  encoder.setBytes(&constants, sizeof constants, 1);
+}
+
+}  // namespace halvane
