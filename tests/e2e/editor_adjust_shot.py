@@ -30,6 +30,11 @@ def pixel(path, x, y):
     return tuple(int(v) for v in out.split(","))
 
 
+def same_pixels(a, b):
+    result = subprocess.run(["compare", "-metric", "AE", a, b, "null:"], capture_output=True, text=True)
+    return result.stderr.strip() == "0"
+
+
 def main(program, photo, output):
     require_display()
     with tempfile.TemporaryDirectory(prefix="tamrix-shot-") as home:
@@ -45,16 +50,18 @@ def main(program, photo, output):
             # Then a clearly warmer value, as assistive technology sets it.
             value.set_current_value(35)
             frame = app.extents(app.root.get_child_at_index(0))
-            # Wait for the glide to settle and the picture to show at the preview's centre.
-            time.sleep(1.5)
+            # Grab until the picture shows at the preview's centre and two grabs half a
+            # second apart agree: the ruler's glide has settled and the frame is drawn.
+            earlier = os.path.join(home, "earlier.png")
             deadline = time.monotonic() + 60
             while True:
                 grab(*frame, output)
                 centre = pixel(output, round(frame[2] * DEVICE_SCALE / 2), round(frame[3] * DEVICE_SCALE / 3))
-                if centre != BACKGROUND and centre != (0, 0, 0):
+                if centre not in (BACKGROUND, (0, 0, 0)) and os.path.exists(earlier) and same_pixels(output, earlier):
                     break
                 if time.monotonic() > deadline:
-                    raise DriverError("no picture within 60 s")
+                    raise DriverError("no settled picture within 60 s")
+                os.replace(output, earlier)
                 time.sleep(0.5)
     return 0
 
