@@ -12,7 +12,7 @@ namespace halvane {
 
 // The std140 mirror of colorKernel.comp's ColorConstants.
 struct ColorConstants {
-  float white[4] = {1, 1, 1, 1};  // whiteBalanceOf(temperature, tint): the cone gains, then the peak of white
+  float white[4];  // whiteBalanceOf(temperature, tint): the cone gains, then the peak of white
 };
 static_assert(sizeof(ColorConstants) == 16);
 

@@ -585,7 +585,7 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   if (!input->stream) return mediaFailure(MediaError::Code::encodeFailed, "Out of memory");
   input->stream->time_base = encoder->time_base;
   avcodec_parameters_from_context(input->stream->codecpar, encoder);
-  if (coded.width != settings.width || coded.height != settings.height) {
+  if (padded) {
     auto filter = av::makeHevcCropFilter(*encoder, settings.width, settings.height);
     if (!filter) return platform::unexpected(filter.error());
     input->cropFilter = std::move(*filter);

@@ -88,7 +88,8 @@ std::string unsuitability(VkPhysicalDevice device) {
   if (!features12.timelineSemaphore) return "it lacks timeline semaphores";
   if (!features.features.shaderStorageImageWriteWithoutFormat)
     return "it cannot write storage images without a format qualifier";
-  for (auto [vkFormat, name] : {std::pair{kTextureFormat, "B8G8R8A8_UNORM"}, {kFloatTextureFormat, "R16G16B16A16_SFLOAT"}}) {
+  for (auto [vkFormat, name] :
+       {std::pair{kTextureFormat, "B8G8R8A8_UNORM"}, {kFloatTextureFormat, "R16G16B16A16_SFLOAT"}}) {
     VkFormatProperties format;
     vkGetPhysicalDeviceFormatProperties(device, vkFormat, &format);
     if ((format.optimalTilingFeatures & kTextureFormatFeatures) != kTextureFormatFeatures)

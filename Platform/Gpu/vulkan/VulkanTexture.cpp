@@ -37,8 +37,8 @@ void recordUpload(VkCommandBuffer commandBuffer, VkImage image, VkBuffer buffer,
 std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>& context,
                                                  const TextureDescriptor& descriptor) {
   const uint32_t maxDimension = context->capabilities().maxTextureDimension;
-  if ((descriptor.pixelFormat != PixelFormat::bgra8Unorm && descriptor.pixelFormat != PixelFormat::rgba16Float) ||
-      descriptor.width == 0 || descriptor.height == 0 ||
+  const VkFormat format = vulkanFormat(descriptor.pixelFormat);
+  if (format == VK_FORMAT_UNDEFINED || descriptor.width == 0 || descriptor.height == 0 ||
       descriptor.width > maxDimension || descriptor.height > maxDimension)
     return nullptr;
   if (descriptor.storageMode != StorageMode::shared && descriptor.storageMode != StorageMode::privateStorage)
@@ -49,7 +49,7 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
 
   VkImageCreateInfo image{VK_STRUCTURE_TYPE_IMAGE_CREATE_INFO};
   image.imageType = VK_IMAGE_TYPE_2D;
-  image.format = vulkanFormat(descriptor.pixelFormat);
+  image.format = format;
   image.extent = {descriptor.width, descriptor.height, 1};
   image.mipLevels = 1;
   image.arrayLayers = 1;
@@ -63,7 +63,8 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
   VkMemoryRequirements requirements;
   vkGetImageMemoryRequirements(device, texture->image_, &requirements);
   const bool shared = descriptor.storageMode == StorageMode::shared;
-  const uint64_t stagingBytes = shared ? uint64_t(descriptor.width) * descriptor.height * bytesPerPixel(descriptor.pixelFormat) : 0;
+  const uint64_t stagingBytes =
+      shared ? uint64_t(descriptor.width) * descriptor.height * bytesPerPixel(descriptor.pixelFormat) : 0;
   if (!context->reserveTextureBytes(requirements.size + stagingBytes)) return nullptr;
   texture->accountedBytes_ = requirements.size + stagingBytes;
 
@@ -78,7 +79,7 @@ std::shared_ptr<TextureImpl> TextureImpl::create(const std::shared_ptr<Context>&
   VkImageViewCreateInfo view{VK_STRUCTURE_TYPE_IMAGE_VIEW_CREATE_INFO};
   view.image = texture->image_;
   view.viewType = VK_IMAGE_VIEW_TYPE_2D;
-  view.format = vulkanFormat(descriptor.pixelFormat);
+  view.format = format;
   view.subresourceRange = kColorRange;
   if (vkCreateImageView(device, &view, nullptr, &texture->view_) != VK_SUCCESS) return nullptr;
 

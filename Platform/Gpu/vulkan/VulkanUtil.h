@@ -44,8 +44,13 @@ constexpr VkFormatFeatureFlags kTextureFormatFeatures =
 constexpr VkFormat kTextureFormat = VK_FORMAT_B8G8R8A8_UNORM;
 constexpr VkFormat kFloatTextureFormat = VK_FORMAT_R16G16B16A16_SFLOAT;
 
+// The Vulkan format of a pixel format; undefined for one this layer does not make.
 inline VkFormat vulkanFormat(PixelFormat format) {
-  return format == PixelFormat::rgba16Float ? kFloatTextureFormat : kTextureFormat;
+  switch (format) {
+    case PixelFormat::bgra8Unorm: return kTextureFormat;
+    case PixelFormat::rgba16Float: return kFloatTextureFormat;
+  }
+  return VK_FORMAT_UNDEFINED;
 }
 
 }  // namespace platform::gpu::vulkan
