@@ -11,13 +11,19 @@ using namespace glsl;
 
 namespace halvane {
 
-ColorConstants makeColorConstants(const RenderUniforms& uniforms) {
-  const colorsource::vec4 white = colorsource::whiteBalanceOf(uniforms.temperature, uniforms.tint);
-  return ColorConstants{{white.x, white.y, white.z, white.w}};
-}
+namespace {
+
+// The std140 mirror of colorKernel.comp's ColorConstants.
+struct ColorConstants {
+  float white[4];  // whiteBalanceOf(temperature, tint): the cone gains, then the peak of white
+};
+static_assert(sizeof(ColorConstants) == 16);
+
+}  // namespace
 
 void setColorBlocks(platform::gpu::ComputeCommandEncoder& encoder, const RenderUniforms& uniforms) {
-  const ColorConstants constants = makeColorConstants(uniforms);
+  const colorsource::vec4 white = colorsource::whiteBalanceOf(uniforms.temperature, uniforms.tint);
+  const ColorConstants constants{{white.x, white.y, white.z, white.w}};
   encoder.setBytes(&uniforms, sizeof uniforms, 0);
   encoder.setBytes(&constants, sizeof constants, 1);
 }

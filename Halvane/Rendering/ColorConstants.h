@@ -10,14 +10,6 @@
 
 namespace halvane {
 
-// The std140 mirror of colorKernel.comp's ColorConstants.
-struct ColorConstants {
-  float white[4];  // whiteBalanceOf(temperature, tint): the cone gains, then the peak of white
-};
-static_assert(sizeof(ColorConstants) == 16);
-
-ColorConstants makeColorConstants(const RenderUniforms& uniforms);
-
 // Sets the colour kernel's two blocks for `uniforms`: the parameter block (index 0) and
 // its constants (index 1).
 void setColorBlocks(platform::gpu::ComputeCommandEncoder& encoder, const RenderUniforms& uniforms);
