@@ -1,6 +1,6 @@
 #pragma once
-// What the review sheets of looks and adjustments share: their command line, the
-// picture made small once, and a dark canvas with tiles, labels and headings.
+// What the review sheets of looks, adjustments and focus modes share: their command
+// line, the picture made small once, and a dark canvas with tiles, labels and headings.
 #include <memory>
 #include <string>
 #include <string_view>
