@@ -2,7 +2,6 @@
 // texts and exit codes, and the files it never touches.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -35,7 +34,7 @@ class HalvaneTool : public ::testing::Test {
   void TearDown() override { fs::remove_all(folder); }
   long entries() const { return std::distance(fs::directory_iterator(folder), fs::directory_iterator()); }
 
-  const fs::path folder = fs::temp_directory_path() / ("halvane-tool-" + std::to_string(::getpid()));
+  const fs::path folder = fs::path(testsupport::temporaryFolder()) / "tool";
   const std::string output = (folder / "out.jpg").string();
 };
 

@@ -116,7 +116,7 @@ TEST(Bool, ComparesOnItsLowestBitAloneAndSoDoTheStatesThatHoldOne) {
   EXPECT_EQ(EditState{.flipHorizontal = Bool::fromByte(3)}, EditState{.flipHorizontal = true});
 }
 
-// ---- Encoding// ---- Encoding -------------------------------------------------------------------
+// ---- Encoding -------------------------------------------------------------------
 
 // Key order, and the type of every kind of field: integers without a fraction, floats
 // with one even when whole, Bools, the crop as two pairs.
@@ -142,9 +142,8 @@ TEST(EditStateEncoding, FloatsAreShortestDecimalsAndBoolsTheirLowestBit) {
 }
 
 TEST(EditStateEncoding, NonFiniteValuesAreAnErrorOfTheEncoder) {
-  constexpr float kNaNf = std::numeric_limits<float>::quiet_NaN(), kInff = std::numeric_limits<float>::infinity();
   const std::pair<const char*, EditState> cases[] = {
-      {"temperature", {.temperature = kNaNf}}, {"exposure", {.exposure = -kInff}},
+      {"temperature", {.temperature = float(kNaN)}}, {"exposure", {.exposure = -float(kInf)}},
       {"cropRect", {.cropRect = {0, 0, 1, kNaN}}}, {"trimStart", {.trimStart = kInf}}};
   for (const auto& [key, s] : cases) {
     try {

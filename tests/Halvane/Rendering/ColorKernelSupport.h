@@ -41,7 +41,7 @@ inline Rendered renderAgainstReference(RenderingEngine& engine, const Image& ima
 
 // A ramp of every code value from 0 to 255 along x, `height` rows.
 inline Image makeGreyRamp(int height = 4) {
-  return makePicture(256, height, [](int x, int) { return std::array{x, x, x}; });
+  return makePicture(256, height, [](int x, int) { return grey(x); });
 }
 
 // The 24 patches of the ColorChecker in sRGB (X-Rite's published approximations), 6 by

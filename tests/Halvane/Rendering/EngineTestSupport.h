@@ -33,8 +33,10 @@ struct AllocatorControl {
   // Allocations allowed before the allocator refuses; negative: never refuse.
   std::atomic<int> remaining{-1};
 };
-inline AllocatorControl allocatorControlState;
-inline AllocatorControl& allocatorControl() { return allocatorControlState; }
+inline AllocatorControl& allocatorControl() {
+  static AllocatorControl control;
+  return control;
+}
 
 // What the validation layer reported since the last look.
 inline std::mutex validationLock;

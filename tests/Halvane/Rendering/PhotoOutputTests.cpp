@@ -5,6 +5,7 @@
 #include "EngineTestSupport.h"
 #include "Halvane/Rendering/PhotoOutput.h"
 #include "Platform/Media/ImageDecoder.h"
+#include "Support/TestFiles.h"
 
 namespace halvane {
 namespace {
@@ -63,14 +64,13 @@ TEST(WriteJPEG, WritesAFreshTemporaryFileWithTheOrientationTag) {
 }
 
 TEST(WriteJPEG, AFailedWriteLeavesNothing) {
-  const auto folder = fs::temp_directory_path() / "halvane-photo-output-missing";
-  fs::remove_all(folder);
+  const fs::path ours = testsupport::temporaryFolder(), folder = ours / "missing";
   const auto written = writeJPEGFile(grey(8, 8), PhotoExportPreset::balanced, (folder / "out.jpg").string());
   ASSERT_FALSE(written);
   EXPECT_FALSE(written.error().message.empty());
   EXPECT_FALSE(fs::exists(folder));
-  EXPECT_FALSE(writeJPEGFile(Image{}, PhotoExportPreset::balanced, (fs::temp_directory_path() / "x.jpg").string()));
-  EXPECT_FALSE(fs::exists(fs::temp_directory_path() / "x.jpg"));
+  EXPECT_FALSE(writeJPEGFile(Image{}, PhotoExportPreset::balanced, (ours / "x.jpg").string()));
+  EXPECT_FALSE(fs::exists(ours / "x.jpg"));
 }
 
 }  // namespace

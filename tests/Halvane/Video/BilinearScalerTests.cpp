@@ -77,8 +77,7 @@ class BilinearScalerTest : public testing::EngineTest {
   }
 };
 
-// Missing textures are refused.
-TEST_F(BilinearScalerTest, MatchesTheReferenceDownUpAndAcrossOddSizes) {
+TEST_F(BilinearScalerTest, MatchesTheReferenceDownUpAndAcrossOddSizesAndRefusesMissingTextures) {
   const std::array<uint32_t, 4> sizes[] = {
       {1081, 9, 1080, 8}, {7, 5, 3, 2}, {64, 48, 150, 101}, {1, 1, 2, 2}, {33, 17, 33, 17}};
   for (const auto& [sw, sh, dw, dh] : sizes) {
@@ -91,6 +90,7 @@ TEST_F(BilinearScalerTest, MatchesTheReferenceDownUpAndAcrossOddSizes) {
     for (size_t i = 0; i < gpu.size(); ++i) worst = std::max(worst, std::abs(int(gpu[i]) - int(cpu[i])));
     EXPECT_LE(worst, kTolerance);
   }
+  // Missing textures are refused.
   auto scaler = BilinearScaler::create(*engine);
   ASSERT_TRUE(scaler);
   auto commandBuffer = engine->commandQueue()->commandBuffer();

@@ -69,10 +69,10 @@ class VideoRendererTest : public EngineTest {
     return first;
   }
   // Starts an export, whose completion lands in exportResult and progress in progress.
-  std::optional<VideoExportResult>& startExport(const std::string& source, const std::string& output,
-                                                const EditState& state = {},
-                                                VideoExportPreset preset = VideoExportPreset::balanced) {
+  void startExport(const std::string& source, const std::string& output, const EditState& state = {},
+                   VideoExportPreset preset = VideoExportPreset::balanced) {
     exportResult.reset();
+    progress.clear();
     renderer->setAsset(platform::media::Asset::make(source));
     renderer->exportVideo(
         output, state, preset, [this](float value) { progress.push_back(value); },
@@ -80,13 +80,11 @@ class VideoRendererTest : public EngineTest {
           EXPECT_FALSE(exportResult) << "completion called twice";
           exportResult = std::move(outcome);
         });
-    return exportResult;
   }
   // Runs the main queue until the export's completion came.
   std::optional<VideoExportResult> runExport(const std::string& source, const std::string& output,
                                              const EditState& state = {},
                                              VideoExportPreset preset = VideoExportPreset::balanced) {
-    progress.clear();
     startExport(source, output, state, preset);
     EXPECT_TRUE(pumpUntil([&] { return exportResult.has_value(); }, std::chrono::minutes(3)));
     queue->runUntilIdle();  // progress calls still queued behind the completion
