@@ -1,6 +1,5 @@
 #include "Halvane/Editor/EditorSession.h"
 
-#include "Halvane/Rendering/SourceOrientation.h"
 #include "Platform/Base/Fatal.h"
 #include "Platform/Dispatch/MainQueue.h"
 
@@ -106,22 +105,16 @@ void EditorSession::loadPhoto(const platform::media::Image& image) {
   const auto& engine = container_->renderingEngine;
   auto texture = engine->makeTexture(image);
   if (!texture) return showLoadError();
-  const auto bake = orientationBakeState(static_cast<int>(image.orientation));
-  if (bake) {
-    // Blocks the main thread once, on purpose: from here on the source is upright.
-    auto commandBuffer = engine->commandQueue()->commandBuffer();
-    if (!commandBuffer) return showLoadError();
-    auto upright = engine->processTexture(texture, *bake, *commandBuffer, false);
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    if (upright == texture) return showLoadError();
-    texture = std::move(upright);
-  }
+  // Blocks the main thread once, on purpose: from here on the source is upright.
+  auto upright = engine->bakeUpright(texture, static_cast<int>(image.orientation));
+  if (!upright) return showLoadError();
+  const bool baked = *upright != texture;
+  texture = std::move(*upright);
   sourceTexture_ = texture;
   sourceWidth_ = static_cast<int>(texture->width());
   sourceHeight_ = static_cast<int>(texture->height());
   sourceColorSpace_ = image.iccProfile;
-  if (!bake) sourceCGImage_ = image;
+  if (!baked) sourceCGImage_ = image;
   tempFiles_.sourceImageFileURL = container_->mediaPickerService->takeLastPickedImageFileURL();
 
   previewView_ = screen_->makePreviewView();

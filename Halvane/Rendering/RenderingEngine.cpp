@@ -11,6 +11,7 @@
 #include "Halvane/Rendering/FocusPass.h"
 #include "Halvane/Rendering/PreviewView.h"
 #include "Halvane/Rendering/RenderUniforms.h"
+#include "Halvane/Rendering/SourceOrientation.h"
 #include "Platform/Base/Fatal.h"
 #include "Platform/Dispatch/MainQueue.h"
 #include "Platform/Dispatch/SystemNotifications.h"
@@ -266,6 +267,20 @@ std::optional<platform::media::Image> RenderingEngine::readImage(const Texture& 
   if (!readBackBGRA8(readable, image.pixels.data(), size_t(rowBytes))) return std::nullopt;
   image.iccProfile = colorSpace;
   return image;
+}
+
+platform::Expected<std::shared_ptr<Texture>, GpuError> RenderingEngine::bakeUpright(
+    const std::shared_ptr<Texture>& source, int rawOrientation) {
+  const auto bake = orientationBakeState(rawOrientation);
+  if (!bake) return source;
+  auto commandBuffer = commandQueue_->commandBuffer();
+  if (!commandBuffer) return gpuFailure(GpuError::Kind::driverFailed, "the GPU took no more work");
+  auto upright = processTexture(source, *bake, *commandBuffer, false);
+  commandBuffer->commit();
+  commandBuffer->waitUntilCompleted();
+  if (upright == source || commandBuffer->status() != CommandBufferStatus::completed)
+    return gpuFailure(GpuError::Kind::driverFailed, "the GPU could not turn the picture upright");
+  return upright;
 }
 
 platform::Expected<platform::media::Image, GpuError> RenderingEngine::renderToImage(

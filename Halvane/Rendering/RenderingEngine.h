@@ -84,6 +84,12 @@ class RenderingEngine : public PreviewTarget, public std::enable_shared_from_thi
                                                          platform::gpu::CommandBuffer& commandBuffer,
                                                          bool finalOutput);
 
+  // The source stored in `rawOrientation` (SourceOrientation.h) turned upright once, so
+  // that every later pass reads an upright picture; the source itself when it already
+  // is. Blocks until the GPU finished.
+  platform::Expected<std::shared_ptr<platform::gpu::Texture>, platform::gpu::GpuError> bakeUpright(
+      const std::shared_ptr<platform::gpu::Texture>& source, int rawOrientation);
+
   // Blocks until the GPU finished. The bitmap carries `colorSpace` (ICC bytes; empty
   // means sRGB). Thumbnails render with finalOutput false, exports with true.
   platform::Expected<platform::media::Image, platform::gpu::GpuError> renderToImage(

@@ -1,7 +1,6 @@
 #include "PhotoSource.h"
 
 #include "Command.h"
-#include "Halvane/Rendering/SourceOrientation.h"
 #include "Platform/Media/ImageDecoder.h"
 
 namespace halvane::cli {
@@ -23,16 +22,10 @@ PhotoSource loadStoredPhotoSource(RenderingEngine& engine, const std::string& pa
 
 PhotoSource loadPhotoSource(RenderingEngine& engine, const std::string& path) {
   PhotoSource source = loadStoredPhotoSource(engine, path);
-  if (auto bake = orientationBakeState(source.rawOrientation)) {
-    auto commandBuffer = engine.commandQueue()->commandBuffer();
-    if (!commandBuffer) throw CommandError("the GPU refused the work");
-    auto upright = engine.processTexture(source.texture, *bake, *commandBuffer, false);
-    commandBuffer->commit();
-    commandBuffer->waitUntilCompleted();
-    if (upright == source.texture) throw CommandError("the GPU could not turn the picture upright");
-    source.texture = upright;
-    source.rawOrientation = 0;
-  }
+  auto upright = engine.bakeUpright(source.texture, source.rawOrientation);
+  if (!upright) throw CommandError(upright.error().message);
+  source.texture = std::move(*upright);
+  source.rawOrientation = 0;
   return source;
 }
 

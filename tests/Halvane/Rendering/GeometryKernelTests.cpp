@@ -33,20 +33,7 @@ Image referenceGeometry(const Image& source, const EditState& state) {
   return makePicture(image.width, image.height, [&](int x, int y) { return rgb(image, image.width - 1 - x, y); });
 }
 
-class GeometryKernel : public EngineTest {
- protected:
-  // The texture baked upright from the stored orientation `raw`; itself where there is
-  // nothing to bake.
-  std::shared_ptr<platform::gpu::Texture> bake(std::shared_ptr<platform::gpu::Texture> texture, int raw) {
-    const auto state = orientationBakeState(raw);
-    if (!state) return texture;
-    auto buffer = engine->commandQueue()->commandBuffer();
-    texture = engine->processTexture(texture, *state, *buffer, false);
-    buffer->commit();
-    buffer->waitUntilCompleted();
-    return texture;
-  }
-};
+using GeometryKernel = EngineTest;
 
 TEST_F(GeometryKernel, CropTurnAndMirrorCopySourcePixelsExactly) {
   // Odd sizes so that the 16 by 16 edge groups overrun in both directions.
@@ -113,7 +100,9 @@ TEST_F(GeometryKernel, OrientationBakesTurnEveryLandscapeUpright) {
   for (int number = 1; number <= 8; ++number) {
     auto decoded = platform::media::decodeImageFile(folder + "Landscape_" + std::to_string(number) + ".jpg");
     ASSERT_TRUE(decoded);
-    const Image upright = readBack(*engine, bake(engine->makeTexture(*decoded), int(decoded->orientation)));
+    const auto baked = engine->bakeUpright(engine->makeTexture(*decoded), int(decoded->orientation));
+    ASSERT_TRUE(baked) << baked.error().message;
+    const Image upright = readBack(*engine, *baked);
     ASSERT_EQ(std::pair(upright.width, upright.height), std::pair(reference->width, reference->height)) << number;
     // Right bakes differ by 2 to 4.5 code values (recompression noise, the transposed
     // ones most); a wrong turn or mirror differs by more than 70.
@@ -139,10 +128,11 @@ TEST_F(GeometryKernel, OrientationFoldedIntoTheEditGivesThePixelsOfTheBakeThenTh
   const auto source = engine->makeTexture(makeDistinctImage(37, 23));
   ASSERT_TRUE(source);
   for (int raw = 0; raw < 8; ++raw) {
-    const auto upright = bake(source, raw);
+    const auto upright = engine->bakeUpright(source, raw);
+    ASSERT_TRUE(upright) << upright.error().message;
     for (const auto& [name, state] : geometries) {
       SCOPED_TRACE(std::string(name) + ", orientation " + std::to_string(raw));
-      const auto baked = engine->renderToImage(upright, state);
+      const auto baked = engine->renderToImage(*upright, state);
       const auto folded = engine->renderToImage(source, foldOrientation(state, raw, 37, 23));
       ASSERT_TRUE(baked && folded);
       ASSERT_EQ(std::pair(folded->width, folded->height), std::pair(baked->width, baked->height));
