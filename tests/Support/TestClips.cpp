@@ -306,8 +306,3 @@ std::vector<AudioSampleBuffer> readAudio(const std::string& path, AudioReadMode 
 }
 
 }  // namespace testsupport
-
-// Read by LeakSanitizer in sanitizer builds: libx265 3.5 keeps about 1 KB of each
-// encoder it opens (allocated in x265_encoder_open, never freed by its close). That is
-// the library's, not ours; every other leak still fails the run.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libx265.so\n"; }
