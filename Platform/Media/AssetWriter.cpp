@@ -571,7 +571,7 @@ platform::Expected<std::shared_ptr<AssetWriterInput>, MediaError> AssetWriter::a
   // A picture padded up to x265's smallest takes constant quality whatever was asked:
   // at such sizes a bit rate means little, and there libx265 3.5 reads memory it does
   // not own; at an average bit rate a few processes in a hundred wrote wrong colours,
-  // at constant quality none did.
+  // at constant quality about one in three hundred still does.
   const bool padded = coded.width != settings.width || coded.height != settings.height;
   if (settings.quality || padded) {
     av_opt_set_double(encoder->priv_data, "crf", detail::crfForQuality(settings.quality.value_or(1.0)), 0);
